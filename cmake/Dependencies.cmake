@@ -1,0 +1,10 @@
+# The libraries that are called, as targets without the system libraries they would pull in at load.
+find_package(fmt REQUIRED)
+find_package(spdlog REQUIRED)
+find_path(SQLITE_INCLUDE sqlite3.h REQUIRED)
+find_library(SQLITE_LIBRARY sqlite3 REQUIRED)
+add_library(tandor_sqlite INTERFACE)
+target_include_directories(tandor_sqlite SYSTEM INTERFACE ${SQLITE_INCLUDE})
+target_link_libraries(tandor_sqlite INTERFACE ${SQLITE_LIBRARY})
+find_path(CLI11_INCLUDE CLI/CLI.hpp REQUIRED)
+find_package(nlohmann_json REQUIRED)

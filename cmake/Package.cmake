@@ -1,0 +1,15 @@
+# What an installed TandorUtil consists of, and how find_package(TandorUtil) finds it.
+include(CMakePackageConfigHelpers)
+include(GNUInstallDirs)
+set(package_directory ${CMAKE_INSTALL_LIBDIR}/cmake/TandorUtil)
+
+install(TARGETS TandorUtil PeloraSuite EXPORT TandorUtilTargets RUNTIME DESTINATION bin ARCHIVE DESTINATION lib)
+install(TARGETS tandorctl RUNTIME DESTINATION bin)
+install(FILES ${TANDOR_RUNTIME_DLLS} DESTINATION bin)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/tandor ${PROJECT_SOURCE_DIR}/suite/include/pelora DESTINATION include)
+install(EXPORT TandorUtilTargets FILE TandorUtilTargets.cmake NAMESPACE tandor_export:: DESTINATION ${package_directory})
+configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/TandorUtilConfig.cmake.in ${CMAKE_CURRENT_BINARY_DIR}/TandorUtilConfig.cmake
+    INSTALL_DESTINATION ${package_directory})
+write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/TandorUtilConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/TandorUtilConfig.cmake ${CMAKE_CURRENT_BINARY_DIR}/TandorUtilConfigVersion.cmake
+    DESTINATION ${package_directory})

@@ -1,0 +1,15 @@
+# The portable core: every file that computes and includes no Windows header. Listed once; the DLL links it, and the
+# native build compiles the same files under the sanitizers and for the fuzzers.
+set(TANDOR_BASE_SOURCES
+    base/hex.cpp
+    base/utf.cpp
+)
+set(TANDOR_CORE_SOURCES
+    foundation/base64.cpp
+    foundation/file_classifier.cpp
+    foundation/text.cpp
+    foundation/url_coding.cpp
+    foundation/version.cpp
+)
+list(TRANSFORM TANDOR_BASE_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
+list(TRANSFORM TANDOR_CORE_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)

@@ -1,0 +1,21 @@
+# Cross-building for Windows x86-64 with Debian's mingw-w64 (posix threads). TANDOR_DEPENDENCIES is the prefix
+# into which tools/setup.sh installed the cross-built libraries.
+set(CMAKE_SYSTEM_NAME Windows)
+set(CMAKE_SYSTEM_PROCESSOR x86_64)
+
+set(triplet x86_64-w64-mingw32)
+set(CMAKE_C_COMPILER ${triplet}-gcc-posix)
+set(CMAKE_CXX_COMPILER ${triplet}-g++-posix)
+set(CMAKE_RC_COMPILER ${triplet}-windres)
+set(CMAKE_DLLTOOL ${triplet}-dlltool)
+
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES TANDOR_DEPENDENCIES)
+if(NOT TANDOR_DEPENDENCIES AND DEFINED ENV{TANDOR_DEPENDENCIES})
+    set(TANDOR_DEPENDENCIES $ENV{TANDOR_DEPENDENCIES})
+endif()
+
+set(CMAKE_FIND_ROOT_PATH /usr/${triplet} ${TANDOR_DEPENDENCIES})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE BOTH)

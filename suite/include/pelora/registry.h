@@ -1,0 +1,43 @@
+// The registry, in the one wrapper that everything uses.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "pelora/api.h"
+
+namespace DE {
+
+enum class RegistryRoot {
+    kLocalMachine,  // HKEY_LOCAL_MACHINE
+    kCurrentUser,   // HKEY_CURRENT_USER
+    kUser,          // HKEY_USERS\<identifier of the user whom the process runs as>
+};
+
+// Values of keys, in the 64-bit view. A key is a path below its root; one leading backslash is left out.
+//
+// Every operation is stateless, may be called from any thread, and does not throw except for want of memory. A read that
+// fails (no such key or value, another type, no right) returns false and leaves `value` as it was. A write creates the keys
+// on its way; one that fails returns false and says so in the host log ("DE::Registry::SetValue : Fail").
+class PELORA_API Registry {
+public:
+    static bool KeyExists(RegistryRoot root, std::wstring_view key);
+
+    static bool GetValue(RegistryRoot root, std::wstring_view key, const std::wstring& name, std::wstring& value);
+    static bool GetValue(RegistryRoot root, std::wstring_view key, const std::wstring& name, std::uint32_t& value);
+    static bool GetValue(RegistryRoot root, std::wstring_view key, const std::wstring& name,
+                         std::vector<unsigned char>& value);
+
+    static bool SetValue(RegistryRoot root, std::wstring_view key, const std::wstring& name, const std::wstring& value);
+    static bool SetValue(RegistryRoot root, std::wstring_view key, const std::wstring& name, std::uint32_t value);
+    static bool SetValue(RegistryRoot root, std::wstring_view key, const std::wstring& name,
+                         const std::vector<unsigned char>& value);
+
+    // True when the value or key is gone afterwards, also when there was none.
+    static bool DeleteValue(RegistryRoot root, std::wstring_view key, const std::wstring& name);
+    static bool DeleteKey(RegistryRoot root, std::wstring_view key);
+};
+
+}  // namespace DE

@@ -1,0 +1,188 @@
+#include "tandor/logging.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <regex>
+#include <thread>
+
+#include "base/rotating_file.h"
+#include "base/utf.h"
+#include "support/child.h"
+#include "support/files.h"
+#include "support/host_log.h"
+
+namespace {
+
+using tandor::RotatingFile;
+using tandor::test::Child;
+using tandor::test::HostLog;
+using tandor::test::ReadAll;
+using tandor::test::TemporaryFolder;
+using testing::ElementsAre;
+
+const std::filesystem::path kLogs = L"C:\\ProgramData\\Comms\\Pelora\\log";
+
+void Log(const Logger& logger, int level, const std::wstring& text) {
+    std::wstringstream stream;
+    stream << text;
+    logger.Log(static_cast<LOG_MESSAGE_LEVEL>(level), stream);
+}
+
+std::vector<std::string> Lines(const std::string& text) {
+    std::vector<std::string> lines;
+    for (std::size_t begin = 0, end = 0; (end = text.find("\r\n", begin)) != std::string::npos; begin = end + 2) {
+        lines.push_back(text.substr(begin, end - begin));
+    }
+    return lines;
+}
+
+TEST(Logger, AnUnknownChannelSaysSoEachTimeAndWritesNothing) {
+    for (int i = 0; i < 2; ++i) {
+        HostLog log;
+        const Logger logger("Unknown");
+        Log(logger, 4, L"lost");
+        EXPECT_THAT(log.Take(), ElementsAre(L"3 no find logger,start to create(`anonymous-namespace'::GetInnerLogger)",
+                                            L"3 not find config, create failed(`anonymous-namespace'::GetInnerLogger)"));
+    }
+}
+
+TEST(Logger, EachChannelWritesItsFileFromTheDefaultLevelUp) {
+    const std::pair<const char*, const wchar_t*> channels[] = {
+        {"KoViewMirror", L"usr\\KoViewMirror.log"}, {"KoViewTandor", L"admin\\KoViewTandor.log"}};
+    for (const auto& [channel, file] : channels) {
+        const std::string before = ReadAll(kLogs / file);
+        {
+            const Logger logger(channel);
+            const Logger second(channel);
+            Log(logger, 1, L"hidden");
+            Log(logger, 3, L"first \u624b\U0001F4F1");
+            Log(second, 4, L"second \xD83D");
+            Log(second, 7, L"no level");
+            Log(second, -1, L"no level");
+        }
+        const auto lines = Lines(ReadAll(kLogs / file).substr(before.size()));
+        ASSERT_EQ(lines.size(), 2u);
+        const std::regex form(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d,\d{3}\[\d+\]\[([WE])\] - (.*))");
+        std::smatch match;
+        ASSERT_TRUE(std::regex_match(lines[0], match, form)) << lines[0];
+        EXPECT_EQ(match[1], "W");
+        EXPECT_EQ(match[2], "first \xE6\x89\x8B\xF0\x9F\x93\xB1");
+        ASSERT_TRUE(std::regex_match(lines[1], match, form)) << lines[1];
+        EXPECT_EQ(match[1], "E");
+        EXPECT_EQ(match[2], "second \xEF\xBF\xBD");
+    }
+}
+
+// A folder where the file belongs stands for everything that keeps it from being opened.
+TEST(Logger, AFileThatCannotBeOpenedIsTriedFiveTimesAndThenNeverAgain) {
+    std::filesystem::create_directories(kLogs / L"admin" / L"KoViewAccountCred.log");
+    HostLog log;
+    {
+        const Logger logger("KoViewAccountCred");
+        Log(logger, 4, L"lost");
+    }
+    std::vector<std::wstring> expected{L"3 no find logger,start to create(`anonymous-namespace'::GetInnerLogger)"};
+    for (int i = 0; i < 5; ++i) {
+        expected.push_back(L"3 try to create logger, tryTime:" + std::to_wstring(i) + L"(`anonymous-namespace'::CreateLogger)");
+    }
+    expected.push_back(L"3 create logger failed(`anonymous-namespace'::GetInnerLogger)");
+    EXPECT_EQ(log.Take(), expected);
+    std::filesystem::remove(kLogs / L"admin" / L"KoViewAccountCred.log");
+    const Logger again("KoViewAccountCred");
+    EXPECT_TRUE(log.Take().empty());
+}
+
+std::map<std::string, int> CountWriters(const std::vector<std::filesystem::path>& files) {
+    std::map<std::string, int> lines;
+    const std::regex form(R"(.* - (\w+) (\d+) \.{150})");
+    for (const auto& file : files) {
+        for (const std::string& line : Lines(ReadAll(file))) {
+            std::smatch match;
+            if (std::regex_match(line, match, form)) {
+                ++lines[match[1]];
+            } else if (line.find("....") != std::string::npos) {
+                ++lines["mixed"];
+            }
+        }
+    }
+    return lines;
+}
+
+std::vector<std::filesystem::path> ChannelFiles(const std::filesystem::path& folder, const std::wstring& stem) {
+    std::vector<std::filesystem::path> files;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        if (entry.path().filename().wstring().starts_with(stem)) files.push_back(entry.path());
+    }
+    return files;
+}
+
+// 3 x 4,000 lines of 200 bytes are 2.4 MB: more than one rotation of 512 KiB, fewer than are kept.
+TEST(Logger, SeveralProcessesRotateOneChannelAndLoseNoLine) {
+    {
+        std::vector<Child> children;
+        for (const wchar_t* name : {L"one", L"two", L"three"}) {
+            children.emplace_back(std::wstring(L"log-lines KoViewTandor ") + name + L" 4000");
+        }
+        for (Child& child : children) ASSERT_EQ(child.Wait(), 0);
+    }
+    const auto files = ChannelFiles(kLogs / L"admin", L"KoViewTandor");
+    EXPECT_GE(files.size(), 4u);
+    for (const auto& file : files) EXPECT_LE(std::filesystem::file_size(file), 0x80000u) << file;
+    const std::map<std::string, int> expected{{"one", 4000}, {"two", 4000}, {"three", 4000}};
+    EXPECT_EQ(CountWriters(files), expected);
+}
+
+TEST(Logger, AFileHeldOpenAtRotationLosesNothingAndTheHostLogNamesIt) {
+    const auto file = kLogs / L"usr" / L"KoViewMirror.log";
+    Log(Logger("KoViewMirror"), 3, L"there before");
+    const Child viewer(L"hold-file " + file.wstring() + L" viewer-ready", L"viewer-ready");
+    HostLog log;
+    {
+        const Logger logger("KoViewMirror");
+        for (int i = 0; i < 6000; ++i) Log(logger, 3, L"held " + std::to_wstring(i) + L" " + std::wstring(150, L'.'));
+    }
+    EXPECT_THAT(ReadAll(file), testing::HasSubstr("there before"));
+    EXPECT_EQ(CountWriters({file})["held"], 6000);
+    const auto messages = log.Take();
+    ASSERT_FALSE(messages.empty());
+    EXPECT_TRUE(messages.front().starts_with(L"3 cannot rename C:\\ProgramData\\Comms\\Pelora\\log\\usr\\KoViewMirror.log: ") ||
+                messages.front().starts_with(L"4 cannot rename C:\\ProgramData\\Comms\\Pelora\\log\\usr\\KoViewMirror.log: "))
+        << tandor::Utf8FromWide(messages.front());
+}
+
+TEST(RotatingFile, KeepsTheNewestFilesAndDropsTheOldest) {
+    const TemporaryFolder folder;
+    const auto path = folder.path / L"журнал.log";
+    RotatingFile file(path, 100, 2, RotatingFile::Writers::kManyProcesses);
+    for (char c = 'a'; c <= 'f'; ++c) ASSERT_EQ(file.Append(std::string(60, c)), "");
+    EXPECT_EQ(ReadAll(path), std::string(60, 'f'));
+    EXPECT_EQ(ReadAll(folder.path / L"журнал.1.log"), std::string(60, 'e'));
+    EXPECT_EQ(ReadAll(folder.path / L"журнал.2.log"), std::string(60, 'd'));
+    EXPECT_FALSE(std::filesystem::exists(folder.path / L"журнал.3.log"));
+    // A record larger than the bound gets a file of its own.
+    ASSERT_EQ(file.Append(std::string(500, 'g')), "");
+    EXPECT_EQ(file.Size(), 500u);
+}
+
+TEST(TickScopeCounter, ReportsToWhomeverItIsTold) {
+    using Reports = std::vector<unsigned long long>;
+    Reports stored, given;
+    const auto store = [&](unsigned long long ms) { stored.push_back(ms); };
+    const auto give = [&](unsigned long long ms) { given.push_back(ms); };
+    {
+        TickScopeCounter silent(nullptr);
+        silent.OutputOnce(nullptr, false);
+        TickScopeCounter counter(store);
+        std::this_thread::sleep_for(std::chrono::milliseconds(60));
+        counter.OutputOnce(give, true);
+        counter.OutputOnce(nullptr, false);
+        const TickScopeCounter copy(counter);
+    }
+    ASSERT_EQ(given.size(), 1u);
+    ASSERT_EQ(stored.size(), 3u);  // once without a callback of its own, then the copy's and the object's ends
+    EXPECT_GE(given[0], 45u);
+    EXPECT_LT(stored[2], given[0]);
+}
+
+}  // namespace

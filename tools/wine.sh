@@ -1,0 +1,34 @@
+# Running Windows programs: a private Wine prefix and a private display, both gone at the end. Sourced after common.sh.
+
+wine=$(command -v wine64 || echo /usr/lib/wine/wine64)
+wineserver=$(command -v wineserver || ls /usr/lib/wine/wineserver64 2>/dev/null || true)
+
+start_wine() {
+    WINEPREFIX=$(mktemp -d "${TMPDIR:-/tmp}/tandor-wine.XXXXXX")
+    export WINEPREFIX WINEDEBUG=-all WINEDLLOVERRIDES="winedbg.exe=d;mscoree=d;mshtml=d" LC_ALL=C.UTF-8
+    trap stop_wine EXIT
+    start_display
+    say "starting a private Windows environment"
+    "$wine" wineboot -i >"$WINEPREFIX/wineboot.log" 2>&1 || fail "Wine could not set up its prefix; see $WINEPREFIX/wineboot.log"
+    "$wineserver" -w
+    "$wineserver" -p >/dev/null 2>&1  # kept alive: a start then takes milliseconds
+}
+
+start_display() {
+    local number
+    Xvfb -displayfd 8 -screen 0 1280x1024x24 >"$WINEPREFIX/xvfb.log" 2>&1 8>"$WINEPREFIX/display" &
+    display_pid=$!
+    for _ in $(seq 100); do
+        number=$(cat "$WINEPREFIX/display")
+        [ -n "$number" ] && break
+        kill -0 $display_pid 2>/dev/null || fail "the virtual display did not start; see $WINEPREFIX/xvfb.log"
+        sleep 0.05
+    done
+    export DISPLAY=:$number
+}
+
+stop_wine() {
+    "$wineserver" -k 2>/dev/null || true
+    [ -n "${display_pid:-}" ] && kill "$display_pid" 2>/dev/null || true
+    [ -n "${TANDOR_KEEP_PREFIX:-}" ] && say "kept $WINEPREFIX" || rm -rf "$WINEPREFIX"
+}
