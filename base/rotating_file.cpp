@@ -11,8 +11,8 @@ constexpr int kLockTries = 100;               // of 2 ms: a writer that hangs mu
 constexpr int kFollowTries = 5;
 
 FileHandle OpenShared(const std::filesystem::path& path, DWORD access, DWORD disposition) {
-    return FileHandle(::CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                    disposition, FILE_ATTRIBUTE_NORMAL, nullptr));
+    return FileHandle(::CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                    nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
 bool SameFile(HANDLE a, HANDLE b) {
@@ -36,8 +36,7 @@ std::string InWords(const char* action, const std::filesystem::path& path, DWORD
 
 }  // namespace
 
-RotatingFile::RotatingFile(std::filesystem::path path, std::uint64_t max_size, unsigned rotated_files,
-                           Writers writers)
+RotatingFile::RotatingFile(std::filesystem::path path, std::uint64_t max_size, unsigned rotated_files, Writers writers)
     : path_(std::move(path)), max_size_(max_size), rotated_files_(rotated_files), writers_(writers) {
     std::error_code ignored;  // the open below fails with the cause that matters
     std::filesystem::create_directories(path_.parent_path(), ignored);
@@ -46,7 +45,8 @@ RotatingFile::RotatingFile(std::filesystem::path path, std::uint64_t max_size, u
 
 void RotatingFile::Open() {
     // Append access without write access makes every write land at the end, whatever other processes do meanwhile.
-    FileHandle file = OpenShared(path_, FILE_APPEND_DATA | FILE_READ_DATA | FILE_READ_ATTRIBUTES | SYNCHRONIZE, OPEN_ALWAYS);
+    FileHandle file =
+        OpenShared(path_, FILE_APPEND_DATA | FILE_READ_DATA | FILE_READ_ATTRIBUTES | SYNCHRONIZE, OPEN_ALWAYS);
     if (!file) throw WindowsError("cannot open " + Utf8FromWideLossy(path_.native()), ::GetLastError());
     file_ = std::move(file);
 }
@@ -54,14 +54,15 @@ void RotatingFile::Open() {
 bool RotatingFile::LockOnce() noexcept {
     OVERLAPPED place = LockPlace();
     for (int attempt = 0; attempt < kLockTries; ++attempt) {
-        if (::LockFileEx(file_.Get(), LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &place) != 0) return true;
+        if (::LockFileEx(file_.Get(), LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &place) != 0)
+            return true;
         ::Sleep(attempt == 0 ? 0 : 2);
     }
     return false;
 }
 
-// After another process renamed the files our handle still leads to the renamed one: only when the locked file is the one
-// that the path names is the lock worth anything.
+// After another process renamed the files our handle still leads to the renamed one: only when the locked file is the
+// one that the path names is the lock worth anything.
 bool RotatingFile::LockCurrent() {
     for (int attempt = 0; attempt < kFollowTries; ++attempt) {
         const bool locked = LockOnce();
@@ -85,7 +86,8 @@ std::uint64_t RotatingFile::Size() const noexcept {
 
 std::filesystem::path RotatingFile::RotatedName(unsigned number) const {
     if (number == 0) return path_;
-    return path_.parent_path() / (path_.stem().wstring() + L"." + std::to_wstring(number) + path_.extension().wstring());
+    return path_.parent_path() /
+           (path_.stem().wstring() + L"." + std::to_wstring(number) + path_.extension().wstring());
 }
 
 std::string RotatingFile::Rotate() {
@@ -95,7 +97,8 @@ std::string RotatingFile::Rotate() {
     }
     for (unsigned number = rotated_files_; number > 0; --number) {
         const auto from = RotatedName(number - 1);
-        if (::MoveFileExW(from.c_str(), RotatedName(number).c_str(), 0) == 0 && ::GetLastError() != ERROR_FILE_NOT_FOUND) {
+        if (::MoveFileExW(from.c_str(), RotatedName(number).c_str(), 0) == 0 &&
+            ::GetLastError() != ERROR_FILE_NOT_FOUND) {
             return InWords("cannot rename", from, ::GetLastError());
         }
     }

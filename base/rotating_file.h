@@ -1,8 +1,9 @@
 // A size-bounded file to which several processes append whole records.
 //
-// When a record would pass the bound the files are renamed one step down (name.log, name.1.log, name.2.log ...; the last is
-// dropped) and a new file is begun. Writers in other processes notice and follow. A file that cannot be renamed, because
-// somebody holds it open, is never cut: records go on into it, past the bound, and the rename is tried again later.
+// When a record would pass the bound the files are renamed one step down (name.log, name.1.log, name.2.log ...; the
+// last is dropped) and a new file is begun. Writers in other processes notice and follow. A file that cannot be
+// renamed, because somebody holds it open, is never cut: records go on into it, past the bound, and the rename is tried
+// again later.
 #pragma once
 
 #include <cstdint>

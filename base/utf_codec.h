@@ -1,8 +1,8 @@
 // UTF-8 to and from UTF-16 (2-byte units) or UTF-32 (4-byte units): the loops, without allocation.
 //
 // Each loop runs until its input ends, its output lacks room, or a sequence is not valid. What is valid is what the
-// Unicode Standard's table 3-7 (well-formed UTF-8 byte sequences) allows: no overlong form, no encoded surrogate, nothing
-// beyond U+10FFFF, no cut sequence.
+// Unicode Standard's table 3-7 (well-formed UTF-8 byte sequences) allows: no overlong form, no encoded surrogate,
+// nothing beyond U+10FFFF, no cut sequence.
 #pragma once
 
 #include <emmintrin.h>

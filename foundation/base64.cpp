@@ -62,10 +62,12 @@ void EncodeBase64(const unsigned char* data, std::size_t size, char* out) {
         out = EncodeGroup(static_cast<std::uint32_t>(bits & 0xFFFFFF), out);
     }
     for (; size >= 3; size -= 3, data += 3) {
-        out = EncodeGroup(static_cast<std::uint32_t>(data[0]) << 16 | static_cast<std::uint32_t>(data[1]) << 8 | data[2], out);
+        out = EncodeGroup(
+            static_cast<std::uint32_t>(data[0]) << 16 | static_cast<std::uint32_t>(data[1]) << 8 | data[2], out);
     }
     if (size == 0) return;
-    const std::uint32_t rest = static_cast<std::uint32_t>(data[0]) << 16 | (size == 2 ? static_cast<std::uint32_t>(data[1]) << 8 : 0);
+    const std::uint32_t rest =
+        static_cast<std::uint32_t>(data[0]) << 16 | (size == 2 ? static_cast<std::uint32_t>(data[1]) << 8 : 0);
     out = EncodeGroup(rest, out);
     out[-1] = '=';
     if (size == 1) out[-2] = '=';

@@ -23,7 +23,8 @@ void ChannelSink::sink_it_(const spdlog::details::log_msg& message) {
     formatter_->format(message, line_);
     // The line is kept first: writing may throw.
     gathered_.append(line_.data(), line_.size());
-    if (message.level >= spdlog::level::err || gathered_.size() >= kGather || ::GetTickCount64() - last_write_ >= kOldest) {
+    if (message.level >= spdlog::level::err || gathered_.size() >= kGather ||
+        ::GetTickCount64() - last_write_ >= kOldest) {
         WriteGathered();
     }
 }
