@@ -5,6 +5,10 @@ target_compile_definitions(tandor_core PRIVATE TANDOR_BUILDING)
 
 add_library(TandorUtil SHARED
     $<TARGET_OBJECTS:tandor_core>
+    config/config_mgr.cpp
+    config/display_query.cpp
+    device/edid_data.cpp
+    device/panel_query.cpp
     foundation/channel_logger.cpp
     foundation/channel_sink.cpp
     foundation/logging.cpp
@@ -18,7 +22,7 @@ target_include_directories(TandorUtil PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_
 set_target_properties(TandorUtil PROPERTIES PREFIX "" IMPORT_PREFIX "lib")
 target_link_libraries(TandorUtil PRIVATE $<BUILD_INTERFACE:tandor_compiling> $<BUILD_INTERFACE:tandor_base>
     ${TANDOR_SUITE_TARGET} $<BUILD_INTERFACE:spdlog::spdlog> $<BUILD_INTERFACE:fmt::fmt>)
-tandor_delay_load(TandorUtil user32 gdi32 gdiplus advapi32 ole32)
+tandor_delay_load(TandorUtil user32 gdi32 gdiplus advapi32 ole32 oleaut32)
 tandor_version_resource(TandorUtil "Utility library of the multi-device feature")
 
 # The portable core's free functions, for programs that look inside: tests, benchmarks and tandorctl.
