@@ -1,4 +1,4 @@
 # The portable core alone, for the machine that builds it: sanitizers and fuzzers.
 find_package(tinyxml2 REQUIRED)
-add_library(tandor_core STATIC ${TANDOR_BASE_SOURCES} ${TANDOR_CORE_SOURCES} ${PELORA_PORTABLE_SOURCES})
-target_link_libraries(tandor_core PUBLIC tandor_compiling PRIVATE tinyxml2::tinyxml2)
+add_library(tandor_core STATIC ${TANDOR_CORE_SOURCES} ${PELORA_PORTABLE_SOURCES})
+target_link_libraries(tandor_core PUBLIC tandor_compiling tandor_base PRIVATE tinyxml2::tinyxml2)
