@@ -23,8 +23,9 @@ public:
     // Opens or creates the file and its directories. Throws std::system_error when that fails.
     RotatingFile(std::filesystem::path path, std::uint64_t max_size, unsigned rotated_files, Writers writers);
 
-    // Appends `records` (whole ones, so that lines of several processes never mix). Returns an empty text, or what went
-    // wrong in words; after a failed rename the records are in the file all the same. Not thread-safe.
+    // Appends `records` (at most 8 KiB, or one record; whole ones, so that lines of several processes never mix).
+    // Returns an empty text, or what went wrong in words; after a failed rename the records are in the file all the
+    // same. Not thread-safe.
     [[nodiscard]] std::string Append(std::string_view records);
 
     [[nodiscard]] std::uint64_t Size() const noexcept;
@@ -34,6 +35,7 @@ private:
     bool LockOnce() noexcept;
     bool LockCurrent();
     void Unlock() noexcept;
+    [[nodiscard]] bool NearlyFull() const noexcept;
     std::string Rotate();
     [[nodiscard]] std::filesystem::path RotatedName(unsigned number) const;
 

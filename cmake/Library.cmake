@@ -9,7 +9,7 @@ add_library(TandorUtil SHARED
     foundation/channel_sink.cpp
     foundation/logging.cpp
     foundation/message.cpp
-    # foundation/text_system.cpp
+    foundation/text_system.cpp
     foundation/thumbnail.cpp
     security/crypt_base.cpp
     security/crypt_random.cpp
