@@ -15,7 +15,7 @@ set(TANDOR_CORE_SOURCES
     security/aes_gcm.cpp
     security/device_random.cpp
     security/digest.cpp
-    security/sealed_text.cpp
+    security/sealed_message.cpp
     security/sealing.cpp
     security/sha256.cpp
 )

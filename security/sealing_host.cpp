@@ -5,7 +5,7 @@
 #include "base/hex.h"
 #include "foundation/message.h"
 #include "security/aes_gcm.h"
-#include "security/sealed_text.h"
+#include "security/sealed_message.h"
 #include "security/secret.h"
 #include "tandor/crypto.h"
 #include "tandor/sealing.h"

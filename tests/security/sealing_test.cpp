@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "base/hex.h"
-#include "security/sealed_text.h"
+#include "security/sealed_message.h"
 
 namespace {
 
@@ -72,9 +72,9 @@ TEST(AesGcm, AgreesWithAnotherImplementationAndOpensWhatItSealed) {
     CTandorSecTools().OPENSSL_SHA256(large.sealed.data(), large.sealed.size(), digest);
     EXPECT_EQ(Hex(Bytes(digest, digest + 32)), "A58B899F6EBA0C8ECFDC94FC4FE687A4B8F84EE624C9A009E13914538A8687AF");
     Bytes opened(large.plain.size());
-    EXPECT_EQ(util.AesGcmDecrypt(large.sealed.data(), static_cast<int>(large.sealed.size()), opened.data(),
-                                 large.key.data()),
-              100'000);
+    EXPECT_EQ(
+        util.AesGcmDecrypt(large.sealed.data(), static_cast<int>(large.sealed.size()), opened.data(), large.key.data()),
+        100'000);
     EXPECT_EQ(opened, large.plain);
 }
 
@@ -113,8 +113,8 @@ TEST(AesGcm, SealsAndOpensWhereTheRangesOverlap) {
     SecurityEncryptUtil util;
     const Message message(100);
     for (const int distance : {-50, -16, -1, 0, 1, 15, 16, 17, 40, 120, 140}) {
-        Bytes memory(400);
-        unsigned char* const out = memory.data() + 100;
+        Bytes memory(600);
+        unsigned char* const out = memory.data() + 200;
         unsigned char* const plain = out + distance;
         std::copy(message.plain.begin(), message.plain.end(), plain);
         ASSERT_EQ(util.AesGcmEncrypt(plain, 100, out, message.key.data(), message.vector.data()), 132);
@@ -164,8 +164,8 @@ TEST(SealedText, ChecksKeyAndTextBeforeTheOutput) {
     };
     const Case cases[] = {
         {"", plain, sealed},
-        {key.substr(1), plain, sealed},        // 63 digits
-        {key + "00", plain, sealed},           // 66 digits
+        {key.substr(1), plain, sealed},  // 63 digits
+        {key + "00", plain, sealed},     // 66 digits
         {key.substr(2) + "0g", plain, sealed},
         {key, "0", sealed.substr(1)},
         {key, "0g", sealed.substr(2) + "0g"},
