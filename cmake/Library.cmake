@@ -19,6 +19,8 @@ add_library(TandorUtil SHARED
     security/crypt_random.cpp
     security/file_digest.cpp
     security/sealing_host.cpp
+    system/http_download.cpp
+    system/http_transfer.cpp
 )
 add_library(Tandor::TandorUtil ALIAS TandorUtil)
 target_compile_definitions(TandorUtil PRIVATE TANDOR_BUILDING)
@@ -26,8 +28,9 @@ target_include_directories(TandorUtil PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_
 set_target_properties(TandorUtil PROPERTIES PREFIX "" IMPORT_PREFIX "lib")
 target_link_libraries(TandorUtil PRIVATE $<BUILD_INTERFACE:tandor_compiling> $<BUILD_INTERFACE:tandor_base>
     ${TANDOR_SUITE_TARGET} $<BUILD_INTERFACE:spdlog::spdlog> $<BUILD_INTERFACE:fmt::fmt>
-    $<BUILD_INTERFACE:tandor_crypto>)
-tandor_delay_load(TandorUtil user32 gdi32 gdiplus advapi32 ole32 oleaut32 bcrypt)
+    $<BUILD_INTERFACE:tandor_crypto>
+    $<BUILD_INTERFACE:tandor_curl>)
+tandor_delay_load(TandorUtil user32 gdi32 gdiplus advapi32 ole32 oleaut32 bcrypt pathcch)
 # Sample configuration, where programs in the bin folder look for theirs.
 foreach(sample config/VxExScreenConfig.xml cloundConfig/PadResolutionConfig.xml)
     get_filename_component(name ${sample} NAME)

@@ -22,6 +22,7 @@ set(TANDOR_CORE_SOURCES
     security/sealed_message.cpp
     security/sealing.cpp
     security/sha256.cpp
+    system/http_headers.cpp
 )
 # Of the suite's services, what runs anywhere. It stands in PeloraSuite.dll on Windows and in the core natively.
 set(PELORA_PORTABLE_SOURCES
