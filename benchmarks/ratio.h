@@ -41,5 +41,6 @@ void Compare(const std::string& operation, const std::string& baseline, Target t
 void AddFoundation();
 void AddLoading();
 void AddSecurity();
+void AddHttp();
 
 }  // namespace tandor::bench
