@@ -13,6 +13,7 @@ namespace tandor {
 namespace {
 
 constexpr std::chrono::seconds kAnswerWait{5};
+constexpr long kNotCheckedYet = 1;  // what libcurl begins with
 
 int OnProgress(void* context, curl_off_t total, curl_off_t received, curl_off_t, curl_off_t) noexcept {
     try {
@@ -38,6 +39,7 @@ public:
         transfer_.code = code;
         ::curl_easy_getinfo(handle_, CURLINFO_RESPONSE_CODE, &transfer_.status);
         ::curl_easy_getinfo(handle_, CURLINFO_SSL_VERIFYRESULT, &transfer_.certificateCode);
+        if (transfer_.certificateCode == kNotCheckedYet) transfer_.certificateCode = 0;
         transfer_.nameLookup = Seconds(CURLINFO_NAMELOOKUP_TIME);
         transfer_.connect = Seconds(CURLINFO_CONNECT_TIME);
         transfer_.handshake = Seconds(CURLINFO_APPCONNECT_TIME);

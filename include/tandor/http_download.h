@@ -15,7 +15,7 @@ struct HttpTransfer {
 
     int code = 0;              // libcurl's result, also when the call itself returned -1
     long status = 0;           // the HTTP status; 0 when no answer came
-    long certificateCode = 0;  // what checking the server's certificate came to (X509_V_...); 0 when all was well
+    long certificateCode = 0;  // what checking the server's certificate came to (X509_V_...); 0 for well or not checked
     std::string error;         // libcurl's sentence about what failed; empty when nothing did
     std::string address;       // the address that was connected to, the proxy's when there is one; empty without one
 
@@ -32,7 +32,7 @@ struct HttpTransfer {
 // that GetCaPath names, and speak TLS 1.2 or newer; under TLS 1.2 with AES-GCM and without RSA.
 //
 // The results of libcurl that callers meet most: 0 done (also when the HTTP status is an error), 6 unknown host, 7 no
-// connection, 35 no agreement on TLS, 56 the connection broke, 60 the server's certificate is not trusted or is another
+// connection, 35 no agreement on TLS, 18 and 56 the connection broke, 60 the server's certificate is not trusted or is another
 // host's, 77 the bundle of authorities is missing or damaged. 2 and 27: no thread or no memory to work with.
 //
 // Threads: no state; any number of threads may call at once. Nothing throws but GetCaPath, for want of memory.
