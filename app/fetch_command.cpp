@@ -51,7 +51,8 @@ double WantedPause(std::string headers) {
 // Doubles with each try; up to half of it is left to chance, so that many clients do not come back at once.
 double Pause(int attempt, const std::string& headers) {
     static std::mt19937 chance(std::random_device{}());
-    const double longest = std::min(kFirstPause * static_cast<double>(1ULL << std::min(attempt - 1, 16)), kLongestPause);
+    const double longest =
+        std::min(kFirstPause * static_cast<double>(1ULL << std::min(attempt - 1, 16)), kLongestPause);
     return std::max(WantedPause(headers), longest * std::uniform_real_distribution(0.5, 1.0)(chance));
 }
 
@@ -62,8 +63,8 @@ Fetched FetchOnce(const FetchOptions& options, const std::string& body) {
         if (total > 0) progress.Show(received, total);
         return true;
     };
-    fetched.result = HttpDownloadHelper::GetConfigDataFromServer(options.url, body, fetched.headers, fetched.body,
-                                                                 fetched.transfer);
+    fetched.result =
+        HttpDownloadHelper::GetConfigDataFromServer(options.url, body, fetched.headers, fetched.body, fetched.transfer);
     return fetched;
 }
 
@@ -80,8 +81,11 @@ Fetched FetchWithRetries(const FetchOptions& options, const std::string& body) {
 }
 
 Json Phases(const HttpTransfer& transfer) {
-    return {{"name_lookup", transfer.nameLookup}, {"connect", transfer.connect},  {"tls_handshake", transfer.handshake},
-            {"first_byte", transfer.firstByte},   {"total", transfer.total}};
+    return {{"name_lookup", transfer.nameLookup},
+            {"connect", transfer.connect},
+            {"tls_handshake", transfer.handshake},
+            {"first_byte", transfer.firstByte},
+            {"total", transfer.total}};
 }
 
 void PrintForPeople(const FetchOptions& options, const Fetched& fetched) {
@@ -97,9 +101,15 @@ void PrintForPeople(const FetchOptions& options, const Fetched& fetched) {
 
 void PrintForMachines(const FetchOptions& options, const Fetched& fetched) {
     const HttpTransfer& t = fetched.transfer;
-    Json document{{"url", options.url},           {"result", fetched.result},     {"code", t.code},
-                  {"status", t.status},           {"address", t.address},         {"attempts", fetched.attempts},
-                  {"certificate_code", t.certificateCode}, {"seconds", Phases(t)}, {"headers", fetched.headers}};
+    Json document{{"url", options.url},
+                  {"result", fetched.result},
+                  {"code", t.code},
+                  {"status", t.status},
+                  {"address", t.address},
+                  {"attempts", fetched.attempts},
+                  {"certificate_code", t.certificateCode},
+                  {"seconds", Phases(t)},
+                  {"headers", fetched.headers}};
     if (options.output.empty()) document["body"] = fetched.body;
     if (!Good(t)) {
         const Explanation why = Explain(t);
@@ -153,7 +163,8 @@ void CheckHttps(Findings& findings) {
     std::size_t authorities = 0;
     for (std::size_t at = content.find(mark); at != std::string::npos; at = content.find(mark, at + 1)) ++authorities;
     if (authorities == 0) {
-        findings.push_back({thing, Verdict::kLimited, bundle + " is missing or has no certificate: no server is trusted",
+        findings.push_back({thing, Verdict::kLimited,
+                            bundle + " is missing or has no certificate: no server is trusted",
                             "put the authorities' certificates (PEM) there"});
         return;
     }
@@ -175,7 +186,8 @@ void AddFetchCommand(CLI::App& app, Context& context) {
     fetch->add_flag("--headers", options->headers, "Show the answer's headers as well, on standard error");
     fetch->footer(
         "Example:\n  tandorctl fetch https://config.example/v1/query --body request.json --retries 3\n"
-        "The body goes to standard output, what else is to say to standard error. Servers are trusted when an authority\n"
+        "The body goes to standard output, what else is to say to standard error. Servers are trusted when an "
+        "authority\n"
         "in config\\cacert.pem beside this program signed their certificate. Pauses between tries double from half a\n"
         "second to 30 seconds, and a server may ask for up to 30. Exit code 1 for a failure or an error's status.");
     fetch->callback([options, &context] { Fetch(context, *options); });

@@ -40,9 +40,10 @@ Explanation ExplainCertificate(const HttpTransfer& transfer) {
                     "add that authority, if you trust it, to " + HttpDownloadHelper::GetCaPath()};
         case X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY:
         case X509_V_ERR_UNABLE_TO_VERIFY_LEAF_SIGNATURE:
-            return {"the authority that signed the server's certificate is not in the bundle, or the server left out a "
-                    "certificate in between",
-                    "add that authority, if you trust it, to " + HttpDownloadHelper::GetCaPath()};
+            return {
+                "the authority that signed the server's certificate is not in the bundle, or the server left out a "
+                "certificate in between",
+                "add that authority, if you trust it, to " + HttpDownloadHelper::GetCaPath()};
         default:
             return {std::string("the server's certificate is not trusted: ") +
                         ::X509_verify_cert_error_string(transfer.certificateCode),
@@ -81,9 +82,8 @@ bool MayPass(const HttpTransfer& transfer) {
     constexpr std::array kCodes{kUnknownProxy, kUnknownHost, kNoConnection, kCutShort,
                                 kTimeOut,      kNoAnswer,    kNotSent,      kBroken};
     constexpr std::array kStatuses{408L, 429L, 500L, 502L, 503L, 504L};
-    return transfer.code == kDone
-               ? std::find(kStatuses.begin(), kStatuses.end(), transfer.status) != kStatuses.end()
-               : std::find(kCodes.begin(), kCodes.end(), transfer.code) != kCodes.end();
+    return transfer.code == kDone ? std::find(kStatuses.begin(), kStatuses.end(), transfer.status) != kStatuses.end()
+                                  : std::find(kCodes.begin(), kCodes.end(), transfer.code) != kCodes.end();
 }
 
 }  // namespace tandor::app

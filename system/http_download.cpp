@@ -156,8 +156,7 @@ int HttpDownloadHelper::ExecutCurlEasyPerform(void* curl, void* headers) noexcep
     tandor::CurlHandle handle(curl);
     tandor::CurlList list(static_cast<curl_slist*>(headers));
     if (handle == nullptr) return CURLE_BAD_FUNCTION_ARGUMENT;
-    return tandor::Guarded(
-        nullptr, [&] { return tandor::RunTransfer(std::move(handle), std::move(list), nullptr); });
+    return tandor::Guarded(nullptr, [&] { return tandor::RunTransfer(std::move(handle), std::move(list), nullptr); });
 }
 
 std::size_t HttpDownloadHelper::OnWriteDataForUpdate(void* data, std::size_t size, std::size_t count,

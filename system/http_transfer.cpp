@@ -91,8 +91,8 @@ int PerformAndFree(CURL* handle, curl_slist* headers, HttpTransfer* transfer) {
 CurlHandle NewCurlHandle() noexcept {
     static const bool ready = [] {
         if (!StartCrypto() || ::curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK) return false;
-        // Loaded at its first call like all of its library, which must not be the one that has an error to tell: loading
-        // would overwrite it.
+        // Loaded at its first call like all of its library, which must not be the one that has an error to tell:
+        // loading would overwrite it.
         ::WSAGetLastError();
         return true;
     }();

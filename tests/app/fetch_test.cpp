@@ -77,8 +77,7 @@ TEST_F(Fetch, FindsItsBundleAnywhereAndReadsNobodysConfiguration) {
              "openssl_conf = a\n[a]\nssl_conf = b\n[b]\nsystem_default = c\n[c]\nMinProtocol = TLSv1.3\n"
              "MaxProtocol = TLSv1.2\nCiphersuites = TLS_NONE\n");
     ::SetEnvironmentVariableW(L"OPENSSL_CONF", hostile.c_str());
-    const ProgramRun run =
-        RunProgram(L"\"" + (folder.path / L"tandorctl.exe").native() + L"\" " + Line(server), "{}");
+    const ProgramRun run = RunProgram(L"\"" + (folder.path / L"tandorctl.exe").native() + L"\" " + Line(server), "{}");
     ::SetEnvironmentVariableW(L"OPENSSL_CONF", nullptr);
     EXPECT_EQ(run.exit_code, 0) << run.error;
     EXPECT_EQ(run.out, "{}");
