@@ -18,7 +18,7 @@ add_library(TandorUtil SHARED
     foundation/channel_sink.cpp
     foundation/logging.cpp
     foundation/message.cpp
-    # foundation/text_system.cpp
+    foundation/text_system.cpp
     foundation/thumbnail.cpp
 )
 add_library(Tandor::TandorUtil ALIAS TandorUtil)

@@ -1,0 +1,57 @@
+// The device manager's file: two collections of devices with their attributes, in SQLite.
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tandor/device_summary.h"
+
+namespace pelora {
+
+enum class Collection : int { kPresent = 0, kBound = 1 };
+
+// Every operation returns a DM::DeviceStatus, is atomic, and may be called from any thread. The file is opened with the
+// first one, and anew after a failure.
+class DeviceStore {
+public:
+    // Hears, once, what is wrong with the file. Must not throw.
+    using Report = std::function<void(const std::string& trouble)>;
+
+    DeviceStore(std::filesystem::path file, Report report);
+    ~DeviceStore();
+    DeviceStore(const DeviceStore&) = delete;
+    DeviceStore& operator=(const DeviceStore&) = delete;
+
+    int GetRecord(Collection collection, const std::string& device, BluetoothDeviceSummary& record) noexcept;
+    int SetRecord(Collection collection, const std::string& device, const BluetoothDeviceSummary& record) noexcept;
+    int Delete(Collection collection, const std::string& device, bool even_trusted) noexcept;
+    int List(Collection collection, std::vector<BluetoothDeviceSummary>& records) noexcept;
+
+    // Members of the record by their names, other attributes by any other name, as the store's text.
+    int GetText(Collection collection, const std::string& device, const std::string& name, std::string& text) noexcept;
+    int SetText(Collection collection, const std::string& device, const std::string& name,
+                std::string_view text) noexcept;
+
+private:
+    class Tables;
+
+    template <class Operation>
+    int Run(Operation operation) noexcept;
+    Tables& Opened();
+    int Failed(const std::exception& error);
+    int SetAside(const std::string& cause);
+    void Tell(const std::string& trouble);
+
+    std::filesystem::path file_;
+    Report report_;
+    std::mutex mutex_;
+    std::unique_ptr<Tables> tables_;
+    std::string told_;
+};
+
+}  // namespace pelora

@@ -1,0 +1,113 @@
+// SQLite for the suite's stores: databases that several processes write, as values and exceptions.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+namespace pelora {
+
+// How long a call waits at most for other processes.
+inline constexpr int kBusyWait = 10'000;  // ms
+
+class SqliteError : public std::runtime_error {
+public:
+    SqliteError(int code, const std::string& what) : std::runtime_error(what), code_(code & 0xFF) {}
+    [[nodiscard]] bool Busy() const noexcept;
+    // The file is not a database, its pages contradict one another, or tables are missing.
+    [[nodiscard]] bool Damaged() const noexcept;
+
+private:
+    int code_;
+};
+
+// The rows of a statement under way. The statement is free again at the end.
+class Rows {
+public:
+    explicit Rows(sqlite3_stmt* statement) noexcept : statement_(statement) {}
+    Rows(Rows&& other) noexcept : statement_(other.statement_) { other.statement_ = nullptr; }
+    Rows& operator=(Rows&&) = delete;
+    ~Rows();
+
+    bool Next();
+    // Valid until the next call of Next.
+    [[nodiscard]] std::string_view Bytes(int column) const;
+    [[nodiscard]] std::int64_t Integer(int column) const;
+
+private:
+    sqlite3_stmt* statement_;
+};
+
+// A prepared statement, used again and again by one thread at a time.
+class Statement {
+public:
+    Statement(sqlite3* database, const char* sql);
+
+    // Binds the arguments, whole numbers and bytes, to ?1, ?2 and so on.
+    template <class... Arguments>
+    Rows Query(const Arguments&... arguments) {
+        Rows rows(statement_.get());
+        int index = 0;
+        (Bind(++index, arguments), ...);
+        return rows;
+    }
+    // For statements that give no rows.
+    template <class... Arguments>
+    void Run(const Arguments&... arguments) {
+        Query(arguments...).Next();
+    }
+
+private:
+    struct Finalize {
+        void operator()(sqlite3_stmt* statement) const noexcept;
+    };
+    void Bind(int index, std::int64_t value);
+    void Bind(int index, std::string_view bytes);
+
+    std::unique_ptr<sqlite3_stmt, Finalize> statement_;
+};
+
+// One connection, in WAL mode; used by one thread at a time.
+class Database {
+public:
+    // Opens or creates the file. Throws SqliteError.
+    explicit Database(const std::string& utf8_path);
+
+    void Execute(const char* sql);
+    Statement Prepare(const char* sql) { return {database_.get(), sql}; }
+    [[nodiscard]] std::int64_t Number(const char* sql) { return First(Prepare(sql)); }
+    // Reads all pages; throws SqliteError for what contradicts itself.
+    void CheckWhole();
+    // Rows that the last statement changed.
+    [[nodiscard]] int Changes() const noexcept;
+
+private:
+    struct Close {
+        void operator()(sqlite3* database) const noexcept;
+    };
+    static std::int64_t First(Statement statement);
+    void UseWriteAheadLog();
+
+    std::unique_ptr<sqlite3, Close> database_;
+};
+
+// Everything until Commit happens as a whole or not at all. Holds the store against other writers.
+class Transaction {
+public:
+    explicit Transaction(Database& database) : database_(database) { database_.Execute("BEGIN IMMEDIATE"); }
+    ~Transaction();
+    Transaction(const Transaction&) = delete;
+    Transaction& operator=(const Transaction&) = delete;
+    void Commit();
+
+private:
+    Database& database_;
+    bool open_ = true;
+};
+
+}  // namespace pelora
