@@ -105,7 +105,8 @@ std::wstring DriveLetters::DriveOf(HANDLE file) {
 
 TdOpenFile LookAtForeignFile(HANDLE process, std::uint64_t handle, DriveLetters& drives) {
     using enum TdOpenFile::Outcome;
-    TdOpenFile file{.handle = handle};
+    TdOpenFile file;
+    file.handle = handle;
     KernelHandle own;
     if (::DuplicateHandle(process, reinterpret_cast<HANDLE>(handle), ::GetCurrentProcess(), own.Receive(), 0, FALSE,
                           DUPLICATE_SAME_ACCESS) == 0) {
