@@ -5,6 +5,7 @@
 #include <memory>
 #include <mutex>
 #include <new>
+#include <system_error>
 #include <thread>
 
 #include "concurrency/lock.h"
@@ -131,7 +132,11 @@ void OperationQueueBase::Stop() {
         const std::lock_guard hold(state_->lock);
         state_->Signal();
     }
-    if (state_->worker != nullptr && state_->worker->joinable()) state_->worker->join();
+    if (state_->worker == nullptr || !state_->worker->joinable()) return;
+    // Said here and not left to the thread library, which need not notice.
+    if (state_->worker->get_id() == std::this_thread::get_id())
+        throw std::system_error(std::make_error_code(std::errc::resource_deadlock_would_occur));
+    state_->worker->join();
 }
 
 void OperationQueueBase::Push(Operation operation) {
