@@ -11,8 +11,8 @@
 
 namespace tandor {
 
-// The drives of one walk. A drive is asked for its volume when a file is compared with it for the first time: some drives
-// take seconds to answer.
+// The drives of one walk. A drive is asked for its volume when a file is compared with it for the first time: some
+// drives take seconds to answer.
 class DriveLetters {
 public:
     // "C:" for a file on the volume of C:\; empty when no drive has that volume or the file's cannot be told.

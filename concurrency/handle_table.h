@@ -16,7 +16,8 @@ struct HandleEntry {
 };
 
 // The handles of one process, in the table's order. A count that the table is too short for ends with the table.
-// Information class 16: the process number has 16 bits and shares a word with an index that is 0; the handle has 16 bits.
+// Information class 16: the process number has 16 bits and shares a word with an index that is 0; the handle has 16
+// bits.
 std::vector<HandleEntry> HandlesInTable16(std::span<const std::byte> table, std::uint32_t process);
 // Information class 64: process and handle of any size.
 std::vector<HandleEntry> HandlesInTable64(std::span<const std::byte> table, std::uint64_t process);

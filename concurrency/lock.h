@@ -1,5 +1,5 @@
-// A lock and a condition that cost little: on Windows one word each and no system call unless a thread has to wait, which
-// the tool chain's standard classes do not offer there.
+// A lock and a condition that cost little: on Windows one word each and no system call unless a thread has to wait,
+// which the tool chain's standard classes do not offer there.
 #pragma once
 
 #if !defined(_WIN32)

@@ -29,14 +29,17 @@ unsigned long TdOpenFiles::List(unsigned long processId, std::vector<TdOpenFile>
     if (!process) return ::GetLastError();
     const auto query = tandor::SystemEntry<tandor::QuerySystemInformation>(L"ntdll.dll", "ZwQuerySystemInformation");
     if (query == nullptr) return ERROR_PROC_NOT_FOUND;
-    const tandor::FileHandle own_file(::CreateFileW(L"NUL", GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                                    OPEN_EXISTING, 0, nullptr));
+    const tandor::FileHandle own_file(
+        ::CreateFileW(L"NUL", GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr));
     if (!own_file) return ::GetLastError();
     SystemTable table;
     switch (table.Read(*query, tandor::kSystemHandlesExtended)) {
-        case SystemTable::Result::kNoMemory: return ERROR_NOT_ENOUGH_MEMORY;
-        case SystemTable::Result::kQueryFailed: return ERROR_GEN_FAILURE;
-        case SystemTable::Result::kRead: break;
+        case SystemTable::Result::kNoMemory:
+            return ERROR_NOT_ENOUGH_MEMORY;
+        case SystemTable::Result::kQueryFailed:
+            return ERROR_GEN_FAILURE;
+        case SystemTable::Result::kRead:
+            break;
     }
     const std::uint32_t type = FileType(table, own_file.Get());
     if (type == 0) return ERROR_NOT_FOUND;

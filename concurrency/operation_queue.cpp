@@ -51,8 +51,8 @@ struct OperationQueueBase::State {
 };
 
 // Under the lock. False when the queue is stopped. What is dropped goes to `oldest`, to be destroyed after the unlock.
-// Looking at `running` once more under the lock is what keeps a push that overlaps with Stop from leaving an operation, or
-// a worker that nobody waits for, behind.
+// Looking at `running` once more under the lock is what keeps a push that overlaps with Stop from leaving an operation,
+// or a worker that nobody waits for, behind.
 bool OperationQueueBase::State::Append(Operation& operation, Operation& oldest) {
     if (running == 0) {
         Add(refused);
@@ -207,7 +207,8 @@ void LowPowerOperationQueue::Push(Operation operation) {
     }
 }
 
-// Under the lock. The previous worker takes the lock no more once worker_active_ is false, so it can be waited for here.
+// Under the lock. The previous worker takes the lock no more once worker_active_ is false, so it can be waited for
+// here.
 bool LowPowerOperationQueue::StartWorker() {
     worker_active_.exchange(true);
     try {

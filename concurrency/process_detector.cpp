@@ -96,7 +96,8 @@ void TdProcessDetector::EnumFile(unsigned long processId, std::function<void(boo
         case tandor::SystemTable::Result::kQueryFailed:
             LogMessage(kFailure, kEnumFile, L"get sys info failed");
             return;
-        case tandor::SystemTable::Result::kRead: break;
+        case tandor::SystemTable::Result::kRead:
+            break;
     }
     const KernelHandle process(::OpenProcess(PROCESS_DUP_HANDLE, FALSE, processId));
     if (!process) {
@@ -122,8 +123,8 @@ int TdProcessDetector::GetProcessCmdline(unsigned long processId, std::wstring& 
         return 0;
     };
     if (query_process_ == nullptr) return fail(L"init failed");
-    // Compared with INVALID_HANDLE_VALUE, which is no answer of OpenProcess: a process that may not be opened is noticed
-    // by the duplication, and the log says that.
+    // Compared with INVALID_HANDLE_VALUE, which is no answer of OpenProcess: a process that may not be opened is
+    // noticed by the duplication, and the log says that.
     const HANDLE opened = ::OpenProcess(PROCESS_ALL_ACCESS, FALSE, processId);
     if (opened == INVALID_HANDLE_VALUE) return fail(L"OpenProcess failed");
     const KernelHandle process(opened);
@@ -138,10 +139,14 @@ int TdProcessDetector::GetProcessCmdline(unsigned long processId, std::wstring& 
         return ReadMemory(own.Get(), address, to, size);
     };
     switch (tandor::ReadRemoteCommandLine(read, information.environment, out)) {
-        case tandor::RemoteCommandLine::kMemoryNotReadable: return fail(L"ReadProcessMemory failed");
-        case tandor::RemoteCommandLine::kLengthInvalid: return fail(L"upps.commandLine.Length is error");
-        case tandor::RemoteCommandLine::kNone: return fail(L"no cmdline");
-        case tandor::RemoteCommandLine::kRead: break;
+        case tandor::RemoteCommandLine::kMemoryNotReadable:
+            return fail(L"ReadProcessMemory failed");
+        case tandor::RemoteCommandLine::kLengthInvalid:
+            return fail(L"upps.commandLine.Length is error");
+        case tandor::RemoteCommandLine::kNone:
+            return fail(L"no cmdline");
+        case tandor::RemoteCommandLine::kRead:
+            break;
     }
     return 1;
 }

@@ -9,7 +9,8 @@ namespace {
 constexpr std::size_t kEnvironmentBytes = 712;
 constexpr std::size_t kParametersAt = 0x20;  // the pointer to the process parameters, in the environment block
 constexpr std::size_t kParametersBytes = 128;
-constexpr std::size_t kCommandLineAt = 0x70;  // a counted string: its bytes, its room, and at +8 the pointer to its text
+constexpr std::size_t kCommandLineAt =
+    0x70;  // a counted string: its bytes, its room, and at +8 the pointer to its text
 constexpr std::uint16_t kNoLength = 65535;
 
 template <class Number, std::size_t Size>

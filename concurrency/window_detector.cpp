@@ -16,7 +16,8 @@ struct EnumerationContext {
     std::exception_ptr thrown;
 };
 
-// An exception must not travel through the system's frames: it is kept, ends every level of the walk, and goes on after.
+// An exception must not travel through the system's frames: it is kept, ends every level of the walk, and goes on
+// after.
 BOOL CALLBACK VisitWindow(HWND window, LPARAM parameter) {
     auto& context = *reinterpret_cast<EnumerationContext*>(parameter);
     try {

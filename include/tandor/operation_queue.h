@@ -1,5 +1,5 @@
-// Bounded queues that keep the newest few operations and run them one after another, and the scope that keeps the system
-// awake.
+// Bounded queues that keep the newest few operations and run them one after another, and the scope that keeps the
+// system awake.
 #pragma once
 
 #include <atomic>
@@ -38,8 +38,8 @@ public:
     virtual void DealQueue() = 0;
 };
 
-// The resident variant: Start starts a worker thread that lives until Stop. At most GetMaxSize() operations wait (one, if
-// that is 0 or less); a push to a full queue drops the oldest.
+// The resident variant: Start starts a worker thread that lives until Stop. At most GetMaxSize() operations wait (one,
+// if that is 0 or less); a push to a full queue drops the oldest.
 //
 // Threads: Push, Pop, the bound and the counters may be used from any thread, also from inside an operation and from an
 // operation's destructor: no operation is destroyed under the queue's lock. Start, Stop and the destructor belong to
@@ -57,16 +57,16 @@ public:
     void Start() override;
     void Stop() override;
 
-    // std::bad_alloc may leave; nothing is queued or dropped then. An exception that an operation throws ends the process;
-    // so does an empty operation (std::bad_function_call).
+    // std::bad_alloc may leave; nothing is queued or dropped then. An exception that an operation throws ends the
+    // process; so does an empty operation (std::bad_function_call).
     void Push(std::function<void()> operation) override;
     int GetMaxSize() override;
     void SetMaxSize(int maxSize) override;
     bool Pop(std::function<void()>& out) override;
     void DealQueue() override;
 
-    // What became of all operations so far; each number is exact, and their sum is while nothing is being handed over. What
-    // a caller took with Pop is in none of them. Everything that the factory creates is an OperationQueueBase.
+    // What became of all operations so far; each number is exact, and their sum is while nothing is being handed over.
+    // What a caller took with Pop is in none of them. Everything that the factory creates is an OperationQueueBase.
     [[nodiscard]] TandorUtil::WorkCounters GetCounters() const;
 
 private:
@@ -75,10 +75,11 @@ private:
     State* state_;
 };
 
-// The variant without a resident thread: a worker is started by a push that finds none and ends when the queue is empty.
-// An operation pushed in the moment between the worker's last look and its end stays queued until the next push.
+// The variant without a resident thread: a worker is started by a push that finds none and ends when the queue is
+// empty. An operation pushed in the moment between the worker's last look and its end stays queued until the next push.
 //
-// Threads: as OperationQueueBase. When the system gives no thread the operation stays queued, and the next push tries again.
+// Threads: as OperationQueueBase. When the system gives no thread the operation stays queued, and the next push tries
+// again.
 class TANDOR_API LowPowerOperationQueue : public OperationQueueBase {
 public:
     LowPowerOperationQueue();
@@ -95,8 +96,8 @@ private:
     std::atomic<bool> worker_active_{false};
 };
 
-// Both functions return null when there is no memory and throw nothing. The caller deletes the queue. It refuses everything
-// until Start. They may be called from any thread.
+// Both functions return null when there is no memory and throw nothing. The caller deletes the queue. It refuses
+// everything until Start. They may be called from any thread.
 class TANDOR_API OperationQueueFactory {
 public:
     // The low-power variant.

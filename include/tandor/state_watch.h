@@ -11,12 +11,12 @@
 
 struct HWND__;  // a window, as the system's headers declare it
 
-// Announces this process's state by the mere existence of two named kernel events: A while it is initialised, B while it
-// is started. The kernel removes them when the process ends, however it ends. The names are the caller's choice
+// Announces this process's state by the mere existence of two named kernel events: A while it is initialised, B while
+// it is started. The kernel removes them when the process ends, however it ends. The names are the caller's choice
 // ("Local\..." or "Global\..." as the system takes them).
 //
-// Threads: an object belongs to one thread at a time. Copies share the handles without counting them: only one of them may
-// hold handles when it is destroyed.
+// Threads: an object belongs to one thread at a time. Copies share the handles without counting them: only one of them
+// may hold handles when it is destroyed.
 class TANDOR_API TdProcessStatePresenter {
 public:
     TdProcessStatePresenter(std::wstring eventAName, std::wstring eventBName);
@@ -76,9 +76,10 @@ class TANDOR_API TdProcessDetectorInterface {
 public:
     virtual ~TdProcessDetectorInterface() = default;
 
-    // Calls `visitor` on this thread with every file and directory on a disk that the process holds open through a handle:
-    // once for each handle, with drive letter ("C:\dir\file") where the volume has one. Files are recognised by object type
-    // number 36; TdOpenFiles serves on systems that number them otherwise. A process that may not be opened has none.
+    // Calls `visitor` on this thread with every file and directory on a disk that the process holds open through a
+    // handle: once for each handle, with drive letter ("C:\dir\file") where the volume has one. Files are recognised by
+    // object type number 36; TdOpenFiles serves on systems that number them otherwise. A process that may not be opened
+    // has none.
     virtual void EnumFile(unsigned long processId,
                           std::function<void(bool isDirectory, const std::wstring& path)> visitor) = 0;
 
@@ -107,8 +108,8 @@ struct TdOpenFile {
     std::wstring path;
 };
 
-// The same look as EnumFile's for programs that tell people: with the number that the running system gives file objects,
-// with process and handle numbers of any size, and with an account of what could not be looked at.
+// The same look as EnumFile's for programs that tell people: with the number that the running system gives file
+// objects, with process and handle numbers of any size, and with an account of what could not be looked at.
 class TANDOR_API TdOpenFiles {
 public:
     // Fills `out`, in the order of the system's table. 0, or the Windows error that kept the process or the table from

@@ -10,10 +10,10 @@ namespace TandorUtil {
 
 // A pool is used once: constructed, started, destroyed. Tasks may be submitted before the start; they wait for it.
 //
-// Threads: Submit and GetCounters may be called from any thread, also from inside a task. Start and the destructor belong
-// to the owner, who destroys the pool when no call from outside its tasks is under way any more. Tasks run with no lock
-// held and on several threads at once; they are started in the order of submission and may end in any. A task that waits
-// for another one holds its worker meanwhile.
+// Threads: Submit and GetCounters may be called from any thread, also from inside a task. Start and the destructor
+// belong to the owner, who destroys the pool when no call from outside its tasks is under way any more. Tasks run with
+// no lock held and on several threads at once; they are started in the order of submission and may end in any. A task
+// that waits for another one holds its worker meanwhile.
 class TANDOR_API ThreadPool {
 public:
     static constexpr int DEFAULT_SIZE = 4;
@@ -27,8 +27,8 @@ public:
     // a thread cannot wait for itself, and the process ends.
     ~ThreadPool();
 
-    // Starts the threads. Returns 0, or -1 when they were started before. std::system_error leaves when the system gives
-    // no further thread; those it gave work on.
+    // Starts the threads. Returns 0, or -1 when they were started before. std::system_error leaves when the system
+    // gives no further thread; those it gave work on.
     int Start();
 
     // Queues a task and wakes one worker that waits. Returns false, with the task destroyed, once the destructor has

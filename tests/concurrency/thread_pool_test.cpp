@@ -33,7 +33,9 @@ TEST(ThreadPool, StartsOnceAndRunsWhatWaitedForItInOrder) {
 struct AsksAtItsEnd {
     ThreadPool* pool;
     std::vector<bool>* answers;
-    ~AsksAtItsEnd() { answers->push_back(pool->Submit([] {})); }
+    ~AsksAtItsEnd() {
+        answers->push_back(pool->Submit([] {}));
+    }
 };
 
 TEST(ThreadPool, WithoutThreadsDestroysTasksUnrun) {
