@@ -117,7 +117,8 @@ std::vector<Window> Collect(HWND root, const WindowOptions& options) {
     };
     // Of a thread, the root is not above its windows: their depth is counted from the desktop's.
     const std::size_t base = options.thread ? 1 : 0;
-    const TdWindowEnumOptions walk{.recurse = options.thread && options.tree ? 1u : 0u, .mode = options.thread ? 1u : 0u};
+    const TdWindowEnumOptions walk{.recurse = options.thread && options.tree ? 1u : 0u,
+                                   .mode = options.thread ? 1u : 0u};
     detector->EnumWindow(root, walk, [&](HWND window) {
         const std::size_t depth = std::max(depth_of(window), base) - base;
         const bool known = std::ranges::any_of(windows, [&](const Window& one) { return one.handle == window; });
@@ -144,7 +145,8 @@ void Windows(const Context& context, const WindowOptions& options) {
         const bool shown = ::IsWindowVisible(window.handle) != 0;
         const std::string kind = TextOfWindow(window.handle, ::GetClassNameW);
         const std::string text = TextOfWindow(window.handle, ::GetWindowTextW);
-        rows.push_back({std::string(2 * window.depth, ' ') + number, std::to_string(process), shown ? "yes" : "no", kind, text});
+        rows.push_back(
+            {std::string(2 * window.depth, ' ') + number, std::to_string(process), shown ? "yes" : "no", kind, text});
         list.push_back({{"window", number},
                         {"depth", window.depth},
                         {"process", process},
@@ -172,7 +174,8 @@ void AddLookCommands(CLI::App& app, Context& context) {
     CLI::App* const windows = app.add_subcommand("windows", "The windows on the desktop, or of one window or thread");
     windows->add_flag("--tree", options->tree, "With the windows inside them");
     windows->add_option("--of", options->of, "The windows inside this one (a number as shown)")->type_name("WINDOW");
-    windows->add_flag("--thread", options->thread, "With --of: the top-level windows of that window's thread")->needs("--of");
+    windows->add_flag("--thread", options->thread, "With --of: the top-level windows of that window's thread")
+        ->needs("--of");
     windows->callback([options, &context] { Windows(context, *options); });
 }
 

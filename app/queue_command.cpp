@@ -82,8 +82,12 @@ void Demonstrate(Context& context, const QueueOptions& options) {
     queue->Stop();
     const TandorUtil::WorkCounters counters = counted.GetCounters();
     if (context.json)
-        return PrintJson({{"pushed", pushed}, {"done", counters.done}, {"dropped", counters.dropped}, {"refused", counters.refused}});
-    PrintLine(fmt::format("{} pushed: {} done, {} dropped, {} refused", pushed, counters.done, counters.dropped, counters.refused));
+        return PrintJson({{"pushed", pushed},
+                          {"done", counters.done},
+                          {"dropped", counters.dropped},
+                          {"refused", counters.refused}});
+    PrintLine(fmt::format("{} pushed: {} done, {} dropped, {} refused", pushed, counters.done, counters.dropped,
+                          counters.refused));
 }
 
 }  // namespace
@@ -91,11 +95,18 @@ void Demonstrate(Context& context, const QueueOptions& options) {
 void AddQueueCommand(CLI::App& app, Context& context) {
     const auto options = std::make_shared<QueueOptions>();
     CLI::App* const queue = app.add_subcommand("queue", "Watch an operation queue with a busy worker drop its oldest");
-    queue->add_option("--pushes", options->pushes, "How many operations are pushed")->check(CLI::Range(1, 100'000))->capture_default_str();
+    queue->add_option("--pushes", options->pushes, "How many operations are pushed")
+        ->check(CLI::Range(1, 100'000))
+        ->capture_default_str();
     queue->add_option("--bound", options->bound, "The most that wait")->capture_default_str();
-    queue->add_option("--busy", options->busy, "Milliseconds that each operation takes")->check(CLI::Range(0, 60'000))->capture_default_str();
-    queue->add_option("--every", options->every, "Milliseconds between two pushes")->check(CLI::Range(0, 60'000))->capture_default_str();
-    queue->add_flag("--resident", options->resident, "With a worker thread that stays, instead of one that comes with the work");
+    queue->add_option("--busy", options->busy, "Milliseconds that each operation takes")
+        ->check(CLI::Range(0, 60'000))
+        ->capture_default_str();
+    queue->add_option("--every", options->every, "Milliseconds between two pushes")
+        ->check(CLI::Range(0, 60'000))
+        ->capture_default_str();
+    queue->add_flag("--resident", options->resident,
+                    "With a worker thread that stays, instead of one that comes with the work");
     queue->callback([options, &context] { Demonstrate(context, *options); });
 }
 

@@ -36,10 +36,18 @@ struct TourStep {
     void (*run)(TourReport&);
 };
 
+// A step's own check; the step has failed when it does not hold. `what` says what was tried.
+void Expect(bool holds, const char* what);
+
 // Foundation
 void TourChannels(TourReport& report);
 void TourText(TourReport& report);
 void TourVersions(TourReport& report);
 void TourFiles(TourReport& report);
+
+// Concurrency
+void TourPresence(TourReport& report);
+void TourPool(TourReport& report);
+void TourQueue(TourReport& report);
 
 }  // namespace tandor::app

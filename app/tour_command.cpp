@@ -14,6 +14,9 @@ constexpr TourStep kSteps[] = {
     {"Convert, code and mask text", "TandorUtilClass", TourText},
     {"Compare and pack versions", "TandorUtilClass::CalcVersion", TourVersions},
     {"Sort the files of a real folder", "ZellFileClassifier::GetTransferFileType", TourFiles},
+    {"Follow a second process until it is killed", "TdProcessStateWatcher::QueryProcessState", TourPresence},
+    {"Run tasks on the pool", "TandorUtil::ThreadPool::Submit", TourPool},
+    {"Push more to a busy queue than it keeps", "IOperationQueue::Push", TourQueue},
 };
 
 // Runs one step; returns what a machine reads about it.
@@ -62,6 +65,10 @@ void Tour(Context& context) {
 }
 
 }  // namespace
+
+void Expect(bool holds, const char* what) {
+    if (!holds) throw CommandError(what, "came out wrong");
+}
 
 void TourReport::Result(const std::string& name, const std::string& shown) { Result(name, shown, shown); }
 

@@ -56,7 +56,8 @@ void Watch(Context& context, const WatchOptions& options) {
 CommandError NotAnnounced(const TdProcessStatePresenter& presenter, const std::string& name) {
     const TdProcessStateWatcher watcher(presenter.GetEventAName(), presenter.GetEventBName());
     if (watcher.QueryEventState(WideFromUtf8(name)))
-        return {"event '" + name + "'", "another process announces itself under this name", "end it or choose another name"};
+        return {"event '" + name + "'", "another process announces itself under this name",
+                "end it or choose another name"};
     return {"event '" + name + "'", "cannot be created", "with --follow the log line shows the system's error number"};
 }
 
@@ -75,7 +76,8 @@ void Announce(const Context& context, const WatchOptions& options) {
 
 void AddNames(CLI::App& command, WatchOptions& options) {
     const auto not_empty = [](const std::string& name) { return name.empty() ? std::string("a name is empty") : ""; };
-    command.add_option("NAME_A", options.name_a, "Event that exists while the process is initialised")->check(not_empty);
+    command.add_option("NAME_A", options.name_a, "Event that exists while the process is initialised")
+        ->check(not_empty);
     command.add_option("NAME_B", options.name_b, "Event that exists while the process is started")->check(not_empty);
     command.add_option("--for", options.seconds, "End by itself after so many seconds")
         ->check(CLI::NonNegativeNumber)
