@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "support/import_patch.h"
+#include "tests/support/import_patch.h"
 
 namespace tandor::test {
 
@@ -16,14 +16,15 @@ class HandleTableDouble {
 public:
     HandleTableDouble() : patch_(L"TandorUtil.dll", "GetProcAddress", &LookUp) {}
 
-private:
-    using Query = LONG NTAPI(ULONG information, void* buffer, ULONG bytes, ULONG* needed);
-
+    // What the library's look-up yields meanwhile.
     static FARPROC WINAPI LookUp(HMODULE module, LPCSTR name) {
         if (std::strcmp(name, "ZwQuerySystemInformation") == 0)
             return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(&Rewrite));
         return ::GetProcAddress(module, name);
     }
+
+private:
+    using Query = LONG NTAPI(ULONG information, void* buffer, ULONG bytes, ULONG* needed);
 
     static LONG NTAPI Rewrite(ULONG information, void* buffer, ULONG bytes, ULONG* needed) {
         static Query* const query = reinterpret_cast<Query*>(
