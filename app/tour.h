@@ -36,7 +36,7 @@ struct TourStep {
     void (*run)(TourReport&);
 };
 
-// Ends a step that came out wrong.
+// A step's own check; the step has failed when it does not hold. `what` says what was tried.
 void Expect(bool holds, const char* what);
 
 // Foundation
@@ -48,5 +48,10 @@ void TourFiles(TourReport& report);
 void TourSessionKey(TourReport& report);
 void TourSealing(TourReport& report);
 void TourDigests(TourReport& report);
+
+// Concurrency
+void TourPresence(TourReport& report);
+void TourPool(TourReport& report);
+void TourQueue(TourReport& report);
 
 }  // namespace tandor::app

@@ -17,6 +17,9 @@ constexpr TourStep kSteps[] = {
     {"Draw nonces and a session key", "SecurityEncryptUtil::GenerateRandom", TourSessionKey},
     {"Seal and open messages, refuse a changed one", "SecurityEncryptUtil::AesGcmEncrypt", TourSealing},
     {"Digests, short identifiers, the shared generator", "CTandorSecTools, DE, TrustDeviceRandom", TourDigests},
+    {"Follow a second process until it is killed", "TdProcessStateWatcher::QueryProcessState", TourPresence},
+    {"Run tasks on the pool", "TandorUtil::ThreadPool::Submit", TourPool},
+    {"Push more to a busy queue than it keeps", "IOperationQueue::Push", TourQueue},
 };
 
 // Runs one step; returns what a machine reads about it.

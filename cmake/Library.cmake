@@ -5,6 +5,15 @@ target_compile_definitions(tandor_core PRIVATE TANDOR_BUILDING)
 
 add_library(TandorUtil SHARED
     $<TARGET_OBJECTS:tandor_core>
+    concurrency/foreign_file.cpp
+    concurrency/keep_awake.cpp
+    concurrency/lock_system.cpp
+    concurrency/open_files.cpp
+    concurrency/pool_message_system.cpp
+    concurrency/presence.cpp
+    concurrency/process_detector.cpp
+    concurrency/system_table.cpp
+    concurrency/window_detector.cpp
     foundation/channel_logger.cpp
     foundation/channel_sink.cpp
     foundation/logging.cpp

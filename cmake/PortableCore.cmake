@@ -6,6 +6,10 @@ set(TANDOR_BASE_SOURCES
     base/utf.cpp
 )
 set(TANDOR_CORE_SOURCES
+    concurrency/handle_table.cpp
+    concurrency/operation_queue.cpp
+    concurrency/remote_command_line.cpp
+    concurrency/thread_pool.cpp
     foundation/base64.cpp
     foundation/base64_ssse3.cpp
     foundation/file_classifier.cpp

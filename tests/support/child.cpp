@@ -10,6 +10,7 @@
 #include "base/win_handle.h"
 #include "pelora/log_service.h"
 #include "tandor/logging.h"
+#include "tandor/state_watch.h"
 
 namespace {
 
@@ -26,6 +27,32 @@ int HoldFile(const Arguments& arguments) {
         arguments.at(0).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr));
     if (!file) return 1;
     SignalReady(arguments.at(1));
+    ::Sleep(INFINITE);
+    return 0;
+}
+
+// announce NAME_A NAME_B READY: announces itself as started, and stays.
+int Announce(const Arguments& arguments) {
+    TdProcessStatePresenter presenter(arguments.at(0), arguments.at(1));
+    if (!presenter.Init() || !presenter.Start()) return 1;
+    SignalReady(arguments.at(2));
+    ::Sleep(INFINITE);
+    return 0;
+}
+
+// hold-handles FILE FOLDER PIPE READY: holds a file, a folder, a named pipe on which it waits, and an event; stays.
+int HoldHandles(const Arguments& arguments) {
+    constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    const tandor::FileHandle file(
+        ::CreateFileW(arguments.at(0).c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING, 0, nullptr));
+    const tandor::FileHandle folder(::CreateFileW(arguments.at(1).c_str(), GENERIC_READ, kShareAll, nullptr,
+                                                  OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    const tandor::FileHandle pipe(::CreateNamedPipeW(arguments.at(2).c_str(), PIPE_ACCESS_DUPLEX,
+                                                     PIPE_TYPE_BYTE | PIPE_WAIT, 1, 4096, 4096, 0, nullptr));
+    const tandor::KernelHandle event(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    if (!file || !folder || !pipe || !event) return 1;
+    SignalReady(arguments.at(3));
+    ::ConnectNamedPipe(pipe.Get(), nullptr);  // a synchronous wait: questions about this handle would wait too
     ::Sleep(INFINITE);
     return 0;
 }
@@ -61,7 +88,9 @@ int main() {
     wchar_t** const words = ::CommandLineToArgvW(::GetCommandLineW(), &count);
     const Arguments arguments(words + (count < 2 ? count : 2), words + count);
     const std::map<std::wstring, int (*)(const Arguments&)> roles{
-        {L"hold-file", HoldFile}, {L"host-log", HostLog}, {L"log-lines", LogLines}};
+        {L"announce", Announce}, {L"hold-file", HoldFile}, {L"hold-handles", HoldHandles},
+        {L"host-log", HostLog},  {L"log-lines", LogLines},
+    };
     const auto role = count < 2 ? roles.end() : roles.find(words[1]);
     return role == roles.end() ? 2 : role->second(arguments);
 }
