@@ -61,15 +61,17 @@ RotatingFile::RotatingFile(std::filesystem::path path, std::uint64_t max_size, u
     : path_(std::move(path)), max_size_(max_size), rotated_files_(rotated_files), writers_(writers) {
     std::error_code ignored;  // the open below fails with the cause that matters
     std::filesystem::create_directories(path_.parent_path(), ignored);
-    Open();
+    if (!Open()) throw WindowsError("cannot open " + Utf8FromWideLossy(path_.native()), ::GetLastError());
 }
 
-void RotatingFile::Open() {
+// What was open stays open when this fails: a record must have somewhere to go.
+bool RotatingFile::Open() noexcept {
     // Append access without write access makes every write land at the end, whatever other processes do meanwhile.
     FileHandle file =
         OpenShared(path_, FILE_APPEND_DATA | FILE_READ_DATA | FILE_READ_ATTRIBUTES | SYNCHRONIZE, OPEN_ALWAYS);
-    if (!file) throw WindowsError("cannot open " + Utf8FromWideLossy(path_.native()), ::GetLastError());
+    if (!file) return false;
     file_ = std::move(file);
+    return true;
 }
 
 bool RotatingFile::LockOnce() noexcept {
@@ -84,13 +86,13 @@ bool RotatingFile::LockOnce() noexcept {
 
 // After another process renamed the files our handle still leads to the renamed one: only when the locked file is the
 // one that the path names is the lock worth anything.
-bool RotatingFile::LockCurrent() {
+bool RotatingFile::LockCurrent() noexcept {
     if (writers_ == Writers::kOneProcess) return true;
     for (int attempt = 0; attempt < kFollowTries; ++attempt) {
         const bool locked = LockOnce();
         if (Names(path_, file_.Get())) return locked;
         if (locked) Unlock();
-        Open();
+        if (!Open()) ::Sleep(1);  // somebody is in the middle of renaming it
     }
     return false;
 }
@@ -131,17 +133,16 @@ std::string RotatingFile::Rotate() {
 // lands at the end of the file, whoever else writes.
 bool RotatingFile::NearlyFull() const noexcept { return Size() + kNearlyFull > max_size_; }
 
-std::string RotatingFile::Append(std::string_view records) try {
+std::string RotatingFile::Append(std::string_view records) {
     std::string trouble;
-    if (NearlyFull() && ::GetTickCount64() >= next_rename_) {
+    if (NearlyFull()) {
         const bool locked = LockCurrent();
         const bool full = Size() > 0 && Size() + records.size() > max_size_ && NearlyFull();
-        if (full && locked) {
-            trouble = Rotate();
-            if (!trouble.empty()) next_rename_ = ::GetTickCount64() + kRenameRetry;
-        }
+        const bool rename = full && locked && ::GetTickCount64() >= next_rename_;
+        if (rename) trouble = Rotate();
         if (locked) Unlock();
-        if (full && locked && trouble.empty()) Open();
+        if (rename && trouble.empty() && !Open()) trouble = InWords("cannot open", path_, ::GetLastError());
+        if (!trouble.empty()) next_rename_ = ::GetTickCount64() + kRenameRetry;
     }
     DWORD written = 0;
     if (::WriteFile(file_.Get(), records.data(), static_cast<DWORD>(records.size()), &written, nullptr) == 0 ||
@@ -149,8 +150,6 @@ std::string RotatingFile::Append(std::string_view records) try {
         trouble = InWords("cannot write", path_, ::GetLastError());
     }
     return trouble;
-} catch (const std::system_error& error) {
-    return error.what();
 }
 
 }  // namespace tandor

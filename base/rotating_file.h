@@ -31,9 +31,9 @@ public:
     [[nodiscard]] std::uint64_t Size() const noexcept;
 
 private:
-    void Open();
+    bool Open() noexcept;
     bool LockOnce() noexcept;
-    bool LockCurrent();
+    bool LockCurrent() noexcept;
     void Unlock() noexcept;
     [[nodiscard]] bool NearlyFull() const noexcept;
     std::string Rotate();
