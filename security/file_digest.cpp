@@ -86,22 +86,25 @@ public:
     void ReadAhead() noexcept {
         if (!work_) return;
         pending_ = true;
+        read_in_pool_ = false;
         ::SubmitThreadpoolWork(work_.Get());
     }
 
 private:
     static void CALLBACK ReadInPool(PTP_CALLBACK_INSTANCE, void* reader, PTP_WORK) {
         static_cast<BlockReader*>(reader)->Read();
+        static_cast<BlockReader*>(reader)->read_in_pool_ = true;
     }
     void Read() noexcept {
         error_ = ::ReadFile(file_, buffers_[current_].get(), kBlockSize, &size_, nullptr) != 0 ? 0 : ::GetLastError();
     }
-    // Waits for the read on its way; false when there is none.
+    // Waits for the read on its way and says whether there was one. A read that the pool has not begun, because its
+    // threads are busy with other work of the process, is taken back.
     bool Join() noexcept {
         if (!pending_) return false;
-        ::WaitForThreadpoolWorkCallbacks(work_.Get(), FALSE);
+        ::WaitForThreadpoolWorkCallbacks(work_.Get(), TRUE);
         pending_ = false;
-        return true;
+        return read_in_pool_;
     }
 
     HANDLE file_;
@@ -110,6 +113,7 @@ private:
     DWORD size_ = 0;
     DWORD error_ = 0;
     bool pending_ = false;
+    bool read_in_pool_ = false;
     tandor::UniqueHandle<PoolWorkPolicy> work_;
 };
 
