@@ -14,7 +14,9 @@
 
 namespace {
 
-constexpr DWORD kBlockSize = 1024 * 1024;
+// Two blocks fit into a processor core's cache; on a busy machine 1 MiB was several times as slow, on a calm one no
+// faster.
+constexpr DWORD kBlockSize = 256 * 1024;
 constexpr std::wstring_view kLiteralPrefix = L"\\\\?\\";
 
 // How far the work came, as the host log words it.
@@ -149,8 +151,7 @@ Stage HashPath(const std::wstring& path, const CTandorSecTools::HashProgress& pr
     if (full.empty()) return Stage::kPath;
     const tandor::FileHandle file = OpenDiskFile(full);
     if (!file) return Stage::kRead;
-    const Stage stage = HashFile(file.Get(), progress, digest);
-    return stage;
+    return HashFile(file.Get(), progress, digest);
 }
 
 void ReportStage(Stage stage, const std::wstring& path) {
