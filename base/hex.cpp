@@ -14,7 +14,8 @@ void WriteBlock(const unsigned char* in, int letters, char* out) {
     const __m128i high = _mm_and_si128(_mm_srli_epi16(bytes, 4), low_mask);
     const __m128i low = _mm_and_si128(bytes, low_mask);
     const auto digits = [&](__m128i nibbles) {
-        const __m128i above = _mm_and_si128(_mm_cmpgt_epi8(nibbles, _mm_set1_epi8(9)), _mm_set1_epi8(static_cast<char>(letters)));
+        const __m128i above =
+            _mm_and_si128(_mm_cmpgt_epi8(nibbles, _mm_set1_epi8(9)), _mm_set1_epi8(static_cast<char>(letters)));
         return _mm_add_epi8(_mm_add_epi8(nibbles, _mm_set1_epi8('0')), above);
     };
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out), digits(_mm_unpacklo_epi8(high, low)));

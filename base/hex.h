@@ -19,11 +19,10 @@ std::string HexFromBytes(std::string_view bytes, HexCase digits);
 namespace hex_detail {
 constexpr std::array<std::int8_t, 256> kValues = [] {
     std::array<std::int8_t, 256> values{};
-    for (std::size_t c = 0; c < 256; ++c) {
-        values[c] = static_cast<std::int8_t>(c >= '0' && c <= '9'   ? c - '0'
-                                             : c >= 'A' && c <= 'F' ? c - 'A' + 10
-                                             : c >= 'a' && c <= 'f' ? c - 'a' + 10
-                                                                    : -1);
+    values.fill(-1);
+    for (std::int8_t value = 0; value < 16; ++value) {
+        values[static_cast<unsigned char>("0123456789ABCDEF"[value])] = value;
+        values[static_cast<unsigned char>("0123456789abcdef"[value])] = value;
     }
     return values;
 }();

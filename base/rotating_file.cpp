@@ -1,5 +1,7 @@
 #include "base/rotating_file.h"
 
+#include <cstring>
+
 #include "base/utf.h"
 #include "base/win_error.h"
 
@@ -9,18 +11,37 @@ namespace {
 constexpr std::uint64_t kRenameRetry = 1000;  // ms
 constexpr int kLockTries = 100;               // of 2 ms: a writer that hangs must not hang the others
 constexpr int kFollowTries = 5;
+constexpr std::uint64_t kNearlyFull = 32 * 1024;  // room for what four writers append at once before they look again
 
 FileHandle OpenShared(const std::filesystem::path& path, DWORD access, DWORD disposition) {
-    return FileHandle(::CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                    disposition, FILE_ATTRIBUTE_NORMAL, nullptr));
+    return FileHandle(::CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                    nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
 bool SameFile(HANDLE a, HANDLE b) {
-    BY_HANDLE_FILE_INFORMATION first{};
-    BY_HANDLE_FILE_INFORMATION second{};
-    return ::GetFileInformationByHandle(a, &first) != 0 && ::GetFileInformationByHandle(b, &second) != 0 &&
-           first.nFileIndexLow == second.nFileIndexLow && first.nFileIndexHigh == second.nFileIndexHigh &&
-           first.dwVolumeSerialNumber == second.dwVolumeSerialNumber;
+    FILE_ID_INFO first{};
+    FILE_ID_INFO second{};
+    return ::GetFileInformationByHandleEx(a, FileIdInfo, &first, sizeof(first)) != 0 &&
+           ::GetFileInformationByHandleEx(b, FileIdInfo, &second, sizeof(second)) != 0 &&
+           std::memcmp(&first, &second, sizeof(first)) == 0;
+}
+
+// Whether `path` names the open file. Equal size and time of the last write tell so at little cost; only when they
+// differ, which a write in between can cause, the files' identifiers are asked for.
+bool Names(const std::filesystem::path& path, HANDLE file) {
+    WIN32_FILE_ATTRIBUTE_DATA named{};
+    LARGE_INTEGER size{};
+    FILE_BASIC_INFO times{};
+    if (::GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &named) == 0) return false;
+    if (::GetFileSizeEx(file, &size) != 0 &&
+        ::GetFileInformationByHandleEx(file, FileBasicInfo, &times, sizeof(times)) != 0 &&
+        static_cast<DWORD>(size.HighPart) == named.nFileSizeHigh && size.LowPart == named.nFileSizeLow &&
+        static_cast<DWORD>(times.LastWriteTime.HighPart) == named.ftLastWriteTime.dwHighDateTime &&
+        times.LastWriteTime.LowPart == named.ftLastWriteTime.dwLowDateTime) {
+        return true;
+    }
+    const FileHandle current = OpenShared(path, FILE_READ_ATTRIBUTES, OPEN_EXISTING);
+    return current && SameFile(current.Get(), file);
 }
 
 // The lock lies far behind the end of the file, where it is in no reader's way.
@@ -36,8 +57,7 @@ std::string InWords(const char* action, const std::filesystem::path& path, DWORD
 
 }  // namespace
 
-RotatingFile::RotatingFile(std::filesystem::path path, std::uint64_t max_size, unsigned rotated_files,
-                           Writers writers)
+RotatingFile::RotatingFile(std::filesystem::path path, std::uint64_t max_size, unsigned rotated_files, Writers writers)
     : path_(std::move(path)), max_size_(max_size), rotated_files_(rotated_files), writers_(writers) {
     std::error_code ignored;  // the open below fails with the cause that matters
     std::filesystem::create_directories(path_.parent_path(), ignored);
@@ -46,7 +66,8 @@ RotatingFile::RotatingFile(std::filesystem::path path, std::uint64_t max_size, u
 
 void RotatingFile::Open() {
     // Append access without write access makes every write land at the end, whatever other processes do meanwhile.
-    FileHandle file = OpenShared(path_, FILE_APPEND_DATA | FILE_READ_DATA | FILE_READ_ATTRIBUTES | SYNCHRONIZE, OPEN_ALWAYS);
+    FileHandle file =
+        OpenShared(path_, FILE_APPEND_DATA | FILE_READ_DATA | FILE_READ_ATTRIBUTES | SYNCHRONIZE, OPEN_ALWAYS);
     if (!file) throw WindowsError("cannot open " + Utf8FromWideLossy(path_.native()), ::GetLastError());
     file_ = std::move(file);
 }
@@ -54,19 +75,20 @@ void RotatingFile::Open() {
 bool RotatingFile::LockOnce() noexcept {
     OVERLAPPED place = LockPlace();
     for (int attempt = 0; attempt < kLockTries; ++attempt) {
-        if (::LockFileEx(file_.Get(), LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &place) != 0) return true;
+        if (::LockFileEx(file_.Get(), LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &place) != 0)
+            return true;
         ::Sleep(attempt == 0 ? 0 : 2);
     }
     return false;
 }
 
-// After another process renamed the files our handle still leads to the renamed one: only when the locked file is the one
-// that the path names is the lock worth anything.
+// After another process renamed the files our handle still leads to the renamed one: only when the locked file is the
+// one that the path names is the lock worth anything.
 bool RotatingFile::LockCurrent() {
+    if (writers_ == Writers::kOneProcess) return true;
     for (int attempt = 0; attempt < kFollowTries; ++attempt) {
         const bool locked = LockOnce();
-        const FileHandle current = OpenShared(path_, FILE_READ_ATTRIBUTES, OPEN_EXISTING);
-        if (current && SameFile(current.Get(), file_.Get())) return locked;
+        if (Names(path_, file_.Get())) return locked;
         if (locked) Unlock();
         Open();
     }
@@ -74,6 +96,7 @@ bool RotatingFile::LockCurrent() {
 }
 
 void RotatingFile::Unlock() noexcept {
+    if (writers_ == Writers::kOneProcess) return;
     OVERLAPPED place = LockPlace();
     ::UnlockFileEx(file_.Get(), 0, 1, 0, &place);
 }
@@ -85,7 +108,8 @@ std::uint64_t RotatingFile::Size() const noexcept {
 
 std::filesystem::path RotatingFile::RotatedName(unsigned number) const {
     if (number == 0) return path_;
-    return path_.parent_path() / (path_.stem().wstring() + L"." + std::to_wstring(number) + path_.extension().wstring());
+    return path_.parent_path() /
+           (path_.stem().wstring() + L"." + std::to_wstring(number) + path_.extension().wstring());
 }
 
 std::string RotatingFile::Rotate() {
@@ -95,34 +119,35 @@ std::string RotatingFile::Rotate() {
     }
     for (unsigned number = rotated_files_; number > 0; --number) {
         const auto from = RotatedName(number - 1);
-        if (::MoveFileExW(from.c_str(), RotatedName(number).c_str(), 0) == 0 && ::GetLastError() != ERROR_FILE_NOT_FOUND) {
+        if (::MoveFileExW(from.c_str(), RotatedName(number).c_str(), 0) == 0 &&
+            ::GetLastError() != ERROR_FILE_NOT_FOUND) {
             return InWords("cannot rename", from, ::GetLastError());
         }
     }
     return {};
 }
 
+// Only a file that is nearly full can be renamed by anybody. Before that nothing has to be locked or looked up: a write
+// lands at the end of the file, whoever else writes.
+bool RotatingFile::NearlyFull() const noexcept { return Size() + kNearlyFull > max_size_; }
+
 std::string RotatingFile::Append(std::string_view records) try {
-    bool locked = writers_ == Writers::kManyProcesses && LockCurrent();
-    const bool may_rename = locked || writers_ == Writers::kOneProcess;
     std::string trouble;
-    const std::uint64_t size = Size();
-    if (may_rename && size > 0 && size + records.size() > max_size_ && ::GetTickCount64() >= next_rename_) {
-        trouble = Rotate();
-        if (locked) Unlock();
-        locked = false;
-        if (trouble.empty()) {
-            Open();
-        } else {
-            next_rename_ = ::GetTickCount64() + kRenameRetry;
+    if (NearlyFull() && ::GetTickCount64() >= next_rename_) {
+        const bool locked = LockCurrent();
+        const bool full = Size() > 0 && Size() + records.size() > max_size_ && NearlyFull();
+        if (full && locked) {
+            trouble = Rotate();
+            if (!trouble.empty()) next_rename_ = ::GetTickCount64() + kRenameRetry;
         }
+        if (locked) Unlock();
+        if (full && locked && trouble.empty()) Open();
     }
     DWORD written = 0;
     if (::WriteFile(file_.Get(), records.data(), static_cast<DWORD>(records.size()), &written, nullptr) == 0 ||
         written != records.size()) {
         trouble = InWords("cannot write", path_, ::GetLastError());
     }
-    if (locked) Unlock();
     return trouble;
 } catch (const std::system_error& error) {
     return error.what();

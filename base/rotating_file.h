@@ -1,8 +1,9 @@
 // A size-bounded file to which several processes append whole records.
 //
-// When a record would pass the bound the files are renamed one step down (name.log, name.1.log, name.2.log ...; the last is
-// dropped) and a new file is begun. Writers in other processes notice and follow. A file that cannot be renamed, because
-// somebody holds it open, is never cut: records go on into it, past the bound, and the rename is tried again later.
+// When a record would pass the bound the files are renamed one step down (name.log, name.1.log, name.2.log ...; the
+// last is dropped) and a new file is begun. Writers in other processes notice and follow. A file that cannot be
+// renamed, because somebody holds it open, is never cut: records go on into it, past the bound, and the rename is tried
+// again later.
 #pragma once
 
 #include <cstdint>
@@ -22,8 +23,9 @@ public:
     // Opens or creates the file and its directories. Throws std::system_error when that fails.
     RotatingFile(std::filesystem::path path, std::uint64_t max_size, unsigned rotated_files, Writers writers);
 
-    // Appends `records` (whole ones, so that lines of several processes never mix). Returns an empty text, or what went
-    // wrong in words; after a failed rename the records are in the file all the same. Not thread-safe.
+    // Appends `records` (at most 8 KiB, or one record; whole ones, so that lines of several processes never mix).
+    // Returns an empty text, or what went wrong in words; after a failed rename the records are in the file all the
+    // same. Not thread-safe.
     [[nodiscard]] std::string Append(std::string_view records);
 
     [[nodiscard]] std::uint64_t Size() const noexcept;
@@ -33,6 +35,7 @@ private:
     bool LockOnce() noexcept;
     bool LockCurrent();
     void Unlock() noexcept;
+    [[nodiscard]] bool NearlyFull() const noexcept;
     std::string Rotate();
     [[nodiscard]] std::filesystem::path RotatedName(unsigned number) const;
 

@@ -20,7 +20,8 @@ std::uintptr_t __stack_chk_guard = 0;
     LARGE_INTEGER counter;
     ::GetSystemTimeAsFileTime(&now);
     ::QueryPerformanceCounter(&counter);
-    std::uint64_t guard = (std::uint64_t{now.dwHighDateTime} << 32 | now.dwLowDateTime) ^ static_cast<std::uint64_t>(counter.QuadPart);
+    std::uint64_t guard =
+        (std::uint64_t{now.dwHighDateTime} << 32 | now.dwLowDateTime) ^ static_cast<std::uint64_t>(counter.QuadPart);
     guard ^= std::uint64_t{::GetCurrentProcessId()} << 32 ^ std::uint64_t{::GetCurrentThreadId()} << 16;
     guard ^= reinterpret_cast<std::uintptr_t>(&counter);
     guard *= 0x9E3779B97F4A7C15;

@@ -1,15 +1,15 @@
 // UTF-8 to and from UTF-16 (2-byte units) or UTF-32 (4-byte units): the loops, without allocation.
 //
 // Each loop runs until its input ends, its output lacks room, or a sequence is not valid. What is valid is what the
-// Unicode Standard's table 3-7 (well-formed UTF-8 byte sequences) allows: no overlong form, no encoded surrogate, nothing
-// beyond U+10FFFF, no cut sequence.
+// Unicode Standard's table 3-7 (well-formed UTF-8 byte sequences) allows: no overlong form, no encoded surrogate,
+// nothing beyond U+10FFFF, no cut sequence.
 #pragma once
 
 #include <emmintrin.h>
 
-#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace tandor::utf {
 
@@ -21,7 +21,8 @@ struct Stop {
     bool valid;
 };
 
-inline constexpr std::ptrdiff_t kBlock = 16;  // units per vector step; a loop stops when less output room is left
+inline constexpr std::ptrdiff_t kBlock = 16;  // bytes of a vector
+inline constexpr std::ptrdiff_t kRoom = 4;    // the longest sequence; a loop stops when less output room is left
 
 inline bool IsContinuation(unsigned char byte) { return (byte & 0xC0) == 0x80; }
 
@@ -57,18 +58,41 @@ Unit* WriteUnits(char32_t code, Unit* out) {
     return out;
 }
 
-// Widens 16 ASCII bytes; returns how many of them, from the first, are ASCII. All 16 units are written.
+// Widens ASCII bytes, 32 at a time, as long as there are 32 of them and room for as many units.
 template <class Unit>
-int WidenAscii(const unsigned char* in, Unit* out) {
-    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in));
-    if constexpr (sizeof(Unit) == 2) {
-        const __m128i zero = _mm_setzero_si128();
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_unpacklo_epi8(bytes, zero));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 8), _mm_unpackhi_epi8(bytes, zero));
-    } else {
-        for (int i = 0; i < kBlock; ++i) out[i] = in[i];
+void WidenAsciiRun(const unsigned char*& in, const unsigned char* end, Unit*& out, const Unit* out_last) {
+    const __m128i zero = _mm_setzero_si128();
+    while (end - in >= 2 * kBlock && out_last - out >= 2 * kBlock) {
+        const __m128i first = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in));
+        const __m128i second = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + kBlock));
+        if (_mm_movemask_epi8(_mm_or_si128(first, second)) != 0) return;
+        if constexpr (sizeof(Unit) == 2) {
+            auto* const to = reinterpret_cast<__m128i*>(out);
+            _mm_storeu_si128(to, _mm_unpacklo_epi8(first, zero));
+            _mm_storeu_si128(to + 1, _mm_unpackhi_epi8(first, zero));
+            _mm_storeu_si128(to + 2, _mm_unpacklo_epi8(second, zero));
+            _mm_storeu_si128(to + 3, _mm_unpackhi_epi8(second, zero));
+        } else {
+            for (int i = 0; i < 2 * kBlock; ++i) out[i] = in[i];
+        }
+        in += 2 * kBlock;
+        out += 2 * kBlock;
     }
-    return std::countr_zero(static_cast<unsigned>(_mm_movemask_epi8(bytes)) | 0x10000u);
+}
+
+// Three-byte sequences, as texts of most Asian scripts are made of, as long as they are valid and there is room. One
+// load of four bytes and one comparison tell lead and continuation bytes.
+template <class Unit>
+void DecodeTriples(const unsigned char*& in, const unsigned char* end, Unit*& out, const Unit* out_last) {
+    while (end - in >= 4 && out != out_last) {
+        std::uint32_t bytes;
+        std::memcpy(&bytes, in, sizeof(bytes));
+        if ((bytes & 0x00C0C0F0) != 0x008080E0) return;
+        const std::uint32_t code = (bytes & 0x0F) << 12 | (bytes >> 2 & 0x0FC0) | (bytes >> 16 & 0x3F);
+        if (code < 0x800 || (code & 0xF800) == 0xD800) return;
+        *out++ = static_cast<Unit>(code);
+        in += 3;
+    }
 }
 
 // UTF-8 to units. The output needs at most one unit per byte.
@@ -77,17 +101,14 @@ Stop<char, Unit> Decode(const char* first, const char* last, Unit* out, Unit* ou
     auto in = reinterpret_cast<const unsigned char*>(first);
     const auto end = reinterpret_cast<const unsigned char*>(last);
     const auto stop = [&](bool valid) { return Stop<char, Unit>{reinterpret_cast<const char*>(in), out, valid}; };
-    while (in != end && out_last - out >= kBlock) {
+    while (in != end && out_last - out >= kRoom) {
         if (*in < 0x80) {
-            if (end - in >= kBlock) {
-                const int ascii = WidenAscii(in, out);
-                in += ascii;
-                out += ascii;
-            } else {
-                *out++ = static_cast<Unit>(*in++);
-            }
+            WidenAsciiRun(in, end, out, out_last);
+            while (in != end && *in < 0x80 && out != out_last) *out++ = static_cast<Unit>(*in++);
             continue;
         }
+        DecodeTriples(in, end, out, out_last);
+        if (in == end || *in < 0x80 || out_last - out < kRoom) continue;
         const Sequence sequence = ReadSequence(in, end - in);
         if (sequence.length == 0) return stop(false);
         in += sequence.length;
@@ -96,26 +117,24 @@ Stop<char, Unit> Decode(const char* first, const char* last, Unit* out, Unit* ou
     return stop(true);
 }
 
-// Narrows 16 units; returns how many of them, from the first, are ASCII. All 16 bytes are written.
+// Narrows ASCII units, 16 at a time, as long as there are 16 of them and room for as many bytes.
 template <class Unit>
-int NarrowAscii(const Unit* in, char* out) {
-    if constexpr (sizeof(Unit) == 2) {
-        const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in));
-        const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + 8));
-        const __m128i packed = _mm_packus_epi16(low, high);
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(out), packed);
-        const __m128i not_ascii = _mm_set1_epi16(static_cast<short>(0xFF80));
-        const __m128i zero = _mm_setzero_si128();
-        const __m128i ascii = _mm_packs_epi16(_mm_cmpeq_epi16(_mm_and_si128(low, not_ascii), zero),
-                                              _mm_cmpeq_epi16(_mm_and_si128(high, not_ascii), zero));
-        return std::countr_one(static_cast<unsigned>(_mm_movemask_epi8(ascii)));
-    } else {
-        int count = 0;
-        while (count < kBlock && static_cast<std::uint32_t>(in[count]) < 0x80) {
-            out[count] = static_cast<char>(in[count]);
-            ++count;
+void NarrowAsciiRun(const Unit*& in, const Unit* end, char*& out, const char* out_last) {
+    while (end - in >= kBlock && out_last - out >= kBlock) {
+        if constexpr (sizeof(Unit) == 2) {
+            const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in));
+            const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + 8));
+            const __m128i above = _mm_and_si128(_mm_or_si128(low, high), _mm_set1_epi16(static_cast<short>(0xFF80)));
+            if (_mm_movemask_epi8(_mm_cmpeq_epi8(above, _mm_setzero_si128())) != 0xFFFF) return;
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_packus_epi16(low, high));
+        } else {
+            std::uint32_t all = 0;
+            for (int i = 0; i < kBlock; ++i) all |= static_cast<std::uint32_t>(in[i]);
+            if (all >= 0x80) return;
+            for (int i = 0; i < kBlock; ++i) out[i] = static_cast<char>(in[i]);
         }
-        return count;
+        in += kBlock;
+        out += kBlock;
     }
 }
 
@@ -141,16 +160,13 @@ inline char* WriteUtf8(char32_t code, char* out) {
 // Units to UTF-8. The output needs at most three bytes per 2-byte unit, four per 4-byte unit.
 template <class Unit>
 Stop<Unit, char> Encode(const Unit* in, const Unit* end, char* out, char* out_last) {
-    while (in != end && out_last - out >= kBlock) {
-        auto code = static_cast<char32_t>(*in) & (sizeof(Unit) == 2 ? 0xFFFFu : 0xFFFFFFFFu);
+    constexpr std::uint32_t kUnitMask = sizeof(Unit) == 2 ? 0xFFFF : 0xFFFFFFFF;
+    while (in != end && out_last - out >= kRoom) {
+        char32_t code = static_cast<std::uint32_t>(*in) & kUnitMask;
         if (code < 0x80) {
-            if (end - in >= kBlock) {
-                const int ascii = NarrowAscii(in, out);
-                in += ascii;
-                out += ascii;
-            } else {
-                *out++ = static_cast<char>(code);
-                ++in;
+            NarrowAsciiRun(in, end, out, out_last);
+            while (in != end && (static_cast<std::uint32_t>(*in) & kUnitMask) < 0x80 && out != out_last) {
+                *out++ = static_cast<char>(*in++);
             }
             continue;
         }

@@ -5,7 +5,8 @@
 
 namespace tandor {
 
-// The entry `name` of `library`, which is loaded from the system directory alone and stays loaded; null when there is none.
+// The entry `name` of `library`, which is loaded from the system directory alone and stays loaded; null when there is
+// none.
 template <class Function>
 Function* SystemEntry(const wchar_t* library, const char* name) noexcept {
     const HMODULE module = ::LoadLibraryExW(library, nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);

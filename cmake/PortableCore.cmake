@@ -1,11 +1,13 @@
 # The portable core: every file that computes and includes no Windows header. Listed once; the DLL links it, and the
 # native build compiles the same files under the sanitizers and for the fuzzers.
 set(TANDOR_BASE_SOURCES
+    base/cpu.cpp
     base/hex.cpp
     base/utf.cpp
 )
 set(TANDOR_CORE_SOURCES
     foundation/base64.cpp
+    foundation/base64_ssse3.cpp
     foundation/file_classifier.cpp
     foundation/text.cpp
     foundation/url_coding.cpp
@@ -13,3 +15,8 @@ set(TANDOR_CORE_SOURCES
 )
 list(TRANSFORM TANDOR_BASE_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
 list(TRANSFORM TANDOR_CORE_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
+
+# Called after a look at the processor.
+if(NOT MSVC)
+    set_source_files_properties(${PROJECT_SOURCE_DIR}/foundation/base64_ssse3.cpp PROPERTIES COMPILE_OPTIONS -mssse3)
+endif()

@@ -4,8 +4,13 @@
 #include <cstdint>
 #include <cstring>
 
+#include "base/cpu.h"
+#include "foundation/base64_ssse3.h"
+
 namespace tandor {
 namespace {
+
+constexpr std::size_t kGroup = 4;  // characters
 
 // Twelve bits at a time: the two characters of every 12-bit value.
 constexpr auto kPairs = [] {
@@ -38,7 +43,7 @@ std::uint32_t GroupBits(const unsigned char* group) {
     return kPlaced[0][group[0]] | kPlaced[1][group[1]] | kPlaced[2][group[2]] | kPlaced[3][group[3]];
 }
 
-// A group that is padded, foreign or the last: returns the bytes written, 0 when the decoding ends here.
+// A group that is padded or holds a foreign character. Returns the bytes written, 0 when the decoding ends here.
 std::size_t DecodeSpecialGroup(const unsigned char* group, unsigned char* out) {
     const std::uint32_t first_two = kPlaced[0][group[0]] | kPlaced[1][group[1]];
     if ((first_two & kForeign) != 0) return 0;
@@ -50,22 +55,32 @@ std::size_t DecodeSpecialGroup(const unsigned char* group, unsigned char* out) {
     return 2;
 }
 
+std::size_t DecodeGroup(const unsigned char* group, unsigned char* out) {
+    const std::uint32_t bits = GroupBits(group);
+    if ((bits & kForeign) != 0) [[unlikely]]
+        return DecodeSpecialGroup(group, out);
+    out[0] = static_cast<unsigned char>(bits >> 16);
+    out[1] = static_cast<unsigned char>(bits >> 8);
+    out[2] = static_cast<unsigned char>(bits);
+    return 3;
+}
+
 }  // namespace
 
 void EncodeBase64(const unsigned char* data, std::size_t size, char* out) {
-    // Eight bytes are read and six used, so the fast loop needs two bytes behind its six.
-    for (; size >= 8; size -= 6, data += 6) {
-        std::uint64_t bits = 0;  // the compilers make one load and one byte swap of this loop
-        for (int i = 0; i < 8; ++i) bits = bits << 8 | data[i];
-        bits >>= 16;
-        out = EncodeGroup(static_cast<std::uint32_t>(bits >> 24), out);
-        out = EncodeGroup(static_cast<std::uint32_t>(bits & 0xFFFFFF), out);
+    if (HasSsse3()) {
+        const std::size_t done = EncodeBase64Blocks(data, size, out);
+        data += done;
+        size -= done;
+        out += done / 3 * 4;
     }
     for (; size >= 3; size -= 3, data += 3) {
-        out = EncodeGroup(static_cast<std::uint32_t>(data[0]) << 16 | static_cast<std::uint32_t>(data[1]) << 8 | data[2], out);
+        out = EncodeGroup(
+            static_cast<std::uint32_t>(data[0]) << 16 | static_cast<std::uint32_t>(data[1]) << 8 | data[2], out);
     }
     if (size == 0) return;
-    const std::uint32_t rest = static_cast<std::uint32_t>(data[0]) << 16 | (size == 2 ? static_cast<std::uint32_t>(data[1]) << 8 : 0);
+    const std::uint32_t rest =
+        static_cast<std::uint32_t>(data[0]) << 16 | (size == 2 ? static_cast<std::uint32_t>(data[1]) << 8 : 0);
     out = EncodeGroup(rest, out);
     out[-1] = '=';
     if (size == 1) out[-2] = '=';
@@ -73,18 +88,22 @@ void EncodeBase64(const unsigned char* data, std::size_t size, char* out) {
 
 std::size_t DecodeBase64(const unsigned char* text, std::size_t size, unsigned char* out) {
     const unsigned char* const begin = out;
-    for (; size >= 4; size -= 4, text += 4) {
-        const std::uint32_t bits = GroupBits(text);
-        if ((bits & kForeign) != 0) [[unlikely]] {
-            const std::size_t written = DecodeSpecialGroup(text, out);
-            if (written == 0) break;
-            out += written;
+    const bool blocks = HasSsse3();
+    std::size_t until_blocks = 0;  // groups to go through singly, behind a block that holds something special
+    while (size >= kGroup) {
+        if (blocks && until_blocks-- == 0) {
+            const std::size_t done = DecodeBase64Blocks(text, size, out);
+            text += done;
+            size -= done;
+            out += done / kGroup * 3;
+            until_blocks = kGroup;
             continue;
         }
-        out[0] = static_cast<unsigned char>(bits >> 16);
-        out[1] = static_cast<unsigned char>(bits >> 8);
-        out[2] = static_cast<unsigned char>(bits);
-        out += 3;
+        const std::size_t written = DecodeGroup(text, out);
+        if (written == 0) break;
+        out += written;
+        text += kGroup;
+        size -= kGroup;
     }
     return static_cast<std::size_t>(out - begin);
 }

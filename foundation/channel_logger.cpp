@@ -44,12 +44,13 @@ std::shared_ptr<spdlog::logger> CreateLogger(const std::string& name, const Chan
     for (int attempt = 0; attempt < kTries; ++attempt) {
         LogMessage(kInfo, kCreateLogger, L"try to create logger, tryTime:", attempt);
         try {
-            auto logger = spdlog::create<ChannelSink>(name, std::filesystem::path(WideFromUtf8(path)), configuration.max_size,
-                                                      static_cast<unsigned>(configuration.files));
+            auto logger =
+                spdlog::create<ChannelSink>(name, std::filesystem::path(WideFromUtf8(path)), configuration.max_size,
+                                            static_cast<unsigned>(configuration.files));
             if (logger == nullptr) continue;
             logger->set_error_handler(ReportTrouble);
-            spdlog::set_formatter(std::make_unique<spdlog::pattern_formatter>("%Y-%m-%d %H:%M:%S,%e[%t][%L] - %v",
-                                                                              spdlog::pattern_time_type::local, "\r\n"));
+            spdlog::set_formatter(std::make_unique<spdlog::pattern_formatter>(
+                "%Y-%m-%d %H:%M:%S,%e[%t][%L] - %v", spdlog::pattern_time_type::local, "\r\n"));
             return logger;
         } catch (const std::exception&) {
             continue;  // a failed try; after the last one the caller says that the channel stays silent

@@ -10,8 +10,8 @@ class logger;
 
 namespace tandor {
 
-// The channel's shared logger, made on first use. Empty for an unknown channel, for one whose file could not be opened, and
-// once the library's unload has begun. Any thread.
+// The channel's shared logger, made on first use. Empty for an unknown channel, for one whose file could not be opened,
+// and once the library's unload has begun. Any thread.
 std::shared_ptr<spdlog::logger> ChannelLogger(const std::string& name);
 
 }  // namespace tandor

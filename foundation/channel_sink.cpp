@@ -3,14 +3,14 @@
 namespace tandor {
 namespace {
 
-constexpr std::size_t kGather = 16 * 1024;
+constexpr std::size_t kGather = 8 * 1024 - 512;
 constexpr std::uint64_t kOldest = 1000;  // ms
 
 }  // namespace
 
 ChannelSink::ChannelSink(const std::filesystem::path& path, std::uint64_t max_size, unsigned rotated_files)
-    : file_(path, max_size, rotated_files, RotatingFile::Writers::kManyProcesses), max_size_(max_size) {
-    gathered_.reserve(kGather + 1024);
+    : file_(path, max_size, rotated_files, RotatingFile::Writers::kManyProcesses) {
+    gathered_.reserve(8 * 1024);
 }
 
 ChannelSink::~ChannelSink() {
@@ -23,7 +23,8 @@ void ChannelSink::sink_it_(const spdlog::details::log_msg& message) {
     formatter_->format(message, line_);
     // The line is kept first: writing may throw.
     gathered_.append(line_.data(), line_.size());
-    if (message.level >= spdlog::level::err || gathered_.size() >= kGather || ::GetTickCount64() - last_write_ >= kOldest) {
+    if (message.level >= spdlog::level::err || gathered_.size() >= kGather ||
+        ::GetTickCount64() - last_write_ >= kOldest) {
         WriteGathered();
     }
 }

@@ -25,7 +25,6 @@ private:
     void WriteGathered();
 
     RotatingFile file_;
-    std::uint64_t max_size_;
     spdlog::memory_buf_t line_;
     std::string gathered_;
     std::uint64_t last_write_ = 0;  // tick count

@@ -10,7 +10,8 @@ namespace {
 
 using Extensions = std::span<const std::string_view>;
 
-constexpr std::array<std::string_view, 10> kImage{"bmp", "jpeg", "gif", "psd", "png", "tiff", "tga", "eps", "jpg", "dng"};
+constexpr std::array<std::string_view, 10> kImage{"bmp",  "jpeg", "gif", "psd", "png",
+                                                  "tiff", "tga",  "eps", "jpg", "dng"};
 constexpr std::array<std::string_view, 14> kVideo{"wmv", "avi", "mpg", "rm",  "rmvb", "asf", "asx",
                                                   "3gp", "flv", "mp4", "avi", "mov",  "mkv", "mpeg"};
 constexpr std::array<std::string_view, 8> kTextDocument{"doc", "docx", "dot", "dotx", "docm", "dotm", "xml", "rtf"};
@@ -46,7 +47,9 @@ constexpr int kTableBits = 7;
 constexpr std::size_t kMask = (std::size_t{1} << kTableBits) - 1;
 using Table = std::array<Slot, kMask + 1>;
 
-constexpr std::size_t HashKey(std::uint64_t key) { return static_cast<std::size_t>(key * 0x9E3779B97F4A7C15 >> (64 - kTableBits)); }
+constexpr std::size_t HashKey(std::uint64_t key) {
+    return static_cast<std::size_t>(key * 0x9E3779B97F4A7C15 >> (64 - kTableBits));
+}
 
 constexpr std::size_t FindSlot(const Table& table, std::uint64_t key) {
     std::size_t slot = HashKey(key);
@@ -69,7 +72,8 @@ constexpr Table kTable = [] {
 
 ZellTransferFileType ZellFileClassifier::GetTransferFileType(const std::string& fileName) {
     // A last dot further to the front has an extension behind it that is too long to be listed.
-    const std::string_view end = std::string_view(fileName).substr(fileName.size() - std::min(fileName.size(), kLongest + 1));
+    const std::string_view end =
+        std::string_view(fileName).substr(fileName.size() - std::min(fileName.size(), kLongest + 1));
     const std::size_t dot = end.rfind('.');
     if (dot == std::string_view::npos || dot + 1 == end.size()) return ZELL_FILE_OTHER;
     const std::string_view extension = end.substr(dot + 1);

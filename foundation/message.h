@@ -1,10 +1,11 @@
 // The message convention of all families, in one place: one statement writes one message.
 //
 //     LogMessage(kFailure, L"CryptRandom::Gen", L"gen random failed, errCode ", status);
-//     LogMessage(MirrorChannel(), kInfo, L"ExScreen::ConfigMgr::IsHorizontal", Tag{L"ConfigMgr"}, L"recommendWidth is ", width);
+//     LogMessage(MirrorChannel(), kInfo, L"ExScreen::ConfigMgr::IsHorizontal", Tag{L"ConfigMgr"}, L"recommendWidth is
+//     ", width);
 //
-// A message is the tag in square brackets, if it has one, then texts and values. With a channel it goes there first, as it
-// is; then the function's name is appended in round brackets and it goes to the host log at the same level.
+// A message is the tag in square brackets, if it has one, then texts and values. With a channel it goes there first, as
+// it is; then the function's name is appended in round brackets and it goes to the host log at the same level.
 #pragma once
 
 #include <charconv>
@@ -27,8 +28,8 @@ struct Tag {
 
 namespace message_detail {
 
-// A stream that is used again and again: building and destroying one costs more than most messages. Streams are lent from
-// a small pool and not kept per thread, because thread-local objects of a DLL and its unload do not go together.
+// A stream that is used again and again: building and destroying one costs more than most messages. Streams are lent
+// from a small pool and not kept per thread, because thread-local objects of a DLL and its unload do not go together.
 class LentStream {
 public:
     LentStream();

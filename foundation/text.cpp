@@ -75,9 +75,12 @@ std::vector<std::string> TandorUtilClass::StringSplit(std::string text, std::str
     return tandor::SplitText(text, separator);
 }
 
-int TandorUtilClass::CompareSubVersion(std::string left, std::string right) { return tandor::CompareSubVersions(left, right); }
+int TandorUtilClass::CompareSubVersion(std::string left, std::string right) {
+    return tandor::CompareSubVersions(left, right);
+}
 
-TandorUtilClass::VersionResultCompare TandorUtilClass::CompareVersion(const std::string& left, const std::string& right) {
+TandorUtilClass::VersionResultCompare TandorUtilClass::CompareVersion(const std::string& left,
+                                                                      const std::string& right) {
     return static_cast<VersionResultCompare>(tandor::CompareVersions(left, right));
 }
 

@@ -11,8 +11,8 @@ namespace {
 constexpr auto kUnreserved = [] {
     std::array<bool, 256> unreserved{};
     for (std::size_t c = 0; c < 256; ++c) {
-        unreserved[c] = (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '-' || c == '_' ||
-                        c == '.' || c == '~';
+        unreserved[c] = (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '-' ||
+                        c == '_' || c == '.' || c == '~';
     }
     return unreserved;
 }();

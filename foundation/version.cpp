@@ -17,7 +17,8 @@ std::optional<int> FirstNumber(std::string_view text) {
     if (begin == text.end()) return std::nullopt;
     const auto run = text.substr(static_cast<std::size_t>(begin - text.begin()));
     int value = 0;
-    if (std::from_chars(run.data(), run.data() + run.size(), value).ec != std::errc{}) return std::numeric_limits<int>::max();
+    if (std::from_chars(run.data(), run.data() + run.size(), value).ec != std::errc{})
+        return std::numeric_limits<int>::max();
     return value;
 }
 

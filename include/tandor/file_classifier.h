@@ -22,8 +22,8 @@ enum ZellTransferFileType {
 // allocates; nothing else throws.
 class TANDOR_API ZellFileClassifier {
 public:
-    // By what stands behind the last dot, ASCII letters compared without case. No dot, nothing behind it, or an extension
-    // that is not listed: ZELL_FILE_OTHER. The dot is searched in the whole text given, directories included.
+    // By what stands behind the last dot, ASCII letters compared without case. No dot, nothing behind it, or an
+    // extension that is not listed: ZELL_FILE_OTHER. The dot is searched in the whole text given, directories included.
     static ZellTransferFileType GetTransferFileType(const std::string& fileName);
 
     static bool IsImage(const std::string& fileName);

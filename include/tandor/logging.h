@@ -18,8 +18,8 @@ enum LOG_MESSAGE_LEVEL : int;
 //   KoViewAccountCred  512 KiB  C:\ProgramData\Comms\Pelora\log\admin\KoViewAccountCred.log
 //
 // All objects of a channel share one file, and so do all processes that write to it. Lines are gathered in memory and
-// written to the file when 16 KiB have gathered, with the first line that comes a second or more after the last write, with
-// every line of level 4 or above, when an object of the channel is destroyed, and when the library is unloaded.
+// written to the file when 8 KiB have gathered, with the first line that comes a second or more after the last write,
+// with every line of level 4 or above, when an object of the channel is destroyed, and when the library is unloaded.
 //
 // Threads: construction, destruction and Log may run on any thread; one object may be shared between threads.
 class TANDOR_API Logger {
@@ -29,10 +29,10 @@ public:
     explicit Logger(const std::string& name);
     ~Logger();
 
-    // Appends one record: time, thread, level and the stream's text as UTF-8 (an unpaired surrogate as U+FFFD), ended by
-    // CR LF. The stream is left as it is. The channel's level is spdlog's default, 2 ("info"): lower ones are not written,
-    // nor are numbers outside 0 to 6. A file that cannot be written or renamed costs no line that it holds already and
-    // throws nothing: the host log names it. Only std::bad_alloc may leave.
+    // Appends one record: time, thread, level and the stream's text as UTF-8 (an unpaired surrogate as U+FFFD), ended
+    // by CR LF. The stream is left as it is. The channel's level is spdlog's default, 2 ("info"): lower ones are not
+    // written, nor are numbers outside 0 to 6. A file that cannot be written or renamed costs no line that it holds
+    // already and throws nothing: the host log names it. Only std::bad_alloc may leave.
     void Log(LOG_MESSAGE_LEVEL level, const std::wstringstream& message) const;
 
     Logger(const Logger&) = delete;

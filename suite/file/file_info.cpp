@@ -6,9 +6,11 @@
 std::string FileInfo::GetPeloraCommDir() {
     static const std::string directory = [] {
         std::wstring configured;
-        DE::Registry::GetValue(DE::RegistryRoot::kLocalMachine, L"SOFTWARE\\Vextro\\Pelora", L"CommonDirectory", configured);
+        DE::Registry::GetValue(DE::RegistryRoot::kLocalMachine, L"SOFTWARE\\Vextro\\Pelora", L"CommonDirectory",
+                               configured);
         while (!configured.empty() && configured.back() == L'\\') configured.pop_back();
-        return configured.empty() ? std::string("C:\\ProgramData\\Comms\\Pelora") : tandor::Utf8FromWideLossy(configured);
+        return configured.empty() ? std::string("C:\\ProgramData\\Comms\\Pelora")
+                                  : tandor::Utf8FromWideLossy(configured);
     }();
     return directory;
 }

@@ -38,9 +38,12 @@ struct Place {
 Place Locate(RegistryRoot root, std::wstring_view key) {
     if (key.starts_with(L'\\')) key.remove_prefix(1);
     switch (root) {
-        case RegistryRoot::kLocalMachine: return {HKEY_LOCAL_MACHINE, std::wstring(key)};
-        case RegistryRoot::kCurrentUser: return {HKEY_CURRENT_USER, std::wstring(key)};
-        case RegistryRoot::kUser: break;
+        case RegistryRoot::kLocalMachine:
+            return {HKEY_LOCAL_MACHINE, std::wstring(key)};
+        case RegistryRoot::kCurrentUser:
+            return {HKEY_CURRENT_USER, std::wstring(key)};
+        case RegistryRoot::kUser:
+            break;
     }
     static const std::wstring user = UserIdentifier();
     return {HKEY_USERS, user + L"\\" + std::wstring(key)};
@@ -49,11 +52,13 @@ Place Locate(RegistryRoot root, std::wstring_view key) {
 tandor::RegistryKey Open(RegistryRoot root, std::wstring_view key, REGSAM access) {
     const Place place = Locate(root, key);
     tandor::RegistryKey opened;
-    if (::RegOpenKeyExW(place.root, place.path.c_str(), 0, access | KEY_WOW64_64KEY, opened.Receive()) != ERROR_SUCCESS) return {};
+    if (::RegOpenKeyExW(place.root, place.path.c_str(), 0, access | KEY_WOW64_64KEY, opened.Receive()) != ERROR_SUCCESS)
+        return {};
     return opened;
 }
 
-bool Read(RegistryRoot root, std::wstring_view key, const std::wstring& name, DWORD allowed_types, std::vector<unsigned char>& data) {
+bool Read(RegistryRoot root, std::wstring_view key, const std::wstring& name, DWORD allowed_types,
+          std::vector<unsigned char>& data) {
     const tandor::RegistryKey opened = Open(root, key, KEY_QUERY_VALUE);
     if (!opened) return false;
     for (int attempt = 0; attempt < kReadTries; ++attempt) {
@@ -69,15 +74,16 @@ bool Read(RegistryRoot root, std::wstring_view key, const std::wstring& name, DW
     return false;
 }
 
-bool Write(RegistryRoot root, std::wstring_view key, const std::wstring& name, DWORD type, const void* data, std::size_t size) {
+bool Write(RegistryRoot root, std::wstring_view key, const std::wstring& name, DWORD type, const void* data,
+           std::size_t size) {
     const Place place = Locate(root, key);
     tandor::RegistryKey opened;
     const bool written =
         size <= std::numeric_limits<DWORD>::max() &&
         ::RegCreateKeyExW(place.root, place.path.c_str(), 0, nullptr, 0, KEY_SET_VALUE | KEY_WOW64_64KEY, nullptr,
                           opened.Receive(), nullptr) == ERROR_SUCCESS &&
-        ::RegSetValueExW(opened.Get(), name.c_str(), 0, type, static_cast<const BYTE*>(data), static_cast<DWORD>(size)) ==
-            ERROR_SUCCESS;
+        ::RegSetValueExW(opened.Get(), name.c_str(), 0, type, static_cast<const BYTE*>(data),
+                         static_cast<DWORD>(size)) == ERROR_SUCCESS;
     if (!written) {
         std::wstringstream message(L"DE::Registry::SetValue : Fail");
         VxLogger::GetInstance().Log(LOG_MESSAGE_ERROR, message);
@@ -89,7 +95,9 @@ bool Gone(LSTATUS status) { return status == ERROR_SUCCESS || status == ERROR_FI
 
 }  // namespace
 
-bool Registry::KeyExists(RegistryRoot root, std::wstring_view key) { return static_cast<bool>(Open(root, key, KEY_QUERY_VALUE)); }
+bool Registry::KeyExists(RegistryRoot root, std::wstring_view key) {
+    return static_cast<bool>(Open(root, key, KEY_QUERY_VALUE));
+}
 
 bool Registry::GetValue(RegistryRoot root, std::wstring_view key, const std::wstring& name, std::wstring& value) {
     std::vector<unsigned char> data;
@@ -106,7 +114,8 @@ bool Registry::GetValue(RegistryRoot root, std::wstring_view key, const std::wst
     return true;
 }
 
-bool Registry::GetValue(RegistryRoot root, std::wstring_view key, const std::wstring& name, std::vector<unsigned char>& value) {
+bool Registry::GetValue(RegistryRoot root, std::wstring_view key, const std::wstring& name,
+                        std::vector<unsigned char>& value) {
     std::vector<unsigned char> data;
     if (!Read(root, key, name, RRF_RT_REG_BINARY, data)) return false;
     value = std::move(data);
@@ -121,7 +130,8 @@ bool Registry::SetValue(RegistryRoot root, std::wstring_view key, const std::wst
     return Write(root, key, name, REG_DWORD, &value, sizeof(value));
 }
 
-bool Registry::SetValue(RegistryRoot root, std::wstring_view key, const std::wstring& name, const std::vector<unsigned char>& value) {
+bool Registry::SetValue(RegistryRoot root, std::wstring_view key, const std::wstring& name,
+                        const std::vector<unsigned char>& value) {
     return Write(root, key, name, REG_BINARY, value.data(), value.size());
 }
 

@@ -22,19 +22,23 @@ constexpr std::uint64_t kOpenRetry = 10'000;  // ms between attempts to open a l
 
 std::atomic<bool> unloading{false};
 
-std::filesystem::path Directory() { return std::filesystem::path(tandor::WideFromUtf8(FileInfo::GetPeloraCommDir())) / L"log" / L"host"; }
+std::filesystem::path Directory() {
+    return std::filesystem::path(tandor::WideFromUtf8(FileInfo::GetPeloraCommDir())) / L"log" / L"host";
+}
 
 std::filesystem::path LogPath() {
     std::wstring program(32768, L'\0');
     program.resize(::GetModuleFileNameW(nullptr, program.data(), static_cast<DWORD>(program.size())));
-    return Directory() / (std::filesystem::path(program).stem().wstring() + L"-" + std::to_wstring(::GetCurrentProcessId()) + L".log");
+    return Directory() / (std::filesystem::path(program).stem().wstring() + L"-" +
+                          std::to_wstring(::GetCurrentProcessId()) + L".log");
 }
 
 // Processes come and go, and each leaves a file: the oldest beyond the limit go. Those of living processes are in use.
 void RemoveOldFiles() {
     std::error_code error;
     std::vector<std::filesystem::directory_entry> files;
-    for (std::filesystem::directory_iterator entry(Directory(), error), end; !error && entry != end; entry.increment(error)) {
+    for (std::filesystem::directory_iterator entry(Directory(), error), end; !error && entry != end;
+         entry.increment(error)) {
         files.push_back(*entry);
     }
     if (files.size() <= kFilesKept) return;
@@ -52,13 +56,15 @@ void AppendLine(LOG_MESSAGE_LEVEL level, std::wstring_view message, std::string&
     ::GetLocalTime(&now);
     char head[80];
     const char letter = level >= 0 && level <= 6 ? "TDDIECO"[level] : '?';
-    const int length = std::snprintf(head, sizeof(head), "%04u-%02u-%02u %02u:%02u:%02u.%03u [%lu:%lu] %c ", now.wYear, now.wMonth,
-                                     now.wDay, now.wHour, now.wMinute, now.wSecond, now.wMilliseconds,
+    const int length = std::snprintf(head, sizeof(head), "%04u-%02u-%02u %02u:%02u:%02u.%03u [%lu:%lu] %c ", now.wYear,
+                                     now.wMonth, now.wDay, now.wHour, now.wMinute, now.wSecond, now.wMilliseconds,
                                      ::GetCurrentProcessId(), ::GetCurrentThreadId(), letter);
     line.assign(head, static_cast<std::size_t>(length));
     const std::size_t begin = line.size();
     tandor::AppendUtf8Lossy(message, line);
-    std::replace_if(line.begin() + static_cast<std::ptrdiff_t>(begin), line.end(), [](char c) { return c == '\r' || c == '\n'; }, ' ');
+    std::replace_if(
+        line.begin() + static_cast<std::ptrdiff_t>(begin), line.end(), [](char c) { return c == '\r' || c == '\n'; },
+        ' ');
     line += "\r\n";
 }
 
@@ -104,7 +110,8 @@ private:
         next_open_ = ::GetTickCount64() + kOpenRetry;
         try {
             RemoveOldFiles();
-            file_ = std::make_unique<tandor::RotatingFile>(LogPath(), kMaxSize, 1, tandor::RotatingFile::Writers::kOneProcess);
+            file_ = std::make_unique<tandor::RotatingFile>(LogPath(), kMaxSize, 1,
+                                                           tandor::RotatingFile::Writers::kOneProcess);
         } catch (const std::exception& error) {
             ::OutputDebugStringA(error.what());  // there is no other place left to say it
         }

@@ -7,12 +7,14 @@
 namespace {
 
 TEST(FileClassifier, EveryListedExtensionHasItsClass) {
-    const std::pair<int, const char*> rows[] = {
-        {0, "bmp jpeg gif psd png tiff tga eps jpg dng"},
-        {1, "wmv avi mpg rm rmvb asf asx 3gp flv mp4 avi mov mkv mpeg"},
-        {2, "doc docx dot dotx docm dotm xml rtf"},
-        {3, "xls xlsx xlsm xlt xltx xltm csv"},
-        {4, "ppt pptx pps"}, {5, "visio"}, {6, "pdf txt"}, {7, "cache"}};
+    const std::pair<int, const char*> rows[] = {{0, "bmp jpeg gif psd png tiff tga eps jpg dng"},
+                                                {1, "wmv avi mpg rm rmvb asf asx 3gp flv mp4 avi mov mkv mpeg"},
+                                                {2, "doc docx dot dotx docm dotm xml rtf"},
+                                                {3, "xls xlsx xlsm xlt xltx xltm csv"},
+                                                {4, "ppt pptx pps"},
+                                                {5, "visio"},
+                                                {6, "pdf txt"},
+                                                {7, "cache"}};
     for (const auto& [row, extensions] : rows) {
         std::istringstream words(extensions);
         for (std::string word; words >> word;) {
@@ -27,8 +29,20 @@ TEST(FileClassifier, EveryListedExtensionHasItsClass) {
 }
 
 TEST(FileClassifier, EverythingElseIsOther) {
-    const std::string names[] = {"", ".", "name", "name.", "a.jpg.", "archive.tar.gz", "a.jpg/b", "name.extension-that-is-long",
-                                 "name.visiox", "a.J\xD0\x9F", std::string("a.jpg\0", 6), "a.12345678", "a. jpg", "a.@mp"};
+    const std::string names[] = {"",
+                                 ".",
+                                 "name",
+                                 "name.",
+                                 "a.jpg.",
+                                 "archive.tar.gz",
+                                 "a.jpg/b",
+                                 "name.extension-that-is-long",
+                                 "name.visiox",
+                                 "a.J\xD0\x9F",
+                                 std::string("a.jpg\0", 6),
+                                 "a.12345678",
+                                 "a. jpg",
+                                 "a.@mp"};
     for (const std::string& name : names) EXPECT_EQ(ZellFileClassifier::GetTransferFileType(name), 8) << name;
     EXPECT_EQ(ZellFileClassifier::GetTransferFileType(".jpg"), 0);
     EXPECT_EQ(ZellFileClassifier::GetTransferFileType("a.b.c.Mp4"), 1);

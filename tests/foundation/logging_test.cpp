@@ -42,35 +42,47 @@ TEST(Logger, AnUnknownChannelSaysSoEachTimeAndWritesNothing) {
         HostLog log;
         const Logger logger("Unknown");
         Log(logger, 4, L"lost");
-        EXPECT_THAT(log.Take(), ElementsAre(L"3 no find logger,start to create(`anonymous-namespace'::GetInnerLogger)",
-                                            L"3 not find config, create failed(`anonymous-namespace'::GetInnerLogger)"));
+        EXPECT_THAT(log.Take(),
+                    ElementsAre(L"3 no find logger,start to create(`anonymous-namespace'::GetInnerLogger)",
+                                L"3 not find config, create failed(`anonymous-namespace'::GetInnerLogger)"));
     }
 }
 
+// The lines of `file` that hold `marker`, in order.
+std::vector<std::string> MarkedLines(const std::filesystem::path& file, const std::string& marker) {
+    std::vector<std::string> lines = Lines(ReadAll(file));
+    std::erase_if(lines, [&](const std::string& line) { return line.find(marker) == std::string::npos; });
+    return lines;
+}
+
+// Unlike any other test's lines, and an earlier run's.
+std::string Marker(const std::string& name) { return name + std::to_string(::GetCurrentProcessId()) + "x"; }
+
 TEST(Logger, EachChannelWritesItsFileFromTheDefaultLevelUp) {
-    const std::pair<const char*, const wchar_t*> channels[] = {
-        {"KoViewMirror", L"usr\\KoViewMirror.log"}, {"KoViewTandor", L"admin\\KoViewTandor.log"}};
+    const std::pair<const char*, const wchar_t*> channels[] = {{"KoViewMirror", L"usr\\KoViewMirror.log"},
+                                                               {"KoViewTandor", L"admin\\KoViewTandor.log"}};
+    const std::string marker = Marker("level");
+    const std::wstring wide(marker.begin(), marker.end());
     for (const auto& [channel, file] : channels) {
-        const std::string before = ReadAll(kLogs / file);
         {
             const Logger logger(channel);
             const Logger second(channel);
-            Log(logger, 1, L"hidden");
-            Log(logger, 3, L"first \u624b\U0001F4F1");
-            Log(second, 4, L"second \xD83D");
-            Log(second, 7, L"no level");
-            Log(second, -1, L"no level");
+            Log(logger, 1, wide + L"hidden");
+            Log(logger, 3, wide + L"first \u624b\U0001F4F1");
+            Log(second, 4, wide + L"second \xD83D");
+            Log(second, 7, wide + L"no level");
+            Log(second, -1, wide + L"no level");
         }
-        const auto lines = Lines(ReadAll(kLogs / file).substr(before.size()));
+        const auto lines = MarkedLines(kLogs / file, marker);
         ASSERT_EQ(lines.size(), 2u);
         const std::regex form(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d,\d{3}\[\d+\]\[([WE])\] - (.*))");
         std::smatch match;
         ASSERT_TRUE(std::regex_match(lines[0], match, form)) << lines[0];
         EXPECT_EQ(match[1], "W");
-        EXPECT_EQ(match[2], "first \xE6\x89\x8B\xF0\x9F\x93\xB1");
+        EXPECT_EQ(match[2], marker + "first \xE6\x89\x8B\xF0\x9F\x93\xB1");
         ASSERT_TRUE(std::regex_match(lines[1], match, form)) << lines[1];
         EXPECT_EQ(match[1], "E");
-        EXPECT_EQ(match[2], "second \xEF\xBF\xBD");
+        EXPECT_EQ(match[2], marker + "second \xEF\xBF\xBD");
     }
 }
 
@@ -84,7 +96,8 @@ TEST(Logger, AFileThatCannotBeOpenedIsTriedFiveTimesAndThenNeverAgain) {
     }
     std::vector<std::wstring> expected{L"3 no find logger,start to create(`anonymous-namespace'::GetInnerLogger)"};
     for (int i = 0; i < 5; ++i) {
-        expected.push_back(L"3 try to create logger, tryTime:" + std::to_wstring(i) + L"(`anonymous-namespace'::CreateLogger)");
+        expected.push_back(L"3 try to create logger, tryTime:" + std::to_wstring(i) +
+                           L"(`anonymous-namespace'::CreateLogger)");
     }
     expected.push_back(L"3 create logger failed(`anonymous-namespace'::GetInnerLogger)");
     EXPECT_EQ(log.Take(), expected);
@@ -93,17 +106,14 @@ TEST(Logger, AFileThatCannotBeOpenedIsTriedFiveTimesAndThenNeverAgain) {
     EXPECT_TRUE(log.Take().empty());
 }
 
-std::map<std::string, int> CountWriters(const std::vector<std::filesystem::path>& files) {
+// How many whole lines each writer left, and how many that are not whole.
+std::map<std::string, int> CountWriters(const std::vector<std::filesystem::path>& files, const std::string& marker) {
     std::map<std::string, int> lines;
-    const std::regex form(R"(.* - (\w+) (\d+) \.{150})");
+    const std::regex form(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d,\d{3}\[\d+\]\[W\] - \w+x(\w+) (\d+) \.{150})");
     for (const auto& file : files) {
-        for (const std::string& line : Lines(ReadAll(file))) {
+        for (const std::string& line : MarkedLines(file, marker)) {
             std::smatch match;
-            if (std::regex_match(line, match, form)) {
-                ++lines[match[1]];
-            } else if (line.find("....") != std::string::npos) {
-                ++lines["mixed"];
-            }
+            ++lines[std::regex_match(line, match, form) ? match[1].str() : "broken"];
         }
     }
     return lines;
@@ -119,10 +129,12 @@ std::vector<std::filesystem::path> ChannelFiles(const std::filesystem::path& fol
 
 // 3 x 4,000 lines of 200 bytes are 2.4 MB: more than one rotation of 512 KiB, fewer than are kept.
 TEST(Logger, SeveralProcessesRotateOneChannelAndLoseNoLine) {
+    const std::string marker = Marker("several");
+    const std::wstring wide(marker.begin(), marker.end());
     {
         std::vector<Child> children;
         for (const wchar_t* name : {L"one", L"two", L"three"}) {
-            children.emplace_back(std::wstring(L"log-lines KoViewTandor ") + name + L" 4000");
+            children.emplace_back(std::wstring(L"log-lines KoViewTandor ") + wide + name + L" 4000");
         }
         for (Child& child : children) ASSERT_EQ(child.Wait(), 0);
     }
@@ -130,24 +142,28 @@ TEST(Logger, SeveralProcessesRotateOneChannelAndLoseNoLine) {
     EXPECT_GE(files.size(), 4u);
     for (const auto& file : files) EXPECT_LE(std::filesystem::file_size(file), 0x80000u) << file;
     const std::map<std::string, int> expected{{"one", 4000}, {"two", 4000}, {"three", 4000}};
-    EXPECT_EQ(CountWriters(files), expected);
+    EXPECT_EQ(CountWriters(files, marker), expected);
 }
 
 TEST(Logger, AFileHeldOpenAtRotationLosesNothingAndTheHostLogNamesIt) {
     const auto file = kLogs / L"usr" / L"KoViewMirror.log";
-    Log(Logger("KoViewMirror"), 3, L"there before");
+    const std::string marker = Marker("held");
+    const std::wstring wide(marker.begin(), marker.end());
+    Log(Logger("KoViewMirror"), 3, wide + L"there before");
     const Child viewer(L"hold-file " + file.wstring() + L" viewer-ready", L"viewer-ready");
     HostLog log;
     {
         const Logger logger("KoViewMirror");
-        for (int i = 0; i < 6000; ++i) Log(logger, 3, L"held " + std::to_wstring(i) + L" " + std::wstring(150, L'.'));
+        for (int i = 0; i < 6000; ++i)
+            Log(logger, 3, wide + L"line " + std::to_wstring(i) + L" " + std::wstring(150, L'.'));
     }
-    EXPECT_THAT(ReadAll(file), testing::HasSubstr("there before"));
-    EXPECT_EQ(CountWriters({file})["held"], 6000);
+    EXPECT_THAT(ReadAll(file), testing::HasSubstr(marker + "there before"));
+    EXPECT_EQ(CountWriters({file}, marker)["line"], 6000);
     const auto messages = log.Take();
     ASSERT_FALSE(messages.empty());
-    EXPECT_TRUE(messages.front().starts_with(L"3 cannot rename C:\\ProgramData\\Comms\\Pelora\\log\\usr\\KoViewMirror.log: ") ||
-                messages.front().starts_with(L"4 cannot rename C:\\ProgramData\\Comms\\Pelora\\log\\usr\\KoViewMirror.log: "))
+    EXPECT_TRUE(
+        messages.front().starts_with(L"3 cannot rename C:\\ProgramData\\Comms\\Pelora\\log\\usr\\KoViewMirror.log: ") ||
+        messages.front().starts_with(L"4 cannot rename C:\\ProgramData\\Comms\\Pelora\\log\\usr\\KoViewMirror.log: "))
         << tandor::Utf8FromWide(messages.front());
 }
 

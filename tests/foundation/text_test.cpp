@@ -10,19 +10,27 @@
 namespace {
 
 std::string Encode(const std::string& bytes) {
-    return TandorUtilClass::Base64Encode(reinterpret_cast<const unsigned char*>(bytes.data()), static_cast<unsigned>(bytes.size()));
+    return TandorUtilClass::Base64Encode(reinterpret_cast<const unsigned char*>(bytes.data()),
+                                         static_cast<unsigned>(bytes.size()));
 }
 
 std::string Decode(const std::string& text) {
     std::string out(text.size() * 3 / 4, '#');
-    const int size = TandorUtilClass::Base64Decode(reinterpret_cast<const unsigned char*>(text.data()), static_cast<int>(text.size()),
-                                                   reinterpret_cast<unsigned char*>(out.data()));
+    const int size =
+        TandorUtilClass::Base64Decode(reinterpret_cast<const unsigned char*>(text.data()),
+                                      static_cast<int>(text.size()), reinterpret_cast<unsigned char*>(out.data()));
     return out.substr(0, static_cast<std::size_t>(size));
 }
 
 TEST(Base64, EncodesTheStandardVectorsAndDecodesWhatItEncoded) {
-    const std::pair<const char*, const char*> vectors[] = {  // RFC 4648, section 10
-        {"", ""}, {"f", "Zg=="}, {"fo", "Zm8="}, {"foo", "Zm9v"}, {"foob", "Zm9vYg=="}, {"fooba", "Zm9vYmE="}, {"foobar", "Zm9vYmFy"}};
+    const std::pair<const char*, const char*> vectors[] = {// RFC 4648, section 10
+                                                           {"", ""},
+                                                           {"f", "Zg=="},
+                                                           {"fo", "Zm8="},
+                                                           {"foo", "Zm9v"},
+                                                           {"foob", "Zm9vYg=="},
+                                                           {"fooba", "Zm9vYmE="},
+                                                           {"foobar", "Zm9vYmFy"}};
     for (const auto& [plain, coded] : vectors) {
         EXPECT_EQ(Encode(plain), coded);
         EXPECT_EQ(Decode(coded), plain);
@@ -38,12 +46,18 @@ TEST(Base64, EncodesTheStandardVectorsAndDecodesWhatItEncoded) {
 
 TEST(Base64, StopsWhereTheInputDoes) {
     const std::pair<std::string, std::string> cases[] = {
-        {"Zm9", ""},                              // no whole group
-        {"Zm9vYm", "foo"},                        // a cut group
-        {std::string("Zm9v\0m9v", 8), "foo"},     // NUL begins a group
-        {"Zm9v!m9v", "foo"}, {"Zm9vZ-9v", "foo"}, {"Zm9vZm_v", "foo"}, {"Zm9vZm9\n", "foo"}, {"Zm9v\xC3\xA9zz", "foo"},
-        {"=m9v", ""}, {"Z=9v", ""},               // padding where none can be
-        {"Zg==Zm9v", "ffoo"}, {"Zm8=Zg==", "fof"},  // padding ends its own group
+        {"Zm9", ""},                           // no whole group
+        {"Zm9vYm", "foo"},                     // a cut group
+        {std::string("Zm9v\0m9v", 8), "foo"},  // NUL begins a group
+        {"Zm9v!m9v", "foo"},
+        {"Zm9vZ-9v", "foo"},
+        {"Zm9vZm_v", "foo"},
+        {"Zm9vZm9\n", "foo"},
+        {"Zm9v\xC3\xA9zz", "foo"},
+        {"=m9v", ""},
+        {"Z=9v", ""},  // padding where none can be
+        {"Zg==Zm9v", "ffoo"},
+        {"Zm8=Zg==", "fof"},  // padding ends its own group
         {"Zg=x", "f"},
     };
     for (const auto& [text, bytes] : cases) EXPECT_EQ(Decode(text), bytes) << text;
@@ -59,7 +73,14 @@ TEST(Url, CodesAndDecodes) {
     EXPECT_EQ(TandorUtilClass::UrlEncode("AZaz09-_.~"), "AZaz09-_.~");
     EXPECT_EQ(TandorUtilClass::UrlEncode("\xE4\xB8\xAD/+%"), "%E4%B8%AD%2F%2B%25");
     const std::pair<const char*, const char*> decoded[] = {
-        {"%4a", "J"}, {"a+b%26c", "a b&c"}, {"%4A%e4", "J\xE4"}, {"%", "%"}, {"ab%4", "ab%4"}, {"%%34", "\x03" "4"},
+        {"%4a", "J"},
+        {"a+b%26c", "a b&c"},
+        {"%4A%e4", "J\xE4"},
+        {"%", "%"},
+        {"ab%4", "ab%4"},
+        {"%%34",
+         "\x03"
+         "4"},
         {"%zz", "\x53"},  // every letter counts: 35 * 16 + 35, low eight bits
         {"%!4", "\x04"}};
     for (const auto& [text, plain] : decoded) EXPECT_EQ(TandorUtilClass::UrlDecode(text), plain) << text;
@@ -74,17 +95,25 @@ TEST(Hex, DigitsAndNumbers) {
     EXPECT_EQ(TandorUtilClass::ToHex(9), '9');
     EXPECT_EQ(TandorUtilClass::ToHex(10), 'A');
     EXPECT_EQ(TandorUtilClass::ToHex(16), 'G');
-    const std::pair<unsigned char, int> wide_digits[] = {{'0', 0}, {'9', 9}, {'A', 10}, {'Z', 35}, {'a', 10}, {'z', 35}, {'-', 0}, {0xE4, 0}};
+    const std::pair<unsigned char, int> wide_digits[] = {{'0', 0},  {'9', 9},  {'A', 10}, {'Z', 35},
+                                                         {'a', 10}, {'z', 35}, {'-', 0},  {0xE4, 0}};
     for (const auto& [digit, value] : wide_digits) EXPECT_EQ(TandorUtilClass::FromHex(digit), value) << digit;
 }
 
 TEST(Hex, ReadsNumbersFromTheEndAndPassesOverWhatDoesNotFit) {
     const std::pair<const char*, long long> cases[] = {
-        {"", 0}, {"ff", 255}, {"f-f", 255}, {"FF", 255}, {"0x10", 16}, {"10", 16}, {"xyz", 0},
+        {"", 0},
+        {"ff", 255},
+        {"f-f", 255},
+        {"FF", 255},
+        {"0x10", 16},
+        {"10", 16},
+        {"xyz", 0},
         {"7fffffffffffffff", LLONG_MAX},
-        {"8000000000000000", 0},                  // the term does not fit: passed over
+        {"8000000000000000", 0},                    // the term does not fit: passed over
         {"18000000000000000", 0x1000000000000000},  // and the next digit takes its place
-        {"10000000000000000", 0}, {"f0000000000000000f", 15}};
+        {"10000000000000000", 0},
+        {"f0000000000000000f", 15}};
     for (const auto& [text, value] : cases) EXPECT_EQ(TandorUtilClass::hexToDec(text), value) << text;
 }
 
@@ -93,11 +122,13 @@ TEST(Hex, EveryByteBothCases) {
     std::string bytes;
     for (int i = 0; i < 256; ++i) bytes += static_cast<char>(i);
     for (const auto digits : {tandor::HexCase::kUpper, tandor::HexCase::kLower}) {
-        for (std::size_t length : {std::size_t{0}, std::size_t{1}, std::size_t{15}, std::size_t{17}, std::size_t{256}}) {
+        for (std::size_t length :
+             {std::size_t{0}, std::size_t{1}, std::size_t{15}, std::size_t{17}, std::size_t{256}}) {
             std::string expected;
             for (std::size_t i = 0; i < length; ++i) {
                 char two[3];
-                std::snprintf(two, sizeof(two), digits == tandor::HexCase::kUpper ? "%02X" : "%02x", static_cast<unsigned char>(bytes[i]));
+                std::snprintf(two, sizeof(two), digits == tandor::HexCase::kUpper ? "%02X" : "%02x",
+                              static_cast<unsigned char>(bytes[i]));
                 expected += two;
             }
             EXPECT_EQ(tandor::HexFromBytes(bytes.substr(0, length), digits), expected);
@@ -113,10 +144,12 @@ TEST(Hex, EveryByteBothCases) {
 }
 
 TEST(Masking, KeepsTheEnds) {
-    const std::pair<const char*, const char*> cases[] = {{"", ""}, {"a", "a"}, {"ab", "a*"}, {"abc", "a*c"}, {"13812345678", "1*********8"}};
+    const std::pair<const char*, const char*> cases[] = {
+        {"", ""}, {"a", "a"}, {"ab", "a*"}, {"abc", "a*c"}, {"13812345678", "1*********8"}};
     for (const auto& [text, masked] : cases) {
         EXPECT_EQ(TandorUtilClass::SenstiveContent(std::string(text)), masked);
-        EXPECT_EQ(TandorUtilClass::SenstiveContent(std::wstring(text, text + strlen(text))), std::wstring(masked, masked + strlen(masked)));
+        EXPECT_EQ(TandorUtilClass::SenstiveContent(std::wstring(text, text + strlen(text))),
+                  std::wstring(masked, masked + strlen(masked)));
     }
 }
 

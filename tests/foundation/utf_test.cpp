@@ -15,8 +15,9 @@ const std::string kEverySizeUtf8 = "a\xC3\xA9\xE4\xB8\xAD\xF0\x9F\x98\x80z";
 
 // The texts lie at every place of the vector loops and of the buffer's edge.
 TEST(Utf, ConvertsBothWaysWhereverACharacterLies) {
-    for (const std::size_t before : {0, 1, 7, 15, 16, 17, 31, 33, 340, 511, 682, 1020, 2026, 2031, 2032, 2040, 2047, 2048, 5000}) {
-        for (const std::size_t after : {0, 3, 16, 40}) {
+    for (const std::size_t before : std::initializer_list<std::size_t>{0, 1, 7, 15, 16, 17, 31, 33, 340, 511, 682, 1020,
+                                                                       2026, 2031, 2032, 2040, 2047, 2048, 5000}) {
+        for (const std::size_t after : std::initializer_list<std::size_t>{0, 3, 16, 40}) {
             const std::string utf8 = std::string(before, 'x') + kEverySizeUtf8 + std::string(after, 'y');
             const std::wstring wide = std::wstring(before, L'x') + kEverySize + std::wstring(after, L'y');
             ASSERT_EQ(TandorUtilClass::ConvertFromBytes(utf8), wide) << before << " " << after;
@@ -38,14 +39,29 @@ TEST(Utf, ConvertsBothWaysWhereverACharacterLies) {
 
 TEST(Utf, RefusesEveryInvalidSequence) {
     const char* const invalid[] = {
-        "\x80", "\xBF", "\xC3", "\xC3x", "\xE4\xB8", "\xE4\xB8x", "\xF0\x9F\x98", "\xF0\x9F\x98x",  // cut or alone
-        "\xC0\xAF", "\xC1\xBF", "\xE0\x9F\xBF", "\xF0\x8F\xBF\xBF",                              // overlong
-        "\xED\xA0\x80", "\xED\xBF\xBF",                                                          // surrogates
-        "\xF4\x90\x80\x80", "\xF5\x80\x80\x80", "\xFF", "\xFE",                                  // beyond the last
+        "\x80",
+        "\xBF",
+        "\xC3",
+        "\xC3x",
+        "\xE4\xB8",
+        "\xE4\xB8x",
+        "\xF0\x9F\x98",
+        "\xF0\x9F\x98x",  // cut or alone
+        "\xC0\xAF",
+        "\xC1\xBF",
+        "\xE0\x9F\xBF",
+        "\xF0\x8F\xBF\xBF",  // overlong
+        "\xED\xA0\x80",
+        "\xED\xBF\xBF",  // surrogates
+        "\xF4\x90\x80\x80",
+        "\xF5\x80\x80\x80",
+        "\xFF",
+        "\xFE",  // beyond the last
     };
     for (const std::string sequence : invalid) {
-        for (const std::string& text : {sequence, "ascii " + sequence, sequence + " ascii, long enough for the vector loop",
-                                        std::string(3000, 'a') + sequence}) {
+        for (const std::string& text :
+             {sequence, "ascii " + sequence, sequence + " ascii, long enough for the vector loop",
+              std::string(3000, 'a') + sequence}) {
             try {
                 TandorUtilClass::ConvertFromBytes(text);
                 ADD_FAILURE() << "accepted " << testing::PrintToString(text);
@@ -54,7 +70,8 @@ TEST(Utf, RefusesEveryInvalidSequence) {
             }
         }
     }
-    EXPECT_EQ(TandorUtilClass::ConvertFromBytes("\xED\x9F\xBF\xEE\x80\x80\xF4\x8F\xBF\xBF\xF0\x90\x80\x80\xE0\xA0\x80\xC2\x80"),
+    EXPECT_EQ(TandorUtilClass::ConvertFromBytes(
+                  "\xED\x9F\xBF\xEE\x80\x80\xF4\x8F\xBF\xBF\xF0\x90\x80\x80\xE0\xA0\x80\xC2\x80"),
               L"\uD7FF\uE000\U0010FFFF\U00010000\u0800\u0080");
     for (const std::wstring text : {L"\xD83D", L"\xDE00", L"a\xDE00\xD83D", L"\xD83Dx"}) {
         EXPECT_THROW(TandorUtilClass::ConvertFromWideBytes(text), std::range_error);

@@ -53,7 +53,8 @@ TEST_P(RegistryTest, AFailedReadLeavesTheValue) {
     EXPECT_FALSE(Registry::GetValue(root, kKey, L"text", text));
 }
 
-INSTANTIATE_TEST_SUITE_P(Roots, RegistryTest, testing::Values(RegistryRoot::kLocalMachine, RegistryRoot::kCurrentUser, RegistryRoot::kUser));
+INSTANTIATE_TEST_SUITE_P(Roots, RegistryTest,
+                         testing::Values(RegistryRoot::kLocalMachine, RegistryRoot::kCurrentUser, RegistryRoot::kUser));
 
 TEST(Registry, TheUsersHiveIsTheCurrentUsers) {
     ASSERT_TRUE(Registry::SetValue(RegistryRoot::kUser, kKey, L"same", std::uint32_t{5}));

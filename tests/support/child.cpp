@@ -22,8 +22,8 @@ void SignalReady(const std::wstring& name) {
 
 // hold-file PATH READY: opens the file as a viewer that shares nothing but reading, and stays.
 int HoldFile(const Arguments& arguments) {
-    const tandor::FileHandle file(::CreateFileW(arguments.at(0).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                                OPEN_EXISTING, 0, nullptr));
+    const tandor::FileHandle file(::CreateFileW(
+        arguments.at(0).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr));
     if (!file) return 1;
     SignalReady(arguments.at(1));
     ::Sleep(INFINITE);

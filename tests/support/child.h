@@ -20,7 +20,8 @@ public:
         startup.cb = sizeof(startup);
         PROCESS_INFORMATION information{};
         std::wstring command = L"test_child.exe " + arguments;
-        if (::CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &information) == 0) {
+        if (::CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
+                             &information) == 0) {
             throw std::runtime_error("test_child.exe did not start");
         }
         process_ = KernelHandle(information.hProcess);
@@ -28,7 +29,8 @@ public:
         const KernelHandle thread(information.hThread);
         if (event) {
             const HANDLE either[] = {event.Get(), process_.Get()};
-            if (::WaitForMultipleObjects(2, either, FALSE, 30'000) != WAIT_OBJECT_0) throw std::runtime_error("test_child.exe is not ready");
+            if (::WaitForMultipleObjects(2, either, FALSE, 30'000) != WAIT_OBJECT_0)
+                throw std::runtime_error("test_child.exe is not ready");
         }
     }
     ~Child() { Kill(); }

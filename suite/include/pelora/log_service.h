@@ -19,8 +19,9 @@ enum LOG_MESSAGE_LEVEL : int {
     LOG_MESSAGE_OFF = 6,
 };
 
-// Writes UTF-8 lines to "log\host\<program>-<process id>.log" under the common directory, at most 2 MiB and one older file.
-// The files of 64 processes are kept. A line is with the system when Log returns: it survives the death of the process.
+// Writes UTF-8 lines to "log\host\<program>-<process id>.log" under the common directory, at most 2 MiB and one older
+// file. The files of 64 processes are kept. A line is with the system when Log returns: it survives the death of the
+// process.
 //
 // Threads: every operation may be called from any thread. After the library's unload has begun, calls do nothing.
 class PELORA_API VxLogger {
@@ -29,13 +30,13 @@ public:
 
     static VxLogger& GetInstance();
 
-    // Writes the stream's text as one record; the stream stays as it is. Line breaks inside the text are kept visible as
-    // blanks, so that one record is one line. Never throws; a record that cannot be written is dropped.
+    // Writes the stream's text as one record; the stream stays as it is. Line breaks inside the text are kept visible
+    // as blanks, so that one record is one line. Never throws; a record that cannot be written is dropped.
     void Log(LOG_MESSAGE_LEVEL level, std::wstringstream& message) noexcept;
 
-    // Calls `observer` with every message of this process from now on, on the thread that logs and under the log's lock, so
-    // messages arrive in order and none arrives after Unsubscribe has returned. What an observer throws is dropped. An
-    // observer may log; those lines are written and not observed. Returns the number to unsubscribe with.
+    // Calls `observer` with every message of this process from now on, on the thread that logs and under the log's
+    // lock, so messages arrive in order and none arrives after Unsubscribe has returned. What an observer throws is
+    // dropped. An observer may log; those lines are written and not observed. Returns the number to unsubscribe with.
     std::uint64_t Subscribe(Observer observer);
     void Unsubscribe(std::uint64_t subscription) noexcept;
 

@@ -1,0 +1,68 @@
+// What every command of tandorctl is made of.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tandor::app {
+
+using Json = nlohmann::ordered_json;
+
+// A failure that a person can act on. Its text is "thing: cause; remedy"; the program prints it and ends with 1.
+class CommandError : public std::runtime_error {
+public:
+    CommandError(const std::string& thing, const std::string& cause, const std::string& remedy = {})
+        : std::runtime_error(thing + ": " + cause + (remedy.empty() ? "" : "; " + remedy)) {}
+};
+
+// What the options before and behind the verb say, and how the command ended.
+struct Context {
+    bool json = false;
+    bool follow = false;
+    int exit_code = 0;  // 0, or 1 for a command that did its work and found something wrong
+};
+
+// Writes UTF-8 to standard output, as it is or with a line break.
+void Print(std::string_view text);
+void PrintLine(std::string_view text);
+void PrintJson(const Json& document);
+
+// A table for people: the first row is the heading. Columns are padded by characters, not bytes.
+void PrintTable(const std::vector<std::vector<std::string>>& rows);
+
+// One line on standard error that is written over and over, when that is a terminal; nothing otherwise.
+class Progress {
+public:
+    explicit Progress(std::string what);
+    ~Progress();
+    void Show(std::uint64_t done, std::uint64_t total);
+
+private:
+    std::string what_;
+    bool terminal_;
+    bool shown_ = false;
+    std::uint64_t last_ = 0;
+};
+
+// The path that a UTF-8 argument names, and the way back.
+std::filesystem::path PathFrom(std::string_view utf8);
+std::string TextOf(const std::filesystem::path& path);
+
+// The content of the file, or of standard input for "-". Throws CommandError.
+std::string ReadInput(const std::string& file);
+
+// The families of commands, each in its own file, in the order of the help.
+void AddLogCommands(CLI::App& app, Context& context);
+void AddTextCommands(CLI::App& app, Context& context);
+void AddVersionCommands(CLI::App& app, Context& context);
+void AddClassifyCommand(CLI::App& app, Context& context);
+void AddDoctorCommand(CLI::App& app, Context& context);
+void AddTourCommand(CLI::App& app, Context& context);
+
+}  // namespace tandor::app

@@ -1,0 +1,113 @@
+#include <fmt/format.h>
+
+#include "app/command.h"
+#include "base/decimal.h"
+#include "base/utf.h"
+#include "tandor/text.h"
+
+namespace tandor::app {
+namespace {
+
+struct Input {
+    std::string text;
+    std::string file;
+    bool decode = false;
+
+    [[nodiscard]] std::string Read() const { return file.empty() ? text : ReadInput(file); }
+};
+
+const unsigned char* Bytes(const std::string& text) { return reinterpret_cast<const unsigned char*>(text.data()); }
+
+std::string Base64(const Input& input) {
+    const std::string content = input.Read();
+    if (content.size() > 0x7FFFFFFF) throw CommandError("the input", "it is larger than 2 GiB");
+    if (!input.decode) return TandorUtilClass::Base64Encode(Bytes(content), static_cast<unsigned>(content.size()));
+    std::string text = content;
+    text.erase(std::remove_if(text.begin(), text.end(), [](char c) { return c == '\r' || c == '\n'; }), text.end());
+    std::string out(text.size() * 3 / 4 + 3, '\0');
+    const int size = TandorUtilClass::Base64Decode(Bytes(text), static_cast<int>(text.size()),
+                                                   reinterpret_cast<unsigned char*>(out.data()));
+    const std::size_t padding = text.ends_with("==") ? 2 : text.ends_with("=") ? 1 : 0;
+    if (text.size() % 4 != 0 || static_cast<std::size_t>(size) != text.size() / 4 * 3 - padding) {
+        throw CommandError("the Base64 text", fmt::format("it is not whole after {} decoded bytes", size),
+                           "check for foreign characters and a cut end");
+    }
+    return out.substr(0, static_cast<std::size_t>(size));
+}
+
+// The UTF-16 units of the text, which is what the wide strings of the library hold.
+Json Units(const std::string& text) {
+    Json units = Json::array();
+    for (const wchar_t unit : TandorUtilClass::ConvertFromBytes(text))
+        units.push_back(fmt::format("{:04X}", static_cast<unsigned>(unit)));
+    return units;
+}
+
+void ShowUnits(const Context& context, const std::string& text) {
+    Json units;
+    try {
+        units = Units(text);
+    } catch (const std::range_error& error) {
+        throw CommandError("the text", error.what(), "it is not valid UTF-8");
+    }
+    if (context.json) return PrintJson({{"utf8_bytes", text.size()}, {"utf16_units", units}});
+    std::string line;
+    for (const auto& unit : units) line += (line.empty() ? "" : " ") + unit.get<std::string>();
+    PrintLine(line);
+}
+
+std::shared_ptr<Input> AddInput(CLI::App* command) {
+    const auto input = std::make_shared<Input>();
+    CLI::Option* const text = command->add_option("TEXT", input->text, "The text");
+    command->add_option("--file", input->file, "Read the input from this file instead; - is standard input")
+        ->excludes(text);
+    return input;
+}
+
+void AddCoding(CLI::App* text, const Context& context, const char* name, const char* help,
+               std::string (*code)(const Input&)) {
+    CLI::App* const command = text->add_subcommand(name, help);
+    const auto input = AddInput(command);
+    command->add_flag("-d,--decode", input->decode, "Decode instead");
+    command->callback([input, code, &context, command] {
+        if (input->text.empty() && input->file.empty())
+            throw CLI::RequiredError(command->get_name() + " needs TEXT or --file");
+        const std::string result = code(*input);
+        if (context.json) return PrintJson({{"result", result}});
+        input->decode && !input->file.empty() ? Print(result) : PrintLine(result);
+    });
+}
+
+}  // namespace
+
+void AddTextCommands(CLI::App& app, Context& context) {
+    CLI::App* const text = app.add_subcommand("text", "Convert, code and mask text");
+    text->require_subcommand(1);
+    text->footer(
+        "Example:\n  tandorctl text base64 'hello'\n  tandorctl text url --decode 'a+b%26c'\n  tandorctl text mask "
+        "13812345678");
+
+    AddCoding(text, context, "base64", "Base64, standard alphabet with padding", Base64);
+    AddCoding(text, context, "url", "Form coding of URL text", [](const Input& input) {
+        return input.decode ? TandorUtilClass::UrlDecode(input.Read()) : TandorUtilClass::UrlEncode(input.Read());
+    });
+    AddCoding(
+        text, context, "mask", "Keep the first and the last character, asterisks between",
+        [](const Input& input) { return Utf8FromWide(TandorUtilClass::SenstiveContent(WideFromUtf8(input.Read()))); });
+    AddCoding(text, context, "hex", "A number as sixteen hexadecimal digits, or hexadecimal text as a number",
+              [](const Input& input) {
+                  const std::string content = input.Read();
+                  if (input.decode) return std::to_string(TandorUtilClass::hexToDec(content));
+                  const auto number = ParseDecimal<unsigned long long>(content);
+                  if (!number)
+                      throw CommandError("'" + content + "'", "it is not a decimal number of at most 64 bits",
+                                         "give digits alone");
+                  return Utf8FromWide(TandorUtilClass::StringFromHex(*number));
+              });
+
+    CLI::App* const units = text->add_subcommand("units", "The UTF-16 units of a text");
+    const auto input = AddInput(units);
+    units->callback([input, &context] { ShowUnits(context, input->Read()); });
+}
+
+}  // namespace tandor::app

@@ -1,0 +1,45 @@
+// The tour: a pairing session on this machine, step by step. Each family has its steps in a file of its own
+// (app/tour/<family>_steps.cpp) and a row for each in the table in tour_command.cpp.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "app/command.h"
+
+namespace tandor::app {
+
+// What a step has to tell. A step that throws has failed; what it said until then is shown.
+class TourReport {
+public:
+    TourReport(const std::filesystem::path& folder, bool json) : folder_(folder), json_(json) {}
+
+    // One result: a name, and its value as it is shown and, as `data`, for machines (the shown text when there is
+    // none).
+    void Result(const std::string& name, const std::string& shown);
+    void Result(const std::string& name, const std::string& shown, Json data);
+
+    // A folder for the files that steps make; it stays after the tour.
+    [[nodiscard]] const std::filesystem::path& Folder() const { return folder_; }
+    [[nodiscard]] const Json& Results() const { return results_; }
+
+private:
+    std::filesystem::path folder_;
+    bool json_;
+    Json results_ = Json::object();
+};
+
+struct TourStep {
+    const char* title;  // what is done
+    const char* call;   // with which call of the library
+    void (*run)(TourReport&);
+};
+
+// Foundation
+void TourChannels(TourReport& report);
+void TourText(TourReport& report);
+void TourVersions(TourReport& report);
+void TourFiles(TourReport& report);
+
+}  // namespace tandor::app

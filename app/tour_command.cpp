@@ -1,0 +1,79 @@
+#include <fmt/format.h>
+#include <windows.h>
+
+#include <iterator>
+
+#include "app/tour.h"
+#include "pelora/file_info.h"
+
+namespace tandor::app {
+namespace {
+
+constexpr TourStep kSteps[] = {
+    {"Write to the three log channels", "Logger::Log", TourChannels},
+    {"Convert, code and mask text", "TandorUtilClass", TourText},
+    {"Compare and pack versions", "TandorUtilClass::CalcVersion", TourVersions},
+    {"Sort the files of a real folder", "ZellFileClassifier::GetTransferFileType", TourFiles},
+};
+
+// Runs one step; returns what a machine reads about it.
+Json RunStep(std::size_t number, const TourStep& step, const std::filesystem::path& folder, bool json) {
+    if (!json) PrintLine(fmt::format("\n{}. {}  [{}]", number, step.title, step.call));
+    TourReport report(folder, json);
+    std::string trouble;
+    try {
+        step.run(report);
+    } catch (const std::exception& error) {
+        trouble = error.what();
+        if (!json) PrintLine("   FAILED: " + trouble);
+    }
+    std::fflush(stdout);
+    Json result{{"step", number},
+                {"title", step.title},
+                {"call", step.call},
+                {"passed", trouble.empty()},
+                {"results", report.Results()}};
+    if (!trouble.empty()) result["error"] = trouble;
+    return result;
+}
+
+void Tour(Context& context) {
+    const std::filesystem::path folder = std::filesystem::temp_directory_path() / L"tandor-tour";
+    std::filesystem::create_directories(folder);
+    const std::uint64_t begin = ::GetTickCount64();
+    Json steps = Json::array();
+    std::size_t failed = 0;
+    if (!context.json) PrintLine("A pairing session on this machine, with the library's own calls.");
+    for (const TourStep& step : kSteps) {
+        steps.push_back(RunStep(steps.size() + 1, step, folder, context.json));
+        if (!steps.back()["passed"].get<bool>()) ++failed;
+    }
+    const double seconds = static_cast<double>(::GetTickCount64() - begin) / 1000;
+    if (failed > 0) context.exit_code = 1;
+    if (context.json) {
+        return PrintJson({{"steps", steps},
+                          {"failed", failed},
+                          {"seconds", seconds},
+                          {"common_directory", FileInfo::GetPeloraCommDir()},
+                          {"folder", TextOf(folder)}});
+    }
+    PrintLine(fmt::format("\n{} of {} steps passed in {:.1f} s. Logs and stores lie under {}",
+                          std::size(kSteps) - failed, std::size(kSteps), seconds, FileInfo::GetPeloraCommDir()));
+}
+
+}  // namespace
+
+void TourReport::Result(const std::string& name, const std::string& shown) { Result(name, shown, shown); }
+
+void TourReport::Result(const std::string& name, const std::string& shown, Json data) {
+    results_[name] = std::move(data);
+    if (!json_) PrintLine(fmt::format("   {:<28} {}", name, shown));
+}
+
+void AddTourCommand(CLI::App& app, Context& context) {
+    CLI::App* const tour = app.add_subcommand("tour", "See everything at work: a pairing session on this machine");
+    tour->footer("Exit code 1 when a step failed.");
+    tour->callback([&context] { Tour(context); });
+}
+
+}  // namespace tandor::app

@@ -1,0 +1,142 @@
+// benchmarks [--table FILE] [--rounds N] [Google Benchmark's options]: measures, prints the ratios, and writes them as
+// a Markdown table. Ends with 1 when a target is missed.
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <map>
+#include <vector>
+
+#include "benchmarks/ratio.h"
+
+namespace tandor::bench {
+namespace {
+
+struct Row {
+    std::string operation, baseline;
+    Target target;
+    double ours = NAN, theirs = NAN;  // median real time, ns
+};
+
+std::vector<Row> rows;
+
+class Reporter : public benchmark::ConsoleReporter {
+public:
+    Reporter() : ConsoleReporter(OO_Tabular) {}
+
+    void ReportRuns(const std::vector<Run>& runs) override {
+        for (const Run& run : runs) {
+            if (run.aggregate_name != "median") continue;
+            const std::string& name = run.run_name.function_name;
+            Row& row = rows[std::stoul(name.substr(0, name.find(' ')))];
+            (name.ends_with("ours") ? row.ours : row.theirs) =
+                run.real_accumulated_time * 1e9 / static_cast<double>(run.iterations == 0 ? 1 : run.iterations);
+            std::printf("%-100s %14.1f ns\n", name.c_str(), (name.ends_with("ours") ? row.ours : row.theirs));
+            std::fflush(stdout);
+        }
+    }
+};
+
+struct Judged {
+    std::string figure, wanted;
+    bool met;
+};
+
+Judged Judge(const Row& row) {
+    char figure[64], wanted[64];
+    const double times = row.ours / row.theirs;
+    const double more = (row.ours - row.theirs) / 1e6;
+    switch (row.target.kind) {
+        case Target::kAtMostTimes:
+            std::snprintf(figure, sizeof(figure), "%.2f of its time", times);
+            std::snprintf(wanted, sizeof(wanted), "at most %.2f", row.target.value);
+            return {figure, wanted, times <= row.target.value};
+        case Target::kAtLeastAsFast:
+            std::snprintf(figure, sizeof(figure), "%.2f times as fast", 1 / times);
+            std::snprintf(wanted, sizeof(wanted), "at least %.2f", row.target.value);
+            return {figure, wanted, 1 / times >= row.target.value};
+        case Target::kAtMostMillisecondsMore:
+            break;
+    }
+    std::snprintf(figure, sizeof(figure), "%.2f ms more", more);
+    std::snprintf(wanted, sizeof(wanted), "at most %.1f ms more", row.target.value);
+    return {figure, wanted, more <= row.target.value};
+}
+
+// Returns whether every target was met. Rows that a filter left out are passed over.
+bool WriteTable(std::FILE* file) {
+    bool all_met = true;
+    std::fprintf(file,
+                 "| operation | beside | ours | its | ratio | target | verdict |\n|---|---|---:|---:|---|---|---|\n");
+    for (const Row& row : rows) {
+        if (std::isnan(row.ours) || std::isnan(row.theirs)) continue;
+        const Judged judged = Judge(row);
+        all_met = all_met && judged.met;
+        const auto in_words = [](double ns) {
+            char text[32];
+            std::snprintf(text, sizeof(text),
+                          ns < 1e4   ? "%.0f ns"
+                          : ns < 1e7 ? "%.1f µs"
+                                     : "%.1f ms",
+                          ns < 1e4   ? ns
+                          : ns < 1e7 ? ns / 1e3
+                                     : ns / 1e6);
+            return std::string(text);
+        };
+        std::fprintf(file, "| %s | %s | %s | %s | %s | %s | %s |\n", row.operation.c_str(), row.baseline.c_str(),
+                     in_words(row.ours).c_str(), in_words(row.theirs).c_str(), judged.figure.c_str(),
+                     judged.wanted.c_str(), judged.met ? "met" : "MISSED");
+    }
+    return all_met;
+}
+
+// Takes "--name value" out of the arguments.
+std::string TakeOption(const char* name, const char* otherwise, int& count, char** words) {
+    for (int i = 1; i + 1 < count; ++i) {
+        if (std::strcmp(words[i], name) != 0) continue;
+        const std::string value = words[i + 1];
+        for (int j = i; j + 2 < count; ++j) words[j] = words[j + 2];
+        count -= 2;
+        return value;
+    }
+    return otherwise;
+}
+
+}  // namespace
+
+void Compare(const std::string& operation, const std::string& baseline, Target target, Body ours, Body theirs,
+             bool manual) {
+    const std::string number = std::to_string(rows.size());
+    rows.push_back({operation, baseline, target});
+    const std::string name = number + " " + operation + " | " + baseline + " | ";
+    for (auto* const one : {benchmark::RegisterBenchmark((name + "ours").c_str(), std::move(ours)),
+                            benchmark::RegisterBenchmark((name + "its").c_str(), std::move(theirs))}) {
+        one->ReportAggregatesOnly();
+        manual ? one->UseManualTime() : one->UseRealTime();
+    }
+}
+
+}  // namespace tandor::bench
+
+int main(int count, char** words) {
+    using namespace tandor::bench;
+    const std::string table = TakeOption("--table", "", count, words);
+    const std::string rounds = "--benchmark_repetitions=" + TakeOption("--rounds", "15", count, words);
+    std::vector<char*> options(words, words + count);
+    std::string fixed[] = {rounds, "--benchmark_enable_random_interleaving=true", "--benchmark_min_time=0.02"};
+    for (std::string& option : fixed) options.insert(options.begin() + 1, option.data());
+    int option_count = static_cast<int>(options.size());
+    benchmark::Initialize(&option_count, options.data());
+    AddFoundation();
+    AddLoading();
+    Reporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    const bool met = WriteTable(stdout);
+    if (!table.empty()) {
+        std::FILE* const file = std::fopen(table.c_str(), "wb");
+        if (file == nullptr) return 2;
+        WriteTable(file);
+        std::fclose(file);
+    }
+    return met ? 0 : 1;
+}
