@@ -1,6 +1,6 @@
 # TandorUtil.dll: the portable core and, beside it, the files that call the system.
 add_library(tandor_core OBJECT ${TANDOR_CORE_SOURCES})
-target_link_libraries(tandor_core PUBLIC tandor_compiling)
+target_link_libraries(tandor_core PUBLIC tandor_compiling PRIVATE nlohmann_json::nlohmann_json)
 target_compile_definitions(tandor_core PRIVATE TANDOR_BUILDING)
 
 add_library(TandorUtil SHARED

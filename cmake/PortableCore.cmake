@@ -6,6 +6,8 @@ set(TANDOR_BASE_SOURCES
     base/utf.cpp
 )
 set(TANDOR_CORE_SOURCES
+    device/summary_reader.cpp
+    device/summary_writer.cpp
     foundation/base64.cpp
     foundation/base64_ssse3.cpp
     foundation/file_classifier.cpp

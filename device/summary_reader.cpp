@@ -19,20 +19,13 @@ struct Field {
 
 // In the order in which their faults count.
 constexpr Field kTable[] = {
-    {"DevType", &Record::DevType},
-    {"Summary", &Record::Summary},
-    {"DevName", &Record::DevName},
-    {"UserName", &Record::UserName},
-    {"NickName", &Record::NickName},
-    {"MacAddr", &Record::MacAddr},
-    {"MacAddrInt", &Record::MacAddrInt},
-    {"IsReverseChannel", &Record::IsReverseChannel},
-    {"IsPaired", &Record::IsPaired},
-    {"IsWifi5GAbility", &Record::IsWifi5GAbility},
-    {"IsAuthor", &Record::IsAuthor},
-    {"ModelName", &Record::ModelName},
-    {"PeerUuid", &Record::PeerUuid},
-    {"IsTrusted", &Record::IsTrusted},
+    {"DevType", &Record::DevType},       {"Summary", &Record::Summary},
+    {"DevName", &Record::DevName},       {"UserName", &Record::UserName},
+    {"NickName", &Record::NickName},     {"MacAddr", &Record::MacAddr},
+    {"MacAddrInt", &Record::MacAddrInt}, {"IsReverseChannel", &Record::IsReverseChannel},
+    {"IsPaired", &Record::IsPaired},     {"IsWifi5GAbility", &Record::IsWifi5GAbility},
+    {"IsAuthor", &Record::IsAuthor},     {"ModelName", &Record::ModelName},
+    {"PeerUuid", &Record::PeerUuid},     {"IsTrusted", &Record::IsTrusted},
 };
 
 template <class T>
@@ -60,8 +53,7 @@ void DecodeHex(std::string_view hex, std::string& bytes) {
 
 bool Suits(const Field& field, Json::value_t found) {
     using Type = Json::value_t;
-    const bool number =
-        found == Type::number_integer || found == Type::number_unsigned || found == Type::number_float;
+    const bool number = found == Type::number_integer || found == Type::number_unsigned || found == Type::number_float;
     if (std::holds_alternative<std::int32_t Record::*>(field.member)) return number || found == Type::boolean;
     if (std::holds_alternative<unsigned long long Record::*>(field.member)) return number;
     return found == (std::holds_alternative<bool Record::*>(field.member) ? Type::boolean : Type::string);

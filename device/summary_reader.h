@@ -15,9 +15,9 @@
 
 namespace tandor {
 
-// Takes the events of nlohmann::json::sax_parse. What a document model would give is given: of keys that stand twice the
-// last counts, the elements of an object count in the order of their keys, and a fault counts only in text that is JSON
-// to its end.
+// Takes the events of nlohmann::json::sax_parse. What a document model would give is given: of keys that stand twice
+// the last counts, the elements of an object count in the order of their keys, and a fault counts only in text that is
+// JSON to its end.
 class SummaryReader {
 public:
     // `expected`: room is made for so many records at once.
@@ -63,11 +63,11 @@ private:
     std::vector<BluetoothDeviceSummary> InOrderOfKeys();
     static void Raise(const Fault& fault);
 
-    std::size_t depth_ = 0;    // open containers
-    bool keyed_ = false;       // the outermost container is an object
-    bool in_object_ = false;   // the element under way is an object
-    int field_ = kNone;       // what the next value in a record belongs to
-    Type found_[kFields] = {};  // what the record under way has at its fields
+    std::size_t depth_ = 0;                        // open containers
+    bool keyed_ = false;                           // the outermost container is an object
+    bool in_object_ = false;                       // the element under way is an object
+    int field_ = kNone;                            // what the next value in a record belongs to
+    Type found_[kFields] = {};                     // what the record under way has at its fields
     std::vector<BluetoothDeviceSummary> records_;  // the last one is under way
     std::optional<Fault> fault_;                   // the first, when elements have no keys
     std::string key_;                              // of the element under way, when they have

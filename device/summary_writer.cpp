@@ -1,5 +1,5 @@
-// Device summaries to JSON, without a document in between: keys and their order are known, every text is hexadecimal and
-// so needs no escapes, and the size can be told before the first byte is written.
+// Device summaries to JSON, without a document in between: keys and their order are known, every text is hexadecimal
+// and so needs no escapes, and the size can be told before the first byte is written.
 #include <charconv>
 #include <cstring>
 

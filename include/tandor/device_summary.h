@@ -52,9 +52,9 @@ struct BluetoothDeviceSummary {
 // std::bad_alloc may leave.
 class TANDOR_API BluetoothDeviceSummarySerialize {
 public:
-    // The full form: "[]" or an array of objects with DevType, Summary, DevName, UserName, NickName, MacAddr, MacAddrInt,
-    // IsReverseChannel, IsPaired, ShareType, IsWifi5GAbility, IsAuthor, ModelName, PeerUuid and IsTrusted. Needs no
-    // memory beside the result.
+    // The full form: "[]" or an array of objects with DevType, Summary, DevName, UserName, NickName, MacAddr,
+    // MacAddrInt, IsReverseChannel, IsPaired, ShareType, IsWifi5GAbility, IsAuthor, ModelName, PeerUuid and IsTrusted.
+    // Needs no memory beside the result.
     static std::string ToString(const std::vector<BluetoothDeviceSummary>& devices);
 
     // The short form: DevType, Summary, DevName, IsPaired, IsTrusted and, as PairedTime, the time at the same place of
@@ -62,15 +62,16 @@ public:
     static std::string ToSimpleString(const std::vector<BluetoothDeviceSummary>& devices,
                                       std::vector<unsigned long long> pairedTimes);
 
-    // The records of a text in the full form, in its order. Unknown keys are passed over; of a key that stands twice the
-    // last counts. ShareType is not read: it is 1 in every record. Text that is not JSON gives an empty list; so do "[]"
-    // and "null". Hexadecimal text is read as HexStringToBytes does. A number beyond its member's range keeps its low
-    // bits; one with a fraction loses it, and beyond the range becomes the nearest value in it.
+    // The records of a text in the full form, in its order. Unknown keys are passed over; of a key that stands twice
+    // the last counts. ShareType is not read: it is 1 in every record. Text that is not JSON gives an empty list; so do
+    // "[]" and "null". Hexadecimal text is read as HexStringToBytes does. A number beyond its member's range keeps its
+    // low bits; one with a fraction loses it, and beyond the range becomes the nearest value in it.
     //
     // The first element that is not as it must be makes the call fail as a whole, by an exception to be caught as
     // std::exception (its type is the JSON library's). Its what():
     //   "[json.exception.out_of_range.403] key 'DevType' not found"
-    //   "[json.exception.type_error.302] type must be string, but is number" ("number", "boolean" where those are wanted)
+    //   "[json.exception.type_error.302] type must be string, but is number" ("number", "boolean" where those are
+    //   wanted)
     //   "[json.exception.type_error.304] cannot use at() with number" for an element that is no object
     // Within one element the keys are looked at in the order that ToString's description has.
     static std::vector<BluetoothDeviceSummary> FromString(const std::string& text);
