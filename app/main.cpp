@@ -44,6 +44,12 @@ void AddCommands(CLI::App& app, Context& context) {
     }
 }
 
+// The command words that were understood, as " text base64".
+std::string ChosenVerbs(const CLI::App& app) {
+    const auto chosen = app.get_subcommands();
+    return chosen.empty() ? "" : " " + chosen.front()->get_name() + ChosenVerbs(*chosen.front());
+}
+
 int Run(const std::vector<std::string>& arguments) {
     CLI::App app("Command line over the multi-device utility library", "tandorctl");
     Context context;
@@ -53,9 +59,14 @@ int Run(const std::vector<std::string>& arguments) {
         if (context.follow) follower = std::make_unique<Follower>();
     });
     try {
-        app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));  // the parser takes them from the back
+        app.parse(
+            std::vector<std::string>(arguments.rbegin(), arguments.rend()));  // the parser takes them from the back
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? 0 : 2;
+        if (error.get_exit_code() == 0) return app.exit(error);  // help and version
+        const auto unknown = app.remaining(true);
+        std::fprintf(stderr, "error: %s%s; see 'tandorctl%s --help'\n", error.what(),
+                     unknown.empty() ? "" : (" (unknown: " + unknown.front() + ")").c_str(), ChosenVerbs(app).c_str());
+        return 2;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "error: %s\n", error.what());
         return 1;

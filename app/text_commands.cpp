@@ -69,9 +69,8 @@ void AddCoding(CLI::App* text, const Context& context, const char* name, const c
     CLI::App* const command = text->add_subcommand(name, help);
     const auto input = AddInput(command);
     command->add_flag("-d,--decode", input->decode, "Decode instead");
-    command->callback([input, code, &context, command] {
-        if (input->text.empty() && input->file.empty())
-            throw CLI::RequiredError(command->get_name() + " needs TEXT or --file");
+    command->callback([input, code, &context] {
+        if (input->text.empty() && input->file.empty()) throw CLI::RequiredError("TEXT or --file");
         const std::string result = code(*input);
         if (context.json) return PrintJson({{"result", result}});
         input->decode && !input->file.empty() ? Print(result) : PrintLine(result);

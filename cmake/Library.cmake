@@ -5,6 +5,11 @@ target_compile_definitions(tandor_core PRIVATE TANDOR_BUILDING)
 
 add_library(TandorUtil SHARED
     $<TARGET_OBJECTS:tandor_core>
+    config/album_times.cpp
+    config/bound_records.cpp
+    config/koplay_registry.cpp
+    config/paired_attributes.cpp
+    config/present_records.cpp
     foundation/channel_logger.cpp
     foundation/channel_sink.cpp
     foundation/logging.cpp

@@ -7,6 +7,7 @@ build_preset() {
     [ -f "$directory/build.ninja" ] && grep -qsF "TANDOR_DEPENDENCIES:UNINITIALIZED=$TANDOR_DEPENDENCIES" "$directory/CMakeCache.txt" ||
         { say "configuring $preset"; logged "configuring $preset" "$directory.configure.log" cmake --fresh --preset "$preset" \
             -S "$root" -B "$directory" -DTANDOR_DEPENDENCIES="$TANDOR_DEPENDENCIES"; }
-    say "building $preset (first time: a few minutes)"
+    [ -e "$directory/built" ] && say "building $preset" || say "building $preset for the first time (a few minutes)"
     logged "building $preset" "$log" cmake --build "$directory" -j "$jobs" "$@"
+    touch "$directory/built"
 }

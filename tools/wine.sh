@@ -4,6 +4,8 @@ wine=$(command -v wine64 || echo /usr/lib/wine/wine64)
 wineserver=$(command -v wineserver || ls /usr/lib/wine/wineserver64 2>/dev/null || true)
 
 start_wine() {
+    [ -z "${wine_started:-}" ] || return 0
+    wine_started=yes
     WINEPREFIX=$(mktemp -d "${TMPDIR:-/tmp}/tandor-wine.XXXXXX")
     export WINEPREFIX WINEDEBUG=-all WINEDLLOVERRIDES="winedbg.exe=d;mscoree=d;mshtml=d" LC_ALL=C.UTF-8
     trap stop_wine EXIT

@@ -66,25 +66,29 @@ void TourVersions(TourReport& report) {
 }
 
 void TourFiles(TourReport& report) {
-    wchar_t windows[MAX_PATH];
-    const UINT length = ::GetWindowsDirectoryW(windows, MAX_PATH);
-    Expect(length > 0 && length < MAX_PATH, "the Windows directory");
+    wchar_t program[32768];
+    const DWORD length = ::GetModuleFileNameW(nullptr, program, static_cast<DWORD>(std::size(program)));
+    Expect(length > 0 && length < std::size(program), "the program's own folder");
+    const std::filesystem::path folder = std::filesystem::path(program).parent_path();
+    constexpr const char* kClasses[] = {"pictures",          "films",         "text documents",
+                                        "spreadsheets",      "presentations", "diagrams",
+                                        "pages, plain text", "cache files",   "others"};
+    std::size_t counts[std::size(kClasses)]{};
     std::size_t files = 0;
-    std::size_t documents = 0;
-    std::size_t pictures = 0;
     std::error_code error;
     const auto skip = std::filesystem::directory_options::skip_permission_denied;
-    for (std::filesystem::recursive_directory_iterator entry(windows, skip, error), end; !error && entry != end;
+    for (std::filesystem::recursive_directory_iterator entry(folder, skip, error), end; !error && entry != end;
          entry.increment(error)) {
-        const auto type = ZellFileClassifier::GetTransferFileType(TextOf(entry->path().filename()));
+        if (entry->is_directory(error)) continue;
         ++files;
-        documents += ZellFileClassifier::IsDocument(type) ? 1 : 0;
-        pictures += ZellFileClassifier::IsImage(type) ? 1 : 0;
+        ++counts[ZellFileClassifier::GetTransferFileType(TextOf(entry->path().filename()))];
     }
-    Expect(files > 0, "the walk through the Windows directory");
-    report.Result("folder", TandorUtilClass::ConvertFromWideBytes(windows));
-    report.Result("entries", fmt::format("{}: {} documents, {} pictures", files, documents, pictures),
-                  {{"all", files}, {"documents", documents}, {"pictures", pictures}});
+    Expect(files > 0, "the walk through the program's folder");
+    report.Result("folder", TextOf(folder));
+    report.Result("files", std::to_string(files), files);
+    for (std::size_t type = 0; type < std::size(kClasses); ++type) {
+        if (counts[type] > 0) report.Result(kClasses[type], std::to_string(counts[type]), counts[type]);
+    }
     report.Result("while it is transferred",
                   TandorUtilClass::ConvertFromWideBytes(ZellFileClassifier::MakeCacheFileType(L"Film.mp4")));
 }
