@@ -10,7 +10,6 @@
 
 namespace {
 
-using tandor::Devices;
 using tandor::kInfo;
 using tandor::LogMessage;
 

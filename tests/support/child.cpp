@@ -9,11 +9,12 @@
 
 #include "base/win_handle.h"
 #include "pelora/log_service.h"
+#include "support/child_roles.h"
 #include "tandor/logging.h"
 
 namespace {
 
-using Arguments = std::vector<std::wstring>;
+using tandor::test::Arguments;
 
 void SignalReady(const std::wstring& name) {
     const tandor::KernelHandle event(::OpenEventW(EVENT_MODIFY_STATE, FALSE, name.c_str()));
@@ -49,7 +50,13 @@ int main() {
     int count = 0;
     wchar_t** const words = ::CommandLineToArgvW(::GetCommandLineW(), &count);
     const Arguments arguments(words + (count < 2 ? count : 2), words + count);
-    const std::map<std::wstring, int (*)(const Arguments&)> roles{{L"hold-file", HoldFile}, {L"log-lines", LogLines}};
+    const std::map<std::wstring, int (*)(const Arguments&)> roles{
+        {L"hold-file", HoldFile},
+        {L"log-lines", LogLines},
+        {L"store-records", tandor::test::StoreRecords},
+        {L"check-records", tandor::test::CheckRecords},
+        {L"store-attributes", tandor::test::StoreAttributes},
+    };
     const auto role = count < 2 ? roles.end() : roles.find(words[1]);
     return role == roles.end() ? 2 : role->second(arguments);
 }
