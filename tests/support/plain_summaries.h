@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cctype>
 #include <limits>
 #include <string>
 #include <vector>
@@ -26,9 +27,9 @@ inline std::string PlainHex(const std::string& bytes) {
 inline std::string PlainBytes(const std::string& hex) {
     std::string bytes;
     for (std::size_t i = 0; i + 1 < hex.size(); i += 2) {
-        const std::string pair = hex.substr(i, 2);
-        if (pair.find_first_not_of("0123456789ABCDEFabcdef") != std::string::npos) return {};
-        bytes += static_cast<char>(std::stoi(pair, nullptr, 16));
+        const auto digit = [&](std::size_t at) { return std::isxdigit(static_cast<unsigned char>(hex[at])) != 0; };
+        if (!digit(i) || !digit(i + 1)) return {};
+        bytes += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
     }
     return bytes;
 }
