@@ -36,6 +36,15 @@ struct TourStep {
     void (*run)(TourReport&);
 };
 
+// Throws CommandError when what a step found is not what it must be.
+inline void Expect(bool holds, const char* what) {
+    if (!holds) throw CommandError(what, "came out wrong");
+}
+
+// Device data and settings
+void TourRemember(TourReport& report);
+void TourExport(TourReport& report);
+
 // Foundation
 void TourChannels(TourReport& report);
 void TourText(TourReport& report);
