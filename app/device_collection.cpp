@@ -15,7 +15,8 @@ DM::DeviceMgr& Manager() { return DM::DeviceMgr::GetInstance(); }
 void DeviceCollection::Check(int status, const std::string& device, const std::string& attribute) const {
     const std::string thing = device.empty() ? std::string(Kind()) + " devices" : Kind() + (" device '" + device + "'");
     const std::string named = attribute.empty() ? thing : thing + ", attribute '" + attribute + "'";
-    const std::string list = std::string("tandorctl device list") + (bound_ ? " --bound" : "") + " shows those there are";
+    const std::string list =
+        std::string("tandorctl device list") + (bound_ ? " --bound" : "") + " shows those there are";
     switch (status) {
         case DM::DEVICE_OK:
             return;
@@ -74,8 +75,7 @@ std::string DeviceCollection::Text(const std::string& device, const std::string&
     return text;
 }
 
-void DeviceCollection::SetText(const std::string& device, const std::string& attribute,
-                               const std::string& text) const {
+void DeviceCollection::SetText(const std::string& device, const std::string& attribute, const std::string& text) const {
     Check(bound_ ? Manager().SetBoundDeviceInfoByName(device, attribute, text)
                  : Manager().SetPresentDeviceInfoByName(device, attribute, text),
           device, attribute);

@@ -17,17 +17,32 @@ namespace {
 
 // What is shown of a device: the members of its record, then the attributes that the feature keeps.
 constexpr const char* kMembers[] = {
-    "DevType",     "Summary",        "DevName",         "UserName",    "NickName",     "MacAddr",
-    "MacAddrInt",  "IsPaired",       "ShareType",       "IsReverseChannel", "IsWifi5GAbility", "IsAuthor",
-    "ModelName",   "PeerUuid",       "AuthorState",     "IsTrusted",   "TrustType",    "DevSubType",
-    "AccountInfo", "AuthDigest",     "LastSeenTime",    "IpAddr",      "ReconnectPolicy", "ShieldState",
-    "OriginalName", "PairedTime",    "PairedTimeCycle", "IsSupportCoreLane", "IsSha256Auth", "ExtInfo"};
-constexpr const char* kAttributes[] = {
-    "ApkVersionNotMatch", "isConnected", "devName", "IsPhoneMirrorSupported", "IsFileSystemSupported",
-    "PairedIsAuthorized", "IsConnected", "PairedDeviceIsTrusted", "DevicePairedTime", "DevicePairedTimeCycle",
-    "PairedDeviceIsReconnect", "pairedDeviceReconnectPermit", "PairedDeviceBussUseState", "MultiDeviceSyncSwitch",
-    "OpenAlbumTimespan", "OpenMusicAlbumTimespan", "OpenVideoTimespan", "FirstAlbumOpenTime", "LastAlbumOpenTime",
-    "peerDeviceVersion"};
+    "DevType",         "Summary",         "DevName",           "UserName",     "NickName",
+    "MacAddr",         "MacAddrInt",      "IsPaired",          "ShareType",    "IsReverseChannel",
+    "IsWifi5GAbility", "IsAuthor",        "ModelName",         "PeerUuid",     "AuthorState",
+    "IsTrusted",       "TrustType",       "DevSubType",        "AccountInfo",  "AuthDigest",
+    "LastSeenTime",    "IpAddr",          "ReconnectPolicy",   "ShieldState",  "OriginalName",
+    "PairedTime",      "PairedTimeCycle", "IsSupportCoreLane", "IsSha256Auth", "ExtInfo"};
+constexpr const char* kAttributes[] = {"ApkVersionNotMatch",
+                                       "isConnected",
+                                       "devName",
+                                       "IsPhoneMirrorSupported",
+                                       "IsFileSystemSupported",
+                                       "PairedIsAuthorized",
+                                       "IsConnected",
+                                       "PairedDeviceIsTrusted",
+                                       "DevicePairedTime",
+                                       "DevicePairedTimeCycle",
+                                       "PairedDeviceIsReconnect",
+                                       "pairedDeviceReconnectPermit",
+                                       "PairedDeviceBussUseState",
+                                       "MultiDeviceSyncSwitch",
+                                       "OpenAlbumTimespan",
+                                       "OpenMusicAlbumTimespan",
+                                       "OpenVideoTimespan",
+                                       "FirstAlbumOpenTime",
+                                       "LastAlbumOpenTime",
+                                       "peerDeviceVersion"};
 
 struct Options {
     bool bound = false;
@@ -149,8 +164,9 @@ void Import(const Context& context, const Options& options) {
 
 void CheckDeviceStore(Findings& findings) {
     try {
-        const std::string counts = fmt::format("{} present and {} bound devices", DeviceCollection(false).Records().size(),
-                                               DeviceCollection(true).Records().size());
+        const std::string counts =
+            fmt::format("{} present and {} bound devices", DeviceCollection(false).Records().size(),
+                        DeviceCollection(true).Records().size());
         findings.push_back({"device store", Verdict::kWorks, counts, ""});
     } catch (const CommandError& error) {
         findings.push_back({"device store", Verdict::kBroken, error.what(),
@@ -159,10 +175,12 @@ void CheckDeviceStore(Findings& findings) {
 }
 
 void AddDeviceCommands(CLI::App& app, Context& context) {
-    CLI::App* const device = app.add_subcommand("device", "The remembered devices: present ones, or with --bound, bound ones");
+    CLI::App* const device =
+        app.add_subcommand("device", "The remembered devices: present ones, or with --bound, bound ones");
     device->require_subcommand(1);
     device->footer(
-        "Example:\n  tandorctl device set --new \"Lena's phone\" IsTrusted 1\n  tandorctl device export --output devices.json\n"
+        "Example:\n  tandorctl device set --new \"Lena's phone\" IsTrusted 1\n  tandorctl device export --output "
+        "devices.json\n"
         "  tandorctl device import devices.json --bound");
     const auto options = std::make_shared<Options>();
     device->add_flag("--bound", options->bound, "The bound (paired) devices instead of the present ones");
@@ -193,10 +211,12 @@ void AddDeviceCommands(CLI::App& app, Context& context) {
     exporting->add_option("-o,--output", options->file, "A file instead of standard output");
     exporting->callback([options] { Export(*options); });
 
-    CLI::App* const importing = device->add_subcommand("import", "Remember the devices of a JSON file in the full form");
+    CLI::App* const importing =
+        device->add_subcommand("import", "Remember the devices of a JSON file in the full form");
     importing->add_option("FILE", options->file, "The file, or - for standard input")->required();
     importing->footer(
-        "Each device is kept under its DevName; the share type of every imported device is 1. A file with anything that\n"
+        "Each device is kept under its DevName; the share type of every imported device is 1. A file with anything "
+        "that\n"
         "cannot be used is refused as a whole.");
     importing->callback([options, &context] { Import(context, *options); });
 }

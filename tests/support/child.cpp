@@ -44,6 +44,17 @@ int LogLines(const Arguments& arguments) {
     return 0;
 }
 
+// host-log TEXT COUNT: writes TEXT to the host log COUNT times, as a failure, and dies without a farewell.
+int HostLog(const Arguments& arguments) {
+    for (int i = std::stoi(arguments.at(1)); i > 0; --i) {
+        std::wstringstream message;
+        message << arguments.at(0);
+        VxLogger::GetInstance().Log(LOG_MESSAGE_ERROR, message);
+    }
+    ::TerminateProcess(::GetCurrentProcess(), 0);
+    return 1;
+}
+
 }  // namespace
 
 int main() {
@@ -52,6 +63,7 @@ int main() {
     const Arguments arguments(words + (count < 2 ? count : 2), words + count);
     const std::map<std::wstring, int (*)(const Arguments&)> roles{
         {L"hold-file", HoldFile},
+        {L"host-log", HostLog},
         {L"log-lines", LogLines},
         {L"store-records", tandor::test::StoreRecords},
         {L"check-records", tandor::test::CheckRecords},
