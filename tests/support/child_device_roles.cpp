@@ -49,7 +49,6 @@ int CheckRecords(const Arguments& arguments) {
         std::fprintf(stderr, "device %llu of %llu is missing, result %d\n", number, count, result);
         return 4;
     }
-    std::printf("%llu records are there\n", count);
     return 0;
 }
 
