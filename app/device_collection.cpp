@@ -3,7 +3,6 @@
 #include "app/command.h"
 #include "pelora/device_manager.h"
 #include "pelora/file_info.h"
-#include "tandor/paired_device_config.h"
 
 namespace tandor::app {
 namespace {
@@ -55,13 +54,8 @@ BluetoothDeviceSummary DeviceCollection::Record(const std::string& device) const
 }
 
 void DeviceCollection::SetRecord(const std::string& device, const BluetoothDeviceSummary& record) const {
-    int status = DM::DEVICE_OK;
-    if (bound_) {
-        status = Manager().SetBoundDeviceInfo(device, record);
-    } else {
-        TandorConfig::SetPairDeviceParam(device, record, status);
-    }
-    Check(status, device);
+    Check(bound_ ? Manager().SetBoundDeviceInfo(device, record) : Manager().SetPresentDeviceInfo(device, record),
+          device);
 }
 
 void DeviceCollection::Delete(const std::string& device, bool even_trusted) const {

@@ -15,7 +15,7 @@ public:
     // All throw CommandError for a code other than success.
     [[nodiscard]] std::vector<BluetoothDeviceSummary> Records() const;
     [[nodiscard]] BluetoothDeviceSummary Record(const std::string& device) const;
-    // What is stored under the name but describes another device does not stay.
+    // The attributes of a device that is there stay.
     void SetRecord(const std::string& device, const BluetoothDeviceSummary& record) const;
     void Delete(const std::string& device, bool even_trusted) const;
     [[nodiscard]] std::string Text(const std::string& device, const std::string& attribute) const;

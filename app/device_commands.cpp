@@ -215,9 +215,9 @@ void AddDeviceCommands(CLI::App& app, Context& context) {
         device->add_subcommand("import", "Remember the devices of a JSON file in the full form");
     importing->add_option("FILE", options->file, "The file, or - for standard input")->required();
     importing->footer(
-        "Each device is kept under its DevName; the share type of every imported device is 1. A file with anything "
-        "that\n"
-        "cannot be used is refused as a whole.");
+        "Each device is kept under its DevName; the attributes of one that is there stay, and its share type becomes "
+        "1.\n"
+        "A file with anything that cannot be used is refused as a whole.");
     importing->callback([options, &context] { Import(context, *options); });
 }
 

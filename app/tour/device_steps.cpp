@@ -32,7 +32,7 @@ BluetoothDeviceSummary Phone() {
 
 void TourRemember(TourReport& report) {
     const DeviceCollection present(false);
-    present.SetRecord(kPhone, Phone());
+    Expect(TandorConfig::SetPairDeviceParam(kPhone, Phone()), "remembering the device");
     TandorConfig::SetPairedIsAuthorized(kPhone, true);
     TandorConfig::SetDevicePairedTimeCycle(kPhone, true, 1767225600, 2592000);
     present.SetText(kPhone, "peerDeviceVersion", "10.0.0.100");
