@@ -39,7 +39,7 @@ template <class To, class From>
 To Narrowed(From value) {
     if constexpr (std::is_same_v<From, double>) {
         // 2^31 and 2^64, one past the largest values, are the bounds that a double represents exactly.
-        constexpr double kEnd = static_cast<double>(std::numeric_limits<To>::max() / 2 + 1) * 2;
+        constexpr double kEnd = 2 * static_cast<double>(To{1} << (std::numeric_limits<To>::digits - 1));
         if (!(value > static_cast<double>(std::numeric_limits<To>::min()))) return std::numeric_limits<To>::min();
         if (value >= kEnd) return std::numeric_limits<To>::max();
     }

@@ -3,7 +3,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "base/utf.h"
+#include "pelora/device_manager.h"
 #include "support/files.h"
 #include "support/run_program.h"
 #include "tandor/device_summary.h"
@@ -22,10 +22,9 @@ class DeviceCommand : public testing::Test {
 protected:
     void SetUp() override { TearDown(); }
     void TearDown() override {
-        for (const wchar_t* const name : {L"\"Lena's 手机\"", L"手机二", L"one"}) {
-            for (const wchar_t* const where : {L"", L"--bound --even-trusted "}) {
-                RunTandorctl(std::wstring(L"device delete ") + where + name);
-            }
+        for (const char* const name : {"Lena's 手机", "手机二", "one"}) {
+            [[maybe_unused]] int ignored = DM::DeviceMgr::GetInstance().DeletePresentDeviceInfo(name);
+            ignored = DM::DeviceMgr::GetInstance().DeleteBoundDeviceInfo(name, true);
         }
     }
     static std::string Good(const std::wstring& arguments) {

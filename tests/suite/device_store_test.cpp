@@ -171,7 +171,7 @@ TEST_F(DeviceStoreTest, FourProcessesWriteAtOnceAndNoneFails) {
 TEST_F(DeviceStoreTest, WhatWasReportedAsStoredSurvivesAKill) {
     std::filesystem::create_directories(file_.parent_path());
     const std::wstring places = L" \"" + file_.wstring() + L"\" " + Quoted(L"report");
-    for (int round = 0; round < 12; ++round) {
+    for (int round = 0; round < 8; ++round) {
         const auto before = ReadAll(folder_.path / L"report").size();
         Child child(L"store-records" + places);
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
