@@ -63,6 +63,8 @@ void AddTextCommands(CLI::App& app, Context& context);
 void AddVersionCommands(CLI::App& app, Context& context);
 void AddClassifyCommand(CLI::App& app, Context& context);
 void AddDeviceCommands(CLI::App& app, Context& context);
+void AddHashCommand(CLI::App& app, Context& context);
+void AddSealCommands(CLI::App& app, Context& context);
 void AddDoctorCommand(CLI::App& app, Context& context);
 void AddTourCommand(CLI::App& app, Context& context);
 

@@ -130,6 +130,7 @@ int main(int count, char** words) {
     AddDevice();
     AddFoundation();
     AddLoading();
+    AddSecurity();
     Reporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     const bool met = WriteTable(stdout);
