@@ -62,6 +62,7 @@ void AddLogCommands(CLI::App& app, Context& context);
 void AddTextCommands(CLI::App& app, Context& context);
 void AddVersionCommands(CLI::App& app, Context& context);
 void AddClassifyCommand(CLI::App& app, Context& context);
+void AddDeviceCommands(CLI::App& app, Context& context);
 void AddHashCommand(CLI::App& app, Context& context);
 void AddSealCommands(CLI::App& app, Context& context);
 void AddQueueCommand(CLI::App& app, Context& context);

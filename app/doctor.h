@@ -18,6 +18,7 @@ struct Finding {
 using Findings = std::vector<Finding>;
 
 void CheckLogs(Findings& findings);
+void CheckDeviceStore(Findings& findings);
 void CheckRegistry(Findings& findings);
 void CheckImaging(Findings& findings);
 void CheckSealing(Findings& findings);

@@ -38,6 +38,7 @@ void AddCommands(CLI::App& app, Context& context) {
         "Try 'tandorctl tour' to see everything at work, 'tandorctl doctor' to see what works on this machine,\n"
         "'tandorctl COMMAND --help' for one command. Exit codes: 0 done, 1 failed, 2 usage.");
     using namespace tandor::app;
+<<<<<<< HEAD
     for (const auto add : {
              AddLogCommands,
              AddTextCommands,
@@ -51,6 +52,10 @@ void AddCommands(CLI::App& app, Context& context) {
              AddDoctorCommand,
              AddTourCommand,
          }) {
+=======
+    for (const auto add : {AddLogCommands, AddTextCommands, AddVersionCommands, AddClassifyCommand, AddDeviceCommands,
+                           AddHashCommand, AddSealCommands, AddDoctorCommand, AddTourCommand}) {
+>>>>>>> refs/heads/device
         add(app, context);
     }
 }

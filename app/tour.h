@@ -39,6 +39,10 @@ struct TourStep {
 // A step's own check; the step has failed when it does not hold. `what` says what was tried.
 void Expect(bool holds, const char* what);
 
+// Device data and settings
+void TourRemember(TourReport& report);
+void TourExport(TourReport& report);
+
 // Foundation
 void TourChannels(TourReport& report);
 void TourText(TourReport& report);

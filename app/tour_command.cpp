@@ -13,6 +13,8 @@ constexpr TourStep kSteps[] = {
     {"Write to the three log channels", "Logger::Log", TourChannels},
     {"Convert, code and mask text", "TandorUtilClass", TourText},
     {"Compare and pack versions", "TandorUtilClass::CalcVersion", TourVersions},
+    {"Remember a device, list what is there", "TandorConfig, DM::DeviceMgr", TourRemember},
+    {"Export the device as JSON, read it back", "BluetoothDeviceSummarySerialize", TourExport},
     {"Sort the files of a real folder", "ZellFileClassifier::GetTransferFileType", TourFiles},
     {"Draw nonces and a session key", "SecurityEncryptUtil::GenerateRandom", TourSessionKey},
     {"Seal and open messages, refuse a changed one", "SecurityEncryptUtil::AesGcmEncrypt", TourSealing},

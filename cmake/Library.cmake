@@ -1,10 +1,11 @@
 # TandorUtil.dll: the portable core and, beside it, the files that call the system.
 add_library(tandor_core OBJECT ${TANDOR_CORE_SOURCES})
-target_link_libraries(tandor_core PUBLIC tandor_compiling tandor_crypto)
+target_link_libraries(tandor_core PUBLIC tandor_compiling tandor_crypto PRIVATE nlohmann_json::nlohmann_json)
 target_compile_definitions(tandor_core PRIVATE TANDOR_BUILDING)
 
 add_library(TandorUtil SHARED
     $<TARGET_OBJECTS:tandor_core>
+<<<<<<< HEAD
     concurrency/foreign_file.cpp
     concurrency/keep_awake.cpp
     concurrency/lock_system.cpp
@@ -14,6 +15,13 @@ add_library(TandorUtil SHARED
     concurrency/process_detector.cpp
     concurrency/system_table.cpp
     concurrency/window_detector.cpp
+=======
+    config/album_times.cpp
+    config/bound_records.cpp
+    config/koplay_registry.cpp
+    config/paired_attributes.cpp
+    config/present_records.cpp
+>>>>>>> refs/heads/device
     foundation/channel_logger.cpp
     foundation/channel_sink.cpp
     foundation/logging.cpp

@@ -6,10 +6,15 @@ set(TANDOR_BASE_SOURCES
     base/utf.cpp
 )
 set(TANDOR_CORE_SOURCES
+<<<<<<< HEAD
     concurrency/handle_table.cpp
     concurrency/operation_queue.cpp
     concurrency/remote_command_line.cpp
     concurrency/thread_pool.cpp
+=======
+    device/summary_reader.cpp
+    device/summary_writer.cpp
+>>>>>>> refs/heads/device
     foundation/base64.cpp
     foundation/base64_ssse3.cpp
     foundation/file_classifier.cpp

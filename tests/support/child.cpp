@@ -9,12 +9,13 @@
 
 #include "base/win_handle.h"
 #include "pelora/log_service.h"
+#include "support/child_roles.h"
 #include "tandor/logging.h"
 #include "tandor/state_watch.h"
 
 namespace {
 
-using Arguments = std::vector<std::wstring>;
+using tandor::test::Arguments;
 
 void SignalReady(const std::wstring& name) {
     const tandor::KernelHandle event(::OpenEventW(EVENT_MODIFY_STATE, FALSE, name.c_str()));
@@ -88,8 +89,17 @@ int main() {
     wchar_t** const words = ::CommandLineToArgvW(::GetCommandLineW(), &count);
     const Arguments arguments(words + (count < 2 ? count : 2), words + count);
     const std::map<std::wstring, int (*)(const Arguments&)> roles{
+<<<<<<< HEAD
         {L"announce", Announce}, {L"hold-file", HoldFile}, {L"hold-handles", HoldHandles},
         {L"host-log", HostLog},  {L"log-lines", LogLines},
+=======
+        {L"hold-file", HoldFile},
+        {L"host-log", HostLog},
+        {L"log-lines", LogLines},
+        {L"store-records", tandor::test::StoreRecords},
+        {L"check-records", tandor::test::CheckRecords},
+        {L"store-attributes", tandor::test::StoreAttributes},
+>>>>>>> refs/heads/device
     };
     const auto role = count < 2 ? roles.end() : roles.find(words[1]);
     return role == roles.end() ? 2 : role->second(arguments);
