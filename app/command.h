@@ -65,6 +65,8 @@ void AddClassifyCommand(CLI::App& app, Context& context);
 void AddQueueCommand(CLI::App& app, Context& context);
 void AddWatchCommand(CLI::App& app, Context& context);
 void AddLookCommands(CLI::App& app, Context& context);
+void AddHashCommand(CLI::App& app, Context& context);
+void AddSealCommands(CLI::App& app, Context& context);
 void AddDoctorCommand(CLI::App& app, Context& context);
 void AddTourCommand(CLI::App& app, Context& context);
 

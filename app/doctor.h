@@ -21,5 +21,6 @@ void CheckLogs(Findings& findings);
 void CheckRegistry(Findings& findings);
 void CheckImaging(Findings& findings);
 void CheckWatching(Findings& findings);
+void CheckSealing(Findings& findings);
 
 }  // namespace tandor::app

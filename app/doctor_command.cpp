@@ -18,7 +18,7 @@ namespace tandor::app {
 namespace {
 
 using Check = void (*)(Findings&);
-constexpr std::array kChecks{CheckLogs, CheckRegistry, CheckImaging, CheckWatching};
+constexpr std::array kChecks{CheckLogs, CheckRegistry, CheckImaging, CheckSealing, CheckWatching};
 constexpr std::array kVerdicts{"works", "limited", "broken"};
 
 void CheckWritable(const std::string& thing, const std::string& folder, Findings& findings) {

@@ -36,7 +36,7 @@ struct TourStep {
     void (*run)(TourReport&);
 };
 
-// A step's own check; the step has failed when it does not hold. `what` says what was tried.
+// Ends a step that came out wrong.
 void Expect(bool holds, const char* what);
 
 // Foundation
@@ -44,6 +44,10 @@ void TourChannels(TourReport& report);
 void TourText(TourReport& report);
 void TourVersions(TourReport& report);
 void TourFiles(TourReport& report);
+// Security
+void TourSessionKey(TourReport& report);
+void TourSealing(TourReport& report);
+void TourDigests(TourReport& report);
 
 // Concurrency
 void TourPresence(TourReport& report);

@@ -133,6 +133,7 @@ int main(int count, char** words) {
     AddConcurrency();
     AddFoundation();
     AddLoading();
+    AddSecurity();
     Reporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     const bool met = WriteTable(stdout);

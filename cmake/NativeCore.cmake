@@ -1,7 +1,8 @@
 # The portable core alone, for the machine that builds it: sanitizers and fuzzers.
+find_package(OpenSSL REQUIRED COMPONENTS Crypto)
 find_package(Threads REQUIRED)
 add_library(tandor_core STATIC ${TANDOR_CORE_SOURCES}
     concurrency/lock_native.cpp
     concurrency/pool_message_native.cpp
 )
-target_link_libraries(tandor_core PUBLIC tandor_compiling tandor_base Threads::Threads)
+target_link_libraries(tandor_core PUBLIC tandor_compiling tandor_base OpenSSL::Crypto Threads::Threads)

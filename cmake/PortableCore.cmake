@@ -16,6 +16,12 @@ set(TANDOR_CORE_SOURCES
     foundation/text.cpp
     foundation/url_coding.cpp
     foundation/version.cpp
+    security/aes_gcm.cpp
+    security/device_random.cpp
+    security/digest.cpp
+    security/sealed_message.cpp
+    security/sealing.cpp
+    security/sha256.cpp
 )
 list(TRANSFORM TANDOR_BASE_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
 list(TRANSFORM TANDOR_CORE_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
