@@ -62,12 +62,20 @@ void AddLogCommands(CLI::App& app, Context& context);
 void AddTextCommands(CLI::App& app, Context& context);
 void AddVersionCommands(CLI::App& app, Context& context);
 void AddClassifyCommand(CLI::App& app, Context& context);
+<<<<<<< HEAD
 void AddDeviceCommands(CLI::App& app, Context& context);
 void AddHashCommand(CLI::App& app, Context& context);
 void AddSealCommands(CLI::App& app, Context& context);
 void AddQueueCommand(CLI::App& app, Context& context);
 void AddWatchCommand(CLI::App& app, Context& context);
 void AddLookCommands(CLI::App& app, Context& context);
+=======
+void AddQueueCommand(CLI::App& app, Context& context);
+void AddWatchCommand(CLI::App& app, Context& context);
+void AddLookCommands(CLI::App& app, Context& context);
+void AddHashCommand(CLI::App& app, Context& context);
+void AddSealCommands(CLI::App& app, Context& context);
+>>>>>>> refs/heads/concurrency
 void AddDoctorCommand(CLI::App& app, Context& context);
 void AddTourCommand(CLI::App& app, Context& context);
 

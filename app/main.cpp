@@ -39,6 +39,7 @@ void AddCommands(CLI::App& app, Context& context) {
         "'tandorctl COMMAND --help' for one command. Exit codes: 0 done, 1 failed, 2 usage.");
     using namespace tandor::app;
 <<<<<<< HEAD
+<<<<<<< HEAD
     for (const auto add : {
              AddLogCommands,
              AddTextCommands,
@@ -56,6 +57,11 @@ void AddCommands(CLI::App& app, Context& context) {
     for (const auto add : {AddLogCommands, AddTextCommands, AddVersionCommands, AddClassifyCommand, AddDeviceCommands,
                            AddHashCommand, AddSealCommands, AddDoctorCommand, AddTourCommand}) {
 >>>>>>> refs/heads/device
+=======
+    for (const auto add :
+         {AddLogCommands, AddTextCommands, AddVersionCommands, AddClassifyCommand, AddHashCommand, AddSealCommands,
+          AddQueueCommand, AddWatchCommand, AddLookCommands, AddDoctorCommand, AddTourCommand}) {
+>>>>>>> refs/heads/concurrency
         add(app, context);
     }
 }

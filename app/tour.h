@@ -36,7 +36,11 @@ struct TourStep {
     void (*run)(TourReport&);
 };
 
+<<<<<<< HEAD
 // A step's own check; the step has failed when it does not hold. `what` says what was tried.
+=======
+// Ends a step that came out wrong.
+>>>>>>> refs/heads/concurrency
 void Expect(bool holds, const char* what);
 
 // Device data and settings

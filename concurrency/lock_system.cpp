@@ -12,7 +12,10 @@ CONDITION_VARIABLE* AsCondition(void*& word) { return reinterpret_cast<CONDITION
 
 }  // namespace
 
-void Lock::lock() { ::AcquireSRWLockExclusive(AsLock(word_)); }
+// Tried first: where nobody holds it, that takes fewer locked instructions than the call that may wait.
+void Lock::lock() {
+    if (::TryAcquireSRWLockExclusive(AsLock(word_)) == 0) ::AcquireSRWLockExclusive(AsLock(word_));
+}
 void Lock::unlock() { ::ReleaseSRWLockExclusive(AsLock(word_)); }
 
 WaitResult Condition::Wait(Lock& lock, unsigned milliseconds) {

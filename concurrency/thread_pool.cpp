@@ -1,16 +1,17 @@
 #include "tandor/thread_pool.h"
 
-#include <deque>
 #include <mutex>
 #include <thread>
 #include <vector>
 
 #include "concurrency/lock.h"
 #include "concurrency/pool_message.h"
+#include "concurrency/task_ring.h"
 
 namespace TandorUtil {
 
-using Task = std::function<void()>;
+using tandor::Task;
+using tandor::TaskRing;
 
 struct ThreadPool::State {
     explicit State(unsigned long long count) : thread_count(count) {}
@@ -19,7 +20,7 @@ struct ThreadPool::State {
     std::vector<std::thread> workers;
     tandor::Lock lock;  // guards all that follows
     tandor::Condition work;
-    std::deque<Task> tasks;
+    TaskRing tasks;
     bool stop = false;
     std::size_t waiting = 0;  // workers that wait: without one, a submission has nobody to wake
     WorkCounters counters;    // but for the queued, which are the tasks themselves
@@ -31,13 +32,13 @@ ThreadPool::ThreadPool(unsigned long long threadCount) : state_(new State(thread
 
 ThreadPool::~ThreadPool() {
     Stop();
-    std::deque<Task> rest;
+    TaskRing rest;
     {
         const std::lock_guard hold(state_->lock);
-        rest.swap(state_->tasks);
-        state_->counters.dropped += rest.size();
+        std::swap(rest, state_->tasks);
+        state_->counters.dropped += rest.Size();
     }
-    rest.clear();  // while a task's destructor can still ask the pool
+    rest = {};  // while a task's destructor can still ask the pool
     delete state_;
 }
 
@@ -57,7 +58,7 @@ bool ThreadPool::Submit(Task task) {
             ++state_->counters.refused;
             return false;
         }
-        state_->tasks.push_back(std::move(task));
+        state_->tasks.Push(std::move(task));
         wake = state_->waiting > 0;
     }
     if (wake) state_->work.WakeOne();
@@ -67,7 +68,7 @@ bool ThreadPool::Submit(Task task) {
 WorkCounters ThreadPool::GetCounters() const {
     const std::lock_guard hold(state_->lock);
     WorkCounters counters = state_->counters;
-    counters.queued = state_->tasks.size();
+    counters.queued = state_->tasks.Size();
     return counters;
 }
 
@@ -88,16 +89,15 @@ void ThreadPool::ThreadProc() {
     State& state = *state_;
     std::unique_lock hold(state.lock);
     for (;;) {
-        while (!state.stop && state.tasks.empty()) {
+        while (!state.stop && state.tasks.Empty()) {
             ++state.waiting;
             state.work.Wait(state.lock);
             --state.waiting;
         }
-        if (state.tasks.empty()) return;
+        if (state.tasks.Empty()) return;
         ++state.counters.running;
         {
-            const Task task = std::move(state.tasks.front());
-            state.tasks.pop_front();
+            const Task task = state.tasks.Take();
             hold.unlock();
             task();
         }

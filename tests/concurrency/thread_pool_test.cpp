@@ -2,10 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <thread>
 #include <vector>
 
+#include "concurrency/task_ring.h"
 #include "support/gate.h"
 #include "support/tally.h"
 
@@ -127,6 +129,25 @@ void FloodAndStop(std::size_t producers, unsigned long long operations, unsigned
 TEST(ThreadPool, EveryTaskIsRunOrRefusedExactlyOnceWheneverItStops) {
     const auto operations = Amount("TANDOR_STRESS_OPERATIONS", 100'000);
     for (unsigned seed = 1; seed <= 10; ++seed) FloodAndStop(8, operations / 10, seed * 7919);
+}
+
+TEST(TaskRing, KeepsTheOrderWhileItTurnsGrowsAndGivesBack) {
+    tandor::TaskRing ring;
+    std::vector<int> ran;
+    int pushed = 0;
+    const auto push = [&](int count) {
+        for (int i = 0; i < count; ++i) ring.Push([&ran, number = pushed++] { ran.push_back(number); });
+    };
+    const auto take = [&](int count) {
+        for (int i = 0; i < count; ++i) ring.Take()();
+    };
+    for (const auto& [in, out] : {std::pair{10, 7}, {10, 12}, {16, 5}, {100, 112}, {20'000, 20'000}, {3, 3}}) {
+        push(in);
+        take(out);
+    }
+    EXPECT_TRUE(ring.Empty());
+    ASSERT_EQ(ran.size(), static_cast<std::size_t>(pushed));
+    for (int i = 0; i < pushed; ++i) ASSERT_EQ(ran[static_cast<std::size_t>(i)], i);
 }
 
 TEST(ThreadPoolDeathTest, WhatATaskThrowsEndsTheProcess) {

@@ -88,6 +88,7 @@ int main() {
     int count = 0;
     wchar_t** const words = ::CommandLineToArgvW(::GetCommandLineW(), &count);
     const Arguments arguments(words + (count < 2 ? count : 2), words + count);
+<<<<<<< HEAD
     const std::map<std::wstring, int (*)(const Arguments&)> roles{
 <<<<<<< HEAD
         {L"announce", Announce}, {L"hold-file", HoldFile}, {L"hold-handles", HoldHandles},
@@ -101,6 +102,13 @@ int main() {
         {L"store-attributes", tandor::test::StoreAttributes},
 >>>>>>> refs/heads/device
     };
+=======
+    const std::map<std::wstring, int (*)(const Arguments&)> roles{{L"announce", Announce},
+                                                                  {L"hold-file", HoldFile},
+                                                                  {L"hold-handles", HoldHandles},
+                                                                  {L"host-log", HostLog},
+                                                                  {L"log-lines", LogLines}};
+>>>>>>> refs/heads/concurrency
     const auto role = count < 2 ? roles.end() : roles.find(words[1]);
     return role == roles.end() ? 2 : role->second(arguments);
 }
