@@ -6,6 +6,8 @@
 
 extern "C" {
 
+// NOLINTBEGIN(bugprone-reserved-identifier): the compiler calls them so
+
 std::uintptr_t __stack_chk_guard = 0;
 
 [[noreturn]] void __stack_chk_fail() {
@@ -27,4 +29,5 @@ std::uintptr_t __stack_chk_guard = 0;
     guard *= 0x9E3779B97F4A7C15;
     __stack_chk_guard = (guard ^ guard >> 32) & ~std::uintptr_t{0xFF};  // a zero byte stops what copies text
 }
+// NOLINTEND(bugprone-reserved-identifier)
 }

@@ -6,10 +6,12 @@ set(TANDOR_BASE_SOURCES
     base/utf.cpp
 )
 set(TANDOR_CORE_SOURCES
+    config/screen_check.cpp
     config/screen_reader.cpp
     config/screen_settings.cpp
     device/edid.cpp
     device/gamut.cpp
+    device/gamut_diagram.cpp
     foundation/base64.cpp
     foundation/base64_ssse3.cpp
     foundation/file_classifier.cpp

@@ -8,9 +8,9 @@
 #include "pelora/product.h"
 #include "pelora/registry.h"
 #include "pelora/xml.h"
-#include "support/child.h"
 #include "support/files.h"
 #include "support/host_log.h"
+#include "support/run_program.h"
 #include "tandor/screen_config.h"
 
 namespace {
@@ -60,10 +60,11 @@ public:
 
     // The lines that its first use of the configuration leaves.
     std::vector<std::string> Run() {
-        const fs::path out = folder_.path / L"out.txt";
-        tandor::test::Child child(Program().native(), L"screen-values \"" + out.native() + L"\"", {});
-        EXPECT_EQ(child.Wait(), 0);
-        std::istringstream text(tandor::test::ReadAll(out));
+        const auto run = tandor::test::RunProgram(L"\"" + Program().native() + L"\" screen-values");
+        EXPECT_EQ(run.exit_code, 0) << run.error;
+        std::string out = run.out;
+        std::erase(out, '\r');
+        std::istringstream text(out);
         std::vector<std::string> lines;
         for (std::string line; std::getline(text, line);) lines.push_back(line);
         return lines;

@@ -3,8 +3,7 @@
 
 #include <shellapi.h>
 
-#include <filesystem>
-#include <fstream>
+#include <iostream>
 #include <map>
 #include <string>
 #include <thread>
@@ -48,9 +47,9 @@ int LogLines(const Arguments& arguments) {
     return 0;
 }
 
-// screen-values OUT: the extended screen's configuration as this program finds it, first asked for by several threads at
-// once: the host log's lines, then values. OUT is a file of UTF-8.
-int ScreenValues(const Arguments& arguments) {
+// screen-values: prints the extended screen's configuration as this program finds it, first asked for by several threads at
+// once: the host log's lines, then values.
+int ScreenValues(const Arguments&) {
     std::vector<std::wstring> lines;
     const auto subscription = VxLogger::GetInstance().Subscribe([&](LOG_MESSAGE_LEVEL level, std::wstring_view message) {
         lines.push_back(std::to_wstring(level) + L" " + std::wstring(message));
@@ -60,11 +59,10 @@ int ScreenValues(const Arguments& arguments) {
     for (std::thread& thread : threads) thread.join();
     VxLogger::GetInstance().Unsubscribe(subscription);
     const ExScreen::ConfigMgr& config = ExScreen::ConfigMgr::GetInstance();
-    std::ofstream out(std::filesystem::path(arguments.at(0)), std::ios::binary);
-    for (const std::wstring& line : lines) out << tandor::Utf8FromWideLossy(line) << "\n";
+    for (const std::wstring& line : lines) std::cout << tandor::Utf8FromWideLossy(line) << "\n";
     ExScreen::Resolution pad;
     config.GetPadPreResolution(2560, 1600, pad);
-    out << "type " << config.GetDeviceType() << "\nfps " << config.GetFpsThreshold() << " " << config.ConfiguredFpsThreshold()
+    std::cout << "type " << config.GetDeviceType() << "\nfps " << config.GetFpsThreshold() << " " << config.ConfiguredFpsThreshold()
         << "\nbitrate " << config.GetEncoderBitrate() << " " << config.ConfiguredEncoderBitrate() << "\nfollow "
         << config.GetFollowPCWidth() << "x" << config.GetFollowPCHeight() << " " << config.GetFollowPCDpi() << "\naudio "
         << config.GetVolumnThresh() << " " << config.GetSpeakerMargin() << " " << config.GetSampleRate() << " "
@@ -76,13 +74,25 @@ int ScreenValues(const Arguments& arguments) {
     return 0;
 }
 
+// host-log TEXT COUNT: writes TEXT to the host log COUNT times, as a failure, and dies without a farewell.
+int HostLog(const Arguments& arguments) {
+    for (int i = std::stoi(arguments.at(1)); i > 0; --i) {
+        std::wstringstream message;
+        message << arguments.at(0);
+        VxLogger::GetInstance().Log(LOG_MESSAGE_ERROR, message);
+    }
+    ::TerminateProcess(::GetCurrentProcess(), 0);
+    return 1;
+}
+
 }  // namespace
 
 int main() {
     int count = 0;
     wchar_t** const words = ::CommandLineToArgvW(::GetCommandLineW(), &count);
     const Arguments arguments(words + (count < 2 ? count : 2), words + count);
-    const std::map<std::wstring, int (*)(const Arguments&)> roles{{L"hold-file", HoldFile}, {L"log-lines", LogLines}, {L"screen-values", ScreenValues}};
+    const std::map<std::wstring, int (*)(const Arguments&)> roles{
+        {L"hold-file", HoldFile}, {L"host-log", HostLog}, {L"log-lines", LogLines}, {L"screen-values", ScreenValues}};
     const auto role = count < 2 ? roles.end() : roles.find(words[1]);
     return role == roles.end() ? 2 : role->second(arguments);
 }
