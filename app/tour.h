@@ -42,4 +42,8 @@ void TourText(TourReport& report);
 void TourVersions(TourReport& report);
 void TourFiles(TourReport& report);
 
+// Screen and panel
+void TourScreen(TourReport& report);
+void TourPanel(TourReport& report);
+
 }  // namespace tandor::app

@@ -14,6 +14,8 @@ constexpr TourStep kSteps[] = {
     {"Convert, code and mask text", "TandorUtilClass", TourText},
     {"Compare and pack versions", "TandorUtilClass::CalcVersion", TourVersions},
     {"Sort the files of a real folder", "ZellFileClassifier::GetTransferFileType", TourFiles},
+    {"Read the extended screen's configuration", "ExScreen::ConfigMgr", TourScreen},
+    {"Judge an attached panel's colours", "GetEdidData", TourPanel},
 };
 
 // Runs one step; returns what a machine reads about it.

@@ -29,6 +29,7 @@ foreach(sample config/VxExScreenConfig.xml cloundConfig/PadResolutionConfig.xml)
     get_filename_component(folder ${sample} DIRECTORY)
     configure_file(config/samples/${name} ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${folder}/VxExScreen/${name} COPYONLY)
 endforeach()
+configure_file(device/samples/wide-panel.edid ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/samples/wide-panel.edid COPYONLY)
 
 tandor_version_resource(TandorUtil "Utility library of the multi-device feature")
 
