@@ -59,6 +59,10 @@ void Panel(const Context& context, const Options& options) {
                            fmt::format("{} bytes are no EDID block, which has {}", edid.size(), kEdidBlock),
                            "give the block as it is or as hexadecimal text");
     }
+    if (!ReadCoordinates(edid)) {
+        throw CommandError(options.file.empty() ? "the panel" : options.file, "it does not begin with 00 FF FF as an EDID does",
+                           "give the block as it is or as hexadecimal text");
+    }
     if (!options.svg.empty()) WriteDiagram(options.svg, *block);
     context.json ? PrintJson(PanelDocument(*block)) : PrintTable(PanelRows(*block));
 }
