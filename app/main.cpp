@@ -79,6 +79,7 @@ int Run(const std::vector<std::string>& arguments) {
 int wmain(int count, wchar_t** words) {
     ::SetConsoleOutputCP(CP_UTF8);
     _setmode(_fileno(stdout), _O_BINARY);
+    _setmode(_fileno(stdin), _O_BINARY);
     std::vector<std::string> arguments;
     for (int i = 1; i < count; ++i) arguments.push_back(tandor::Utf8FromWideLossy(words[i]));
     return Run(arguments);
