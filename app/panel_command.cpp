@@ -25,7 +25,8 @@ std::vector<unsigned char> FromFile(const std::string& file) {
     std::vector<unsigned char> edid(content.begin(), content.end());
     std::erase_if(content, [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; });
     std::vector<unsigned char> decoded(content.size() / 2);
-    if (!content.empty() && content.size() % 2 == 0 && ReadHex(content, decoded.data()) == decoded.size()) return decoded;
+    if (!content.empty() && content.size() % 2 == 0 && ReadHex(content, decoded.data()) == decoded.size())
+        return decoded;
     return edid;
 }
 
@@ -37,8 +38,9 @@ std::vector<unsigned char> FromMachine(std::wstring device) {
     }
     std::vector<unsigned char> edid = GetEdidData::GetLcdEdidData(GetEdidData::GetEdidDataPath(device));
     if (edid.empty()) {
-        throw CommandError(Utf8FromWideLossy(device), "the registry has no EDID for this device",
-                           "take the device instance path that the device manager shows, as DISPLAY\\VXT0042\\4&2f5c1e7&0&UID265988");
+        throw CommandError(
+            Utf8FromWideLossy(device), "the registry has no EDID for this device",
+            "take the device instance path that the device manager shows, as DISPLAY\\VXT0042\\4&2f5c1e7&0&UID265988");
     }
     return edid;
 }
@@ -48,11 +50,13 @@ void WriteDiagram(const std::string& file, const EdidBlock& block) {
     const std::string diagram = GamutDiagram(PanelTitle(block), block.gamut);
     stream.write(diagram.data(), static_cast<std::streamsize>(diagram.size()));
     stream.close();
-    if (!stream) throw CommandError(file, "cannot be written", "check that its folder exists and that you may write there");
+    if (!stream)
+        throw CommandError(file, "cannot be written", "check that its folder exists and that you may write there");
 }
 
 void Panel(const Context& context, const Options& options) {
-    const std::vector<unsigned char> edid = options.file.empty() ? FromMachine(WideFromUtf8(options.device)) : FromFile(options.file);
+    const std::vector<unsigned char> edid =
+        options.file.empty() ? FromMachine(WideFromUtf8(options.device)) : FromFile(options.file);
     const auto block = ReadEdid(edid);
     if (!block) {
         throw CommandError(options.file.empty() ? "the panel" : options.file,
@@ -60,7 +64,8 @@ void Panel(const Context& context, const Options& options) {
                            "give the block as it is or as hexadecimal text");
     }
     if (!ReadCoordinates(edid)) {
-        throw CommandError(options.file.empty() ? "the panel" : options.file, "it does not begin with 00 FF FF as an EDID does",
+        throw CommandError(options.file.empty() ? "the panel" : options.file,
+                           "it does not begin with 00 FF FF as an EDID does",
                            "give the block as it is or as hexadecimal text");
     }
     if (!options.svg.empty()) WriteDiagram(options.svg, *block);
@@ -72,12 +77,15 @@ void Panel(const Context& context, const Options& options) {
 void AddPanelCommand(CLI::App& app, Context& context) {
     CLI::App* const panel = app.add_subcommand("panel", "Read a panel's EDID and judge its colours");
     const auto options = std::make_shared<Options>();
-    CLI::Option* const file =
-        panel->add_option("FILE", options->file, "An EDID block, binary or hexadecimal (- is standard input); this machine's panel when left out");
+    CLI::Option* const file = panel->add_option(
+        "FILE", options->file,
+        "An EDID block, binary or hexadecimal (- is standard input); this machine's panel when left out");
     panel->add_option("--device", options->device, "The monitor with this device instance path")->excludes(file);
-    panel->add_option("--svg", options->svg, "Also write a picture: the CIE 1931 xy diagram with the panel over the references");
+    panel->add_option("--svg", options->svg,
+                      "Also write a picture: the CIE 1931 xy diagram with the panel over the references");
     panel->footer(
-        "A panel supports a gamut when it covers more than 0.9 of it; one of P3, Adobe RGB and BT.2020 makes it wide-gamut.\n"
+        "A panel supports a gamut when it covers more than 0.9 of it; one of P3, Adobe RGB and BT.2020 makes it "
+        "wide-gamut.\n"
         "Example:\n  tandorctl panel samples/wide-panel.edid --svg panel.svg");
     panel->callback([options, &context] { Panel(context, *options); });
 }

@@ -12,7 +12,8 @@ struct Reference {
     const Gamut& gamut;
     bool judged;
 };
-constexpr Reference kReferences[] = {{"P3", kP3, true}, {"Adobe RGB", kAdobeRgb, true}, {"BT.2020", kBt2020, true}, {"sRGB", kSrgb, false}};
+constexpr Reference kReferences[] = {
+    {"P3", kP3, true}, {"Adobe RGB", kAdobeRgb, true}, {"BT.2020", kBt2020, true}, {"sRGB", kSrgb, false}};
 constexpr const char* kPoints[] = {"red", "green", "blue", "white"};
 
 bool IsWide(const EdidBlock& block) {
@@ -41,7 +42,8 @@ Json PanelDocument(const EdidBlock& block) {
         if (reference.judged) coverage[reference.name]["supported"] = CoversEnough(result);
     }
     Json points = Json::object();
-    for (std::size_t i = 0; i < block.gamut.size(); ++i) points[kPoints[i]] = {block.gamut[i].first, block.gamut[i].second};
+    for (std::size_t i = 0; i < block.gamut.size(); ++i)
+        points[kPoints[i]] = {block.gamut[i].first, block.gamut[i].second};
     return {{"maker", block.maker},
             {"product", block.product},
             {"serial", block.serial},
@@ -54,8 +56,11 @@ Json PanelDocument(const EdidBlock& block) {
             {"width_cm", block.width_cm},
             {"height_cm", block.height_cm},
             {"gamma", block.gamma},
-            {"preferred", {{"width", block.preferred.width}, {"height", block.preferred.height}, {"refresh", block.preferred.refresh},
-                           {"interlaced", block.preferred.interlaced}}},
+            {"preferred",
+             {{"width", block.preferred.width},
+              {"height", block.preferred.height},
+              {"refresh", block.preferred.refresh},
+              {"interlaced", block.preferred.interlaced}}},
             {"chromaticities", points},
             {"gamuts", coverage},
             {"wide_gamut", IsWide(block)},
@@ -71,20 +76,24 @@ std::vector<std::vector<std::string>> PanelRows(const EdidBlock& block) {
         {"panel", PanelTitle(block)},
         {"product, serial", fmt::format("{:04X}, {:08X} {}", block.product, block.serial, block.serial_text)},
         {"made", Made(block)},
-        {"EDID", fmt::format("{}.{}, header {}, checksum {}, {} of {} extension blocks there", block.version, block.revision,
-                             block.header_right ? "right" : "WRONG", block.checksum_right ? "right" : "WRONG",
-                             block.extensions_there, block.extensions)},
-        {"size", block.width_cm == 0 || block.height_cm == 0 ? "not stated" : fmt::format("{} x {} cm", block.width_cm, block.height_cm)},
+        {"EDID", fmt::format("{}.{}, header {}, checksum {}, {} of {} extension blocks there", block.version,
+                             block.revision, block.header_right ? "right" : "WRONG",
+                             block.checksum_right ? "right" : "WRONG", block.extensions_there, block.extensions)},
+        {"size", block.width_cm == 0 || block.height_cm == 0
+                     ? "not stated"
+                     : fmt::format("{} x {} cm", block.width_cm, block.height_cm)},
         {"preferred timing", timing.width == 0 ? "not stated"
-                                               : fmt::format("{} x {} at {:.2f} Hz{}", timing.width, timing.height, timing.refresh,
-                                                             timing.interlaced ? ", interlaced" : "")},
+                                               : fmt::format("{} x {} at {:.2f} Hz{}", timing.width, timing.height,
+                                                             timing.refresh, timing.interlaced ? ", interlaced" : "")},
         {"gamma", block.gamma == 0 ? "not stated" : fmt::format("{:.2f}", block.gamma)}};
     for (std::size_t i = 0; i < block.gamut.size(); ++i) {
         rows.push_back({kPoints[i], fmt::format("({:.4f}, {:.4f})", block.gamut[i].first, block.gamut[i].second)});
     }
     for (const Reference& reference : kReferences) {
         const Coverage result = Cover(TriangleOf(reference.gamut), TriangleOf(block.gamut));
-        const char* const verdict = !reference.judged ? "for information" : CoversEnough(result) ? "supported" : "not supported";
+        const char* const verdict = !reference.judged      ? "for information"
+                                    : CoversEnough(result) ? "supported"
+                                                           : "not supported";
         rows.push_back({fmt::format("covers of {}", reference.name),
                         fmt::format("{:.4f}, area ratio {:.4f}, {}", result.coverage, result.area_ratio, verdict)});
     }

@@ -24,7 +24,9 @@ public:
     bool IsHorizontal() override { return ExScreen::ConfigMgr::IsHorizontal(); }
     void AudioSwitchKnown(bool) override {}
     void Note(LOG_MESSAGE_LEVEL level, std::wstring_view function, std::wstring_view text) override {
-        notes.push_back({{"level", static_cast<int>(level)}, {"function", Utf8FromWideLossy(function)}, {"text", Utf8FromWideLossy(text)}});
+        notes.push_back({{"level", static_cast<int>(level)},
+                         {"function", Utf8FromWideLossy(function)},
+                         {"text", Utf8FromWideLossy(text)}});
     }
 
     Json notes = Json::array();
@@ -38,9 +40,12 @@ private:
 std::string Origin(const ScreenSettings& settings, ScreenValue value) {
     const StoredValue& stored = settings.Stored(value);
     switch (stored.source) {
-        case StoredValue::Source::kDefault: return "default";
-        case StoredValue::Source::kUnreadable: return "unreadable";
-        case StoredValue::Source::kFile: break;
+        case StoredValue::Source::kDefault:
+            return "default";
+        case StoredValue::Source::kUnreadable:
+            return "unreadable";
+        case StoredValue::Source::kFile:
+            break;
     }
     return settings.InRange(value) ? "file" : "out of range";
 }
@@ -69,7 +74,8 @@ void AddLists(const ScreenSettings& settings, Json& document, std::vector<std::v
     document["monitor"] = TableOf(settings.monitor);
     document["pad"] = TableOf(settings.pad);
     for (const char* const name : {"mirror", "extend"}) {
-        rows.push_back({fmt::format("resolutions, {}", name), Joined(document[name]), document[name].empty() ? "default" : "file", ""});
+        rows.push_back({fmt::format("resolutions, {}", name), Joined(document[name]),
+                        document[name].empty() ? "default" : "file", ""});
     }
     for (const char* const name : {"monitor", "pad"}) {
         for (const auto& [ratio, list] : document[name].items()) {
@@ -87,7 +93,8 @@ struct Options {
 std::filesystem::path Folder(const Options& options) {
     const std::filesystem::path folder = options.folder.empty() ? ProgramFolder() : PathFrom(options.folder);
     if (!std::filesystem::is_directory(folder)) {
-        throw CommandError(options.folder, "there is no such folder", "name the folder that holds config and cloundConfig");
+        throw CommandError(options.folder, "there is no such folder",
+                           "name the folder that holds config and cloundConfig");
     }
     return folder;
 }
@@ -109,7 +116,10 @@ void Show(Context& context, const Options& options) {
         const StoredValue& stored = settings.Stored(value);
         const std::string line = stored.line == 0 ? "" : std::to_string(stored.line);
         rows.push_back({RuleOf(value).name, std::to_string(settings.Answer(value)), Origin(settings, value), line});
-        values.push_back({{"name", RuleOf(value).name}, {"answer", settings.Answer(value)}, {"from", Origin(settings, value)}, {"line", stored.line}});
+        values.push_back({{"name", RuleOf(value).name},
+                          {"answer", settings.Answer(value)},
+                          {"from", Origin(settings, value)},
+                          {"line", stored.line}});
     }
     Json document{{"device_type", type}, {"folder", TextOf(Folder(options))}, {"values", values}};
     AddLists(settings, document, rows);
@@ -126,7 +136,9 @@ void Show(Context& context, const Options& options) {
     }
 }
 
-Json Problem(const std::string& file, int line, const std::string& text) { return {{"file", file}, {"line", line}, {"problem", text}}; }
+Json Problem(const std::string& file, int line, const std::string& text) {
+    return {{"file", file}, {"line", line}, {"problem", text}};
+}
 
 void CheckFile(const std::filesystem::path& file, Json& problems) {
     VxXMLDocument document;
@@ -149,8 +161,8 @@ void Check(Context& context, const Options& options) {
     if (context.json) return PrintJson({{"files", files.size()}, {"problems", problems}});
     for (const Json& problem : problems) {
         const int line = problem["line"].get<int>();
-        PrintLine(fmt::format("{}:{} {}", problem["file"].get<std::string>(), line == 0 ? "" : std::to_string(line) + ":",
-                              problem["problem"].get<std::string>()));
+        PrintLine(fmt::format("{}:{} {}", problem["file"].get<std::string>(),
+                              line == 0 ? "" : std::to_string(line) + ":", problem["problem"].get<std::string>()));
     }
     PrintLine(problems.empty() ? fmt::format("{} file(s) looked over, nothing to complain about", files.size())
                                : fmt::format("{} problem(s)", problems.size()));
@@ -163,7 +175,8 @@ void AddScreenCommands(CLI::App& app, Context& context) {
     screen->require_subcommand(1);
     const auto options = std::make_shared<Options>();
     const auto add_folder = [&](CLI::App* command) {
-        return command->add_option("--config", options->folder, "The folder that holds config and cloundConfig; tandorctl's own when left out");
+        return command->add_option("--config", options->folder,
+                                   "The folder that holds config and cloundConfig; tandorctl's own when left out");
     };
 
     CLI::App* const show = screen->add_subcommand("show", "Every value, with where it comes from");
@@ -174,7 +187,8 @@ void AddScreenCommands(CLI::App& app, Context& context) {
         "Exit code 1 when a file could not be read.\nExample:\n  tandorctl screen show --device-type PLR-W14A");
     show->callback([options, &context] { Show(context, *options); });
 
-    CLI::App* const check = screen->add_subcommand("check", "Look configuration files over and name each problem with its line");
+    CLI::App* const check =
+        screen->add_subcommand("check", "Look configuration files over and name each problem with its line");
     CLI::Option* const files = check->add_option("FILE", options->files, "The files; without one, both of the folder");
     add_folder(check)->excludes(files);
     check->footer("Exit code 1 when there are problems.\nExample:\n  tandorctl screen check VxExScreenConfig.xml");

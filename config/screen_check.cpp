@@ -65,7 +65,8 @@ constexpr Shape kExtendLayout[] = {Number("PrimaryWidth", ScreenValue::kExtendPr
                                    {"Hide", Kind::kSection, kExtendHide},
                                    {"Show", Kind::kSection, kExtendShow}};
 constexpr Shape kModes[] = {{"Mirror", Kind::kResolutions}, {"Extend", Kind::kResolutions}};
-constexpr Shape kRatios[] = {{"Ratio3To2", Kind::kResolutions}, {"Ratio16To10", Kind::kResolutions}, {"Ratio16To9", Kind::kResolutions}};
+constexpr Shape kRatios[] = {
+    {"Ratio3To2", Kind::kResolutions}, {"Ratio16To10", Kind::kResolutions}, {"Ratio16To9", Kind::kResolutions}};
 constexpr Shape kSupport[] = {{"Support", Kind::kDeviceList}};
 constexpr Shape kRoot[] = {{"AutoDetect", Kind::kPerDevice, kAudio},
                            {"AudioSwitch", Kind::kSection, kNoSupport},
@@ -83,15 +84,19 @@ constexpr Shape kResolution[] = {{"Width", Kind::kEdge}, {"Height", Kind::kEdge}
 
 std::string Quoted(std::string_view text) { return "'" + std::string(text) + "'"; }
 std::string Tagged(VxXmlElement element) { return "<" + std::string(element.Name()) + ">"; }
-std::string Within(std::int64_t least, std::int64_t greatest) { return std::to_string(least) + " to " + std::to_string(greatest); }
+std::string Within(std::int64_t least, std::int64_t greatest) {
+    return std::to_string(least) + " to " + std::to_string(greatest);
+}
 
 template <class Visit>
 void EachChild(VxXmlElement parent, const Visit& visit) {
-    for (VxXmlElement child = parent.FirstNode(); !child.IsElementNull(); child = child.NextSiblingElement()) visit(child);
+    for (VxXmlElement child = parent.FirstNode(); !child.IsElementNull(); child = child.NextSiblingElement())
+        visit(child);
 }
 
 const Shape* FindShape(std::span<const Shape> shapes, const char* name) {
-    const auto found = std::find_if(shapes.begin(), shapes.end(), [&](const Shape& shape) { return std::strcmp(shape.name, name) == 0; });
+    const auto found = std::find_if(shapes.begin(), shapes.end(),
+                                    [&](const Shape& shape) { return std::strcmp(shape.name, name) == 0; });
     return found == shapes.end() ? nullptr : &*found;
 }
 
@@ -112,7 +117,8 @@ public:
     }
 
     std::vector<ScreenProblem> Take() {
-        std::stable_sort(problems_.begin(), problems_.end(), [](const auto& left, const auto& right) { return left.line < right.line; });
+        std::stable_sort(problems_.begin(), problems_.end(),
+                         [](const auto& left, const auto& right) { return left.line < right.line; });
         return std::move(problems_);
     }
 
@@ -120,37 +126,48 @@ private:
     // The shapes are nested a few levels deep, and so is this.
     void Check(VxXmlElement element, const Shape& shape) {
         switch (shape.kind) {
-            case Kind::kSection: return CheckSection(element, shape.children);
-            case Kind::kNumber: return CheckNumber(element, RuleOf(shape.value));
-            case Kind::kInteger: return (void)Read(element);
-            case Kind::kText: return CheckText(element);
-            case Kind::kDeviceList: return (void)Entries(element);
-            case Kind::kDevices: return CheckDevices(element, shape.children);
-            case Kind::kPerDevice: return CheckPerDevice(element, shape.children);
-            case Kind::kResolutions: return CheckResolutions(element);
-            case Kind::kEdge: return CheckEdge(element);
+            case Kind::kSection:
+                return CheckSection(element, shape.children);
+            case Kind::kNumber:
+                return CheckNumber(element, RuleOf(shape.value));
+            case Kind::kInteger:
+                return (void)Read(element);
+            case Kind::kText:
+                return CheckText(element);
+            case Kind::kDeviceList:
+                return (void)Entries(element);
+            case Kind::kDevices:
+                return CheckDevices(element, shape.children);
+            case Kind::kPerDevice:
+                return CheckPerDevice(element, shape.children);
+            case Kind::kResolutions:
+                return CheckResolutions(element);
+            case Kind::kEdge:
+                return CheckEdge(element);
         }
     }
 
     std::optional<std::int64_t> Read(VxXmlElement element) {
         const auto number = ParseDecimal<std::int64_t>(element.Value());
         if (number && *number <= 2147483647) return number;
-        Report(element, Tagged(element) + " holds " + Quoted(element.Value()) + ", which is not a whole number up to 2147483647");
+        Report(element, Tagged(element) + " holds " + Quoted(element.Value()) +
+                            ", which is not a whole number up to 2147483647");
         return std::nullopt;
     }
 
     void CheckNumber(VxXmlElement element, const ScreenRule& rule) {
         const auto number = Read(element);
         if (!number || (*number >= rule.least && *number <= rule.greatest)) return;
-        Report(element, Tagged(element) + " is " + std::to_string(*number) + " and must be " + Within(rule.least, rule.greatest) + "; " +
-                            std::to_string(rule.otherwise) + " is taken instead");
+        Report(element, Tagged(element) + " is " + std::to_string(*number) + " and must be " +
+                            Within(rule.least, rule.greatest) + "; " + std::to_string(rule.otherwise) +
+                            " is taken instead");
     }
 
     void CheckEdge(VxXmlElement element) {
         const auto number = Read(element);
         if (!number || (*number >= kLeastEdge && *number <= kGreatestEdge)) return;
-        Report(element, Tagged(element) + " is " + std::to_string(*number) + " and must be " + Within(kLeastEdge, kGreatestEdge) +
-                            "; the resolution is left out");
+        Report(element, Tagged(element) + " is " + std::to_string(*number) + " and must be " +
+                            Within(kLeastEdge, kGreatestEdge) + "; the resolution is left out");
     }
 
     void CheckText(VxXmlElement element) {
@@ -163,7 +180,8 @@ private:
         while (!list.empty()) {
             const std::size_t end = std::min(list.find(';'), list.size());
             const std::string_view entry = Trimmed(list.substr(0, end));
-            if (!entry.empty() && !entries.insert(entry).second) Report(element, Quoted(entry) + " stands in " + Tagged(element) + " twice");
+            if (!entry.empty() && !entries.insert(entry).second)
+                Report(element, Quoted(entry) + " stands in " + Tagged(element) + " twice");
             list.remove_prefix(std::min(end + 1, list.size()));
         }
         return entries;
@@ -188,19 +206,22 @@ private:
     void CheckPerDevice(VxXmlElement section, std::span<const Shape> shapes) {
         const VxXmlElement support = section.FirstNode("Support");
         const bool listed = std::strcmp(section.Name(), "AutoDetect") == 0;
-        if (listed && support.IsElementNull()) Report(section, Tagged(section) + " has no <Support>, so it is for no device");
+        if (listed && support.IsElementNull())
+            Report(section, Tagged(section) + " has no <Support>, so it is for no device");
         const std::set<std::string_view> devices = Entries(support);
         std::set<std::string_view> seen;
         EachChild(section, [&](VxXmlElement child) {
             if (listed && FindShape(kSupport, child.Name()) != nullptr) return;
-            if (!seen.insert(child.Name()).second) Report(child, Tagged(child) + " stands here a second time; only the first one counts");
+            if (!seen.insert(child.Name()).second)
+                Report(child, Tagged(child) + " stands here a second time; only the first one counts");
             if (listed && !devices.contains(child.Name())) {
                 Report(child, Tagged(child) + " is not listed in <Support>, so it is passed over");
             }
             CheckSection(child, shapes);
         });
         for (const std::string_view device : devices) {
-            if (!seen.contains(device)) Report(support, Quoted(device) + " has no element of its own in " + Tagged(section));
+            if (!seen.contains(device))
+                Report(support, Quoted(device) + " has no element of its own in " + Tagged(section));
         }
     }
 
@@ -208,10 +229,12 @@ private:
         std::size_t count = 0;
         EachChild(list, [&](VxXmlElement resolution) {
             if (std::strcmp(resolution.Name(), "Resolution") != 0) {
-                return Report(resolution, Tagged(resolution) + " is not known in " + Tagged(list) + " and is passed over");
+                return Report(resolution,
+                              Tagged(resolution) + " is not known in " + Tagged(list) + " and is passed over");
             }
             if (++count == kMostResolutions + 1) {
-                Report(resolution, Tagged(list) + " has more than " + std::to_string(kMostResolutions) + " resolutions; the rest is left out");
+                Report(resolution, Tagged(list) + " has more than " + std::to_string(kMostResolutions) +
+                                       " resolutions; the rest is left out");
             }
             for (const Shape& edge : kResolution) {
                 if (resolution.FirstNode(edge.name).IsElementNull()) {

@@ -13,8 +13,8 @@ struct ScreenProblem {
     std::string text;
 };
 
-// Everything that the reader would pass over or answer otherwise than written, in the order of the lines. Both files are
-// looked over alike: their sections have different names.
+// Everything that the reader would pass over or answer otherwise than written, in the order of the lines. Both files
+// are looked over alike: their sections have different names.
 std::vector<ScreenProblem> CheckScreenConfig(VxXmlElement root);
 
 }  // namespace tandor

@@ -23,7 +23,9 @@ public:
     }
     bool IsHorizontal() override { return true; }
     void AudioSwitchKnown(bool) override {}
-    void Note(LOG_MESSAGE_LEVEL, std::wstring_view, std::wstring_view text) override { benchmark::DoNotOptimize(text.data()); }
+    void Note(LOG_MESSAGE_LEVEL, std::wstring_view, std::wstring_view text) override {
+        benchmark::DoNotOptimize(text.data());
+    }
 };
 
 void ReadSettings(benchmark::State& state) {
@@ -31,14 +33,16 @@ void ReadSettings(benchmark::State& state) {
     for (auto _ : state) {
         ScreenSettings settings;
         LoadScreenSettings(files, settings);
-        if (!settings.InRange(ScreenValue::kFpsThreshold) || settings.pad.empty()) state.SkipWithError("the sample files are missing");
+        if (!settings.InRange(ScreenValue::kFpsThreshold) || settings.pad.empty())
+            state.SkipWithError("the sample files are missing");
         benchmark::DoNotOptimize(settings);
     }
 }
 
 void LoadAlone(benchmark::State& state) {
     for (auto _ : state) {
-        for (const char* const file : {"./config/VxExScreen/VxExScreenConfig.xml", "./cloundConfig/VxExScreen/PadResolutionConfig.xml"}) {
+        for (const char* const file :
+             {"./config/VxExScreen/VxExScreenConfig.xml", "./cloundConfig/VxExScreen/PadResolutionConfig.xml"}) {
             tinyxml2::XMLDocument document;
             if (document.LoadFile(file) != tinyxml2::XML_SUCCESS) state.SkipWithError("the sample files are missing");
             benchmark::DoNotOptimize(document);
@@ -120,11 +124,14 @@ Body JudgePanel(Judge judge) {
 }  // namespace
 
 void AddScreen() {
-    Compare("the screen's two configuration files to values", "tinyxml2's LoadFile of both alone", AtMostTimes(1.5), ReadSettings, LoadAlone);
-    Compare("one panel: chromaticities and three coverages", "textbook clipping on vectors", AtMostTimes(1), JudgePanel([](const auto& edid) {
+    Compare("the screen's two configuration files to values", "tinyxml2's LoadFile of both alone", AtMostTimes(1.5),
+            ReadSettings, LoadAlone);
+    Compare("one panel: chromaticities and three coverages", "textbook clipping on vectors", AtMostTimes(1),
+            JudgePanel([](const auto& edid) {
                 const Gamut panel = GamutOf(*ReadCoordinates(edid));
                 double sum = 0;
-                for (const Gamut& reference : {kP3, kAdobeRgb, kBt2020}) sum += Cover(TriangleOf(reference), TriangleOf(panel)).coverage;
+                for (const Gamut& reference : {kP3, kAdobeRgb, kBt2020})
+                    sum += Cover(TriangleOf(reference), TriangleOf(panel)).coverage;
                 return sum;
             }),
             JudgePanel([](const auto& edid) {

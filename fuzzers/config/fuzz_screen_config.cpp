@@ -1,5 +1,5 @@
-// Any text as both configuration files and to the checker: nothing is read outside, values obey their rules, lists their
-// bounds, and a file without problems of its numbers gives what it says.
+// Any text as both configuration files and to the checker: nothing is read outside, values obey their rules, lists
+// their bounds, and a file without problems of its numbers gives what it says.
 #include "config/screen_check.h"
 #include "config/screen_reader.h"
 #include "fuzzers/property.h"

@@ -27,15 +27,19 @@ TEST(TandorctlScreen, ShowsAnswersWithTheirOrigin) {
     const auto file = folder.path / L"config/VxExScreen/VxExScreenConfig.xml";
     std::filesystem::create_directories(file.parent_path());
     tandor::test::WriteAll(file,
-                           "<R>\n<DeviceConfig><Device><Type>P</Type>\n<FpsThreshold>60</FpsThreshold>\n<EncoderBitrate>1</EncoderBitrate>\n"
-                           "</Device></DeviceConfig>\n<FollowPC><Device><Type>P</Type><PrimaryWidth>x</PrimaryWidth></Device></FollowPC></R>");
+                           "<R>\n<DeviceConfig><Device><Type>P</Type>\n<FpsThreshold>60</"
+                           "FpsThreshold>\n<EncoderBitrate>1</EncoderBitrate>\n"
+                           "</Device></DeviceConfig>\n<FollowPC><Device><Type>P</Type><PrimaryWidth>x</PrimaryWidth></"
+                           "Device></FollowPC></R>");
     const auto run = RunTandorctl(L"screen show --json --device-type P --config \"" + folder.path.native() + L"\"");
     EXPECT_EQ(run.exit_code, 1);  // the second file is missing
     const json document = json::parse(run.out);
-    EXPECT_EQ(AnswerOf(document, "FpsThreshold"), json({{"name", "FpsThreshold"}, {"answer", 60}, {"from", "file"}, {"line", 3}}));
+    EXPECT_EQ(AnswerOf(document, "FpsThreshold"),
+              json({{"name", "FpsThreshold"}, {"answer", 60}, {"from", "file"}, {"line", 3}}));
     EXPECT_EQ(AnswerOf(document, "EncoderBitrate")["from"], "out of range");
     EXPECT_EQ(AnswerOf(document, "FollowPCWidth")["from"], "unreadable");
-    EXPECT_EQ(AnswerOf(document, "FollowPCHeight"), json({{"name", "FollowPCHeight"}, {"answer", 1280}, {"from", "default"}, {"line", 0}}));
+    EXPECT_EQ(AnswerOf(document, "FollowPCHeight"),
+              json({{"name", "FollowPCHeight"}, {"answer", 1280}, {"from", "default"}, {"line", 0}}));
     EXPECT_EQ(RunTandorctl(L"screen show --device-type PLR-W14A").exit_code, 0);
     EXPECT_EQ(RunTandorctl(L"screen show --device-type P --config no-such").exit_code, 1);
     EXPECT_EQ(RunTandorctl(L"screen").exit_code, 2);
@@ -75,19 +79,22 @@ TEST(TandorctlPanel, ReadsFilesAndTheMachine) {
     EXPECT_EQ(RunTandorctl(L"panel --json -", hex).out, run.out);
 
     const std::wstring key = L"SYSTEM\\CurrentControlSet\\Enum\\DISPLAY\\VXT0043";
-    ASSERT_TRUE(DE::Registry::SetValue(DE::RegistryRoot::kLocalMachine, key + L"\\手机\\Device Parameters", L"EDID", edid));
+    ASSERT_TRUE(
+        DE::Registry::SetValue(DE::RegistryRoot::kLocalMachine, key + L"\\手机\\Device Parameters", L"EDID", edid));
     const TemporaryFolder folder;
     const auto picture = folder.path / L"panel.svg";
-    EXPECT_EQ(RunTandorctl(L"panel --json --device DISPLAY\\VXT0043\\手机 --svg \"" + picture.native() + L"\"").out, run.out);
-    EXPECT_THAT(tandor::test::ReadAll(picture), testing::AllOf(testing::StartsWith("<svg "), HasSubstr("VXT Pad Screen 14"),
-                                                               HasSubstr("Adobe RGB 99."), testing::EndsWith("</svg>\n")));
+    EXPECT_EQ(RunTandorctl(L"panel --json --device DISPLAY\\VXT0043\\手机 --svg \"" + picture.native() + L"\"").out,
+              run.out);
+    EXPECT_THAT(tandor::test::ReadAll(picture),
+                testing::AllOf(testing::StartsWith("<svg "), HasSubstr("VXT Pad Screen 14"), HasSubstr("Adobe RGB 99."),
+                               testing::EndsWith("</svg>\n")));
     EXPECT_TRUE(DE::Registry::DeleteKey(DE::RegistryRoot::kLocalMachine, key));
 }
 
 TEST(TandorctlPanel, RefusesWhatIsNoEdid) {
-    const std::pair<std::string, const char*> cases[] = {
-        {"", "0 bytes are no EDID block, which has 128"}, {std::string(127, '\0'), "127 bytes are no EDID block"},
-        {std::string(128, '\0'), "it does not begin with 00 FF FF"}};
+    const std::pair<std::string, const char*> cases[] = {{"", "0 bytes are no EDID block, which has 128"},
+                                                         {std::string(127, '\0'), "127 bytes are no EDID block"},
+                                                         {std::string(128, '\0'), "it does not begin with 00 FF FF"}};
     for (const auto& [input, error] : cases) {
         const auto run = RunTandorctl(L"panel -", input);
         EXPECT_EQ(run.exit_code, 1);

@@ -23,7 +23,8 @@ TEST(ScreenCheck, NamesEachProblemWithItsLine) {
                 ElementsAre("3 'P' stands in <Support> twice", "3 'Q' has no element of its own in <AutoDetect>",
                             "4 <MinVolumn> is 101 and must be 0 to 100; 20 is taken instead",
                             "5 <S> is not listed in <Support>, so it is passed over"));
-    EXPECT_THAT(Check("<DeviceConfig><Device>\n<Type>P</Type><FpsThreshold>60fps</FpsThreshold></Device>\n<Device><Type>P</Type>\n"
+    EXPECT_THAT(Check("<DeviceConfig><Device>\n<Type>P</Type><FpsThreshold>60fps</FpsThreshold></"
+                      "Device>\n<Device><Type>P</Type>\n"
                       "<DisplayFrequency>2147483648</DisplayFrequency></Device>\n<Device/></DeviceConfig>"),
                 ElementsAre("3 <FpsThreshold> holds '60fps', which is not a whole number up to 2147483647",
                             "4 'P' has a <Device> already; only the first one counts",
@@ -35,9 +36,11 @@ TEST(ScreenCheck, NamesEachProblemWithItsLine) {
                             "3 <DriverLimitSwitch> stands here a second time; only the first one counts",
                             "4 <Typo> is not known in <R> and is passed over",
                             "5 <Rotation> is -1 and must be 0 to 4294967295; 0 is taken instead"));
-    EXPECT_THAT(Check("<ResolutionConfig><Mirror><Resolution><Width>100</Width></Resolution></Mirror>\n<Extend/></ResolutionConfig>"),
+    EXPECT_THAT(Check("<ResolutionConfig><Mirror><Resolution><Width>100</Width></Resolution></Mirror>\n<Extend/></"
+                      "ResolutionConfig>"),
                 ElementsAre("2 <Resolution> has no <Height>, so it is left out",
-                            "2 <Width> is 100 and must be 101 to 9999; the resolution is left out", "3 <Extend> lists no <Resolution>"));
+                            "2 <Width> is 100 and must be 101 to 9999; the resolution is left out",
+                            "3 <Extend> lists no <Resolution>"));
 }
 
 TEST(ScreenCheck, FindsNothingWrongWithWhatIsRight) {

@@ -47,13 +47,14 @@ int LogLines(const Arguments& arguments) {
     return 0;
 }
 
-// screen-values: prints the extended screen's configuration as this program finds it, first asked for by several threads at
-// once: the host log's lines, then values.
+// screen-values: prints the extended screen's configuration as this program finds it, first asked for by several
+// threads at once: the host log's lines, then values.
 int ScreenValues(const Arguments&) {
     std::vector<std::wstring> lines;
-    const auto subscription = VxLogger::GetInstance().Subscribe([&](LOG_MESSAGE_LEVEL level, std::wstring_view message) {
-        lines.push_back(std::to_wstring(level) + L" " + std::wstring(message));
-    });
+    const auto subscription =
+        VxLogger::GetInstance().Subscribe([&](LOG_MESSAGE_LEVEL level, std::wstring_view message) {
+            lines.push_back(std::to_wstring(level) + L" " + std::wstring(message));
+        });
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) threads.emplace_back([] { ExScreen::ConfigMgr::GetInstance(); });
     for (std::thread& thread : threads) thread.join();
@@ -62,15 +63,16 @@ int ScreenValues(const Arguments&) {
     for (const std::wstring& line : lines) std::cout << tandor::Utf8FromWideLossy(line) << "\n";
     ExScreen::Resolution pad;
     config.GetPadPreResolution(2560, 1600, pad);
-    std::cout << "type " << config.GetDeviceType() << "\nfps " << config.GetFpsThreshold() << " " << config.ConfiguredFpsThreshold()
-        << "\nbitrate " << config.GetEncoderBitrate() << " " << config.ConfiguredEncoderBitrate() << "\nfollow "
-        << config.GetFollowPCWidth() << "x" << config.GetFollowPCHeight() << " " << config.GetFollowPCDpi() << "\naudio "
-        << config.GetVolumnThresh() << " " << config.GetSpeakerMargin() << " " << config.GetSampleRate() << " "
-        << config.GetBitDepth() << " " << config.GetInCh() << "\nflags " << config.IsSupportAutoDetect()
-        << config.IsSupportAudioSwitch() << config.IsDriverLimitOpen() << config.IsReduceResolutionDevice() << "\nextend "
-        << config.GetExtendShowSecWidth() << "x" << config.GetExtendShowSecHeight() << "\nlists "
-        << config.GetMirrorResolutions().size() << " " << config.GetMonitorResolutionConfig().size() << " " << pad.width << "x"
-        << pad.height << "\n";
+    std::cout << "type " << config.GetDeviceType() << "\nfps " << config.GetFpsThreshold() << " "
+              << config.ConfiguredFpsThreshold() << "\nbitrate " << config.GetEncoderBitrate() << " "
+              << config.ConfiguredEncoderBitrate() << "\nfollow " << config.GetFollowPCWidth() << "x"
+              << config.GetFollowPCHeight() << " " << config.GetFollowPCDpi() << "\naudio " << config.GetVolumnThresh()
+              << " " << config.GetSpeakerMargin() << " " << config.GetSampleRate() << " " << config.GetBitDepth() << " "
+              << config.GetInCh() << "\nflags " << config.IsSupportAutoDetect() << config.IsSupportAudioSwitch()
+              << config.IsDriverLimitOpen() << config.IsReduceResolutionDevice() << "\nextend "
+              << config.GetExtendShowSecWidth() << "x" << config.GetExtendShowSecHeight() << "\nlists "
+              << config.GetMirrorResolutions().size() << " " << config.GetMonitorResolutionConfig().size() << " "
+              << pad.width << "x" << pad.height << "\n";
     return 0;
 }
 
