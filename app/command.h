@@ -67,6 +67,8 @@ void AddVersionCommands(CLI::App& app, Context& context);
 void AddClassifyCommand(CLI::App& app, Context& context);
 void AddScreenCommands(CLI::App& app, Context& context);
 void AddPanelCommand(CLI::App& app, Context& context);
+void AddHashCommand(CLI::App& app, Context& context);
+void AddSealCommands(CLI::App& app, Context& context);
 void AddDoctorCommand(CLI::App& app, Context& context);
 void AddTourCommand(CLI::App& app, Context& context);
 

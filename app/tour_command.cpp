@@ -16,6 +16,9 @@ constexpr TourStep kSteps[] = {
     {"Sort the files of a real folder", "ZellFileClassifier::GetTransferFileType", TourFiles},
     {"Read the extended screen's configuration", "ExScreen::ConfigMgr", TourScreen},
     {"Judge an attached panel's colours", "GetEdidData", TourPanel},
+    {"Draw nonces and a session key", "SecurityEncryptUtil::GenerateRandom", TourSessionKey},
+    {"Seal and open messages, refuse a changed one", "SecurityEncryptUtil::AesGcmEncrypt", TourSealing},
+    {"Digests, short identifiers, the shared generator", "CTandorSecTools, DE, TrustDeviceRandom", TourDigests},
 };
 
 // Runs one step; returns what a machine reads about it.
@@ -64,6 +67,10 @@ void Tour(Context& context) {
 }
 
 }  // namespace
+
+void Expect(bool holds, const char* what) {
+    if (!holds) throw CommandError(what, "came out wrong");
+}
 
 void TourReport::Result(const std::string& name, const std::string& shown) { Result(name, shown, shown); }
 

@@ -130,6 +130,7 @@ int main(int count, char** words) {
     AddFoundation();
     AddLoading();
     AddScreen();
+    AddSecurity();
     Reporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     const bool met = WriteTable(stdout);

@@ -18,6 +18,12 @@ set(TANDOR_CORE_SOURCES
     foundation/text.cpp
     foundation/url_coding.cpp
     foundation/version.cpp
+    security/aes_gcm.cpp
+    security/device_random.cpp
+    security/digest.cpp
+    security/sealed_message.cpp
+    security/sealing.cpp
+    security/sha256.cpp
 )
 # Of the suite's services, what runs anywhere. It stands in PeloraSuite.dll on Windows and in the core natively.
 set(PELORA_PORTABLE_SOURCES
