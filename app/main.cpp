@@ -40,6 +40,7 @@ void AddCommands(CLI::App& app, Context& context) {
     using namespace tandor::app;
 <<<<<<< HEAD
 <<<<<<< HEAD
+<<<<<<< HEAD
     for (const auto add : {
              AddLogCommands,
              AddTextCommands,
@@ -62,6 +63,10 @@ void AddCommands(CLI::App& app, Context& context) {
          {AddLogCommands, AddTextCommands, AddVersionCommands, AddClassifyCommand, AddHashCommand, AddSealCommands,
           AddQueueCommand, AddWatchCommand, AddLookCommands, AddDoctorCommand, AddTourCommand}) {
 >>>>>>> refs/heads/concurrency
+=======
+    for (const auto add : {AddLogCommands, AddTextCommands, AddVersionCommands, AddClassifyCommand, AddScreenCommands,
+                           AddPanelCommand, AddHashCommand, AddSealCommands, AddDoctorCommand, AddTourCommand}) {
+>>>>>>> refs/heads/screen
         add(app, context);
     }
 }

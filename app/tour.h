@@ -57,9 +57,15 @@ void TourSessionKey(TourReport& report);
 void TourSealing(TourReport& report);
 void TourDigests(TourReport& report);
 
+<<<<<<< HEAD
 // Concurrency
 void TourPresence(TourReport& report);
 void TourPool(TourReport& report);
 void TourQueue(TourReport& report);
+=======
+// Screen and panel
+void TourScreen(TourReport& report);
+void TourPanel(TourReport& report);
+>>>>>>> refs/heads/screen
 
 }  // namespace tandor::app

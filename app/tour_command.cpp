@@ -16,6 +16,8 @@ constexpr TourStep kSteps[] = {
     {"Remember a device, list what is there", "TandorConfig, DM::DeviceMgr", TourRemember},
     {"Export the device as JSON, read it back", "BluetoothDeviceSummarySerialize", TourExport},
     {"Sort the files of a real folder", "ZellFileClassifier::GetTransferFileType", TourFiles},
+    {"Read the extended screen's configuration", "ExScreen::ConfigMgr", TourScreen},
+    {"Judge an attached panel's colours", "GetEdidData", TourPanel},
     {"Draw nonces and a session key", "SecurityEncryptUtil::GenerateRandom", TourSessionKey},
     {"Seal and open messages, refuse a changed one", "SecurityEncryptUtil::AesGcmEncrypt", TourSealing},
     {"Digests, short identifiers, the shared generator", "CTandorSecTools, DE, TrustDeviceRandom", TourDigests},

@@ -137,6 +137,7 @@ int main(int count, char** words) {
 >>>>>>> refs/heads/device
     AddFoundation();
     AddLoading();
+    AddScreen();
     AddSecurity();
     Reporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);

@@ -55,6 +55,7 @@ void AddDevice();
 >>>>>>> refs/heads/device
 void AddFoundation();
 void AddLoading();
+void AddScreen();
 void AddSecurity();
 
 }  // namespace tandor::bench

@@ -1,10 +1,15 @@
 # TandorUtil.dll: the portable core and, beside it, the files that call the system.
 add_library(tandor_core OBJECT ${TANDOR_CORE_SOURCES})
+<<<<<<< HEAD
 target_link_libraries(tandor_core PUBLIC tandor_compiling tandor_crypto PRIVATE nlohmann_json::nlohmann_json)
+=======
+target_link_libraries(tandor_core PUBLIC tandor_compiling tandor_crypto ${TANDOR_SUITE_TARGET})
+>>>>>>> refs/heads/screen
 target_compile_definitions(tandor_core PRIVATE TANDOR_BUILDING)
 
 add_library(TandorUtil SHARED
     $<TARGET_OBJECTS:tandor_core>
+<<<<<<< HEAD
 <<<<<<< HEAD
     concurrency/foreign_file.cpp
     concurrency/keep_awake.cpp
@@ -22,6 +27,12 @@ add_library(TandorUtil SHARED
     config/paired_attributes.cpp
     config/present_records.cpp
 >>>>>>> refs/heads/device
+=======
+    config/config_mgr.cpp
+    config/display_query.cpp
+    device/edid_data.cpp
+    device/panel_query.cpp
+>>>>>>> refs/heads/screen
     foundation/channel_logger.cpp
     foundation/channel_sink.cpp
     foundation/logging.cpp
@@ -40,9 +51,17 @@ set_target_properties(TandorUtil PROPERTIES PREFIX "" IMPORT_PREFIX "lib")
 target_link_libraries(TandorUtil PRIVATE $<BUILD_INTERFACE:tandor_compiling> $<BUILD_INTERFACE:tandor_base>
     ${TANDOR_SUITE_TARGET} $<BUILD_INTERFACE:spdlog::spdlog> $<BUILD_INTERFACE:fmt::fmt>
     $<BUILD_INTERFACE:tandor_crypto>)
-tandor_delay_load(TandorUtil user32 gdi32 gdiplus advapi32 ole32 bcrypt)
+tandor_delay_load(TandorUtil user32 gdi32 gdiplus advapi32 ole32 oleaut32 bcrypt)
+# Sample configuration, where programs in the bin folder look for theirs.
+foreach(sample config/VxExScreenConfig.xml cloundConfig/PadResolutionConfig.xml)
+    get_filename_component(name ${sample} NAME)
+    get_filename_component(folder ${sample} DIRECTORY)
+    configure_file(config/samples/${name} ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${folder}/VxExScreen/${name} COPYONLY)
+endforeach()
+configure_file(device/samples/wide-panel.edid ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/samples/wide-panel.edid COPYONLY)
+
 tandor_version_resource(TandorUtil "Utility library of the multi-device feature")
 
 # The portable core's free functions, for programs that look inside: tests, benchmarks and tandorctl.
 add_library(tandor_core_static STATIC $<TARGET_OBJECTS:tandor_core>)
-target_link_libraries(tandor_core_static PUBLIC tandor_compiling tandor_base tandor_crypto)
+target_link_libraries(tandor_core_static PUBLIC tandor_compiling tandor_base tandor_crypto ${TANDOR_SUITE_TARGET})

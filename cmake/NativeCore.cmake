@@ -3,6 +3,7 @@
 find_package(nlohmann_json REQUIRED)
 find_package(OpenSSL REQUIRED COMPONENTS Crypto)
 <<<<<<< HEAD
+<<<<<<< HEAD
 =======
 find_package(OpenSSL REQUIRED COMPONENTS Crypto)
 >>>>>>> refs/heads/concurrency
@@ -19,3 +20,9 @@ target_link_libraries(tandor_core PUBLIC tandor_compiling tandor_base OpenSSL::C
 >>>>>>> refs/heads/device
 =======
 >>>>>>> refs/heads/concurrency
+=======
+find_package(tinyxml2 REQUIRED)
+add_library(tandor_core STATIC ${TANDOR_CORE_SOURCES} ${PELORA_PORTABLE_SOURCES})
+target_include_directories(tandor_core PUBLIC ${PROJECT_SOURCE_DIR}/suite/include)
+target_link_libraries(tandor_core PUBLIC tandor_compiling tandor_base OpenSSL::Crypto PRIVATE tinyxml2::tinyxml2)
+>>>>>>> refs/heads/screen

@@ -7,6 +7,7 @@ set(TANDOR_BASE_SOURCES
 )
 set(TANDOR_CORE_SOURCES
 <<<<<<< HEAD
+<<<<<<< HEAD
     concurrency/handle_table.cpp
     concurrency/operation_queue.cpp
     concurrency/remote_command_line.cpp
@@ -15,6 +16,14 @@ set(TANDOR_CORE_SOURCES
     device/summary_reader.cpp
     device/summary_writer.cpp
 >>>>>>> refs/heads/device
+=======
+    config/screen_check.cpp
+    config/screen_reader.cpp
+    config/screen_settings.cpp
+    device/edid.cpp
+    device/gamut.cpp
+    device/gamut_diagram.cpp
+>>>>>>> refs/heads/screen
     foundation/base64.cpp
     foundation/base64_ssse3.cpp
     foundation/file_classifier.cpp
@@ -28,6 +37,11 @@ set(TANDOR_CORE_SOURCES
     security/sealing.cpp
     security/sha256.cpp
 )
+# Of the suite's services, what runs anywhere. It stands in PeloraSuite.dll on Windows and in the core natively.
+set(PELORA_PORTABLE_SOURCES
+    suite/file/xml_document.cpp
+)
+list(TRANSFORM PELORA_PORTABLE_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
 list(TRANSFORM TANDOR_BASE_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
 list(TRANSFORM TANDOR_CORE_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
 

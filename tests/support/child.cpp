@@ -3,15 +3,22 @@
 
 #include <shellapi.h>
 
+#include <iostream>
 #include <map>
 #include <string>
+#include <thread>
 #include <vector>
 
+#include "base/utf.h"
 #include "base/win_handle.h"
 #include "pelora/log_service.h"
 #include "support/child_roles.h"
 #include "tandor/logging.h"
+<<<<<<< HEAD
 #include "tandor/state_watch.h"
+=======
+#include "tandor/screen_config.h"
+>>>>>>> refs/heads/screen
 
 namespace {
 
@@ -71,6 +78,35 @@ int LogLines(const Arguments& arguments) {
     return 0;
 }
 
+// screen-values: prints the extended screen's configuration as this program finds it, first asked for by several
+// threads at once: the host log's lines, then values.
+int ScreenValues(const Arguments&) {
+    std::vector<std::wstring> lines;
+    const auto subscription =
+        VxLogger::GetInstance().Subscribe([&](LOG_MESSAGE_LEVEL level, std::wstring_view message) {
+            lines.push_back(std::to_wstring(level) + L" " + std::wstring(message));
+        });
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) threads.emplace_back([] { ExScreen::ConfigMgr::GetInstance(); });
+    for (std::thread& thread : threads) thread.join();
+    VxLogger::GetInstance().Unsubscribe(subscription);
+    const ExScreen::ConfigMgr& config = ExScreen::ConfigMgr::GetInstance();
+    for (const std::wstring& line : lines) std::cout << tandor::Utf8FromWideLossy(line) << "\n";
+    ExScreen::Resolution pad;
+    config.GetPadPreResolution(2560, 1600, pad);
+    std::cout << "type " << config.GetDeviceType() << "\nfps " << config.GetFpsThreshold() << " "
+              << config.ConfiguredFpsThreshold() << "\nbitrate " << config.GetEncoderBitrate() << " "
+              << config.ConfiguredEncoderBitrate() << "\nfollow " << config.GetFollowPCWidth() << "x"
+              << config.GetFollowPCHeight() << " " << config.GetFollowPCDpi() << "\naudio " << config.GetVolumnThresh()
+              << " " << config.GetSpeakerMargin() << " " << config.GetSampleRate() << " " << config.GetBitDepth() << " "
+              << config.GetInCh() << "\nflags " << config.IsSupportAutoDetect() << config.IsSupportAudioSwitch()
+              << config.IsDriverLimitOpen() << config.IsReduceResolutionDevice() << "\nextend "
+              << config.GetExtendShowSecWidth() << "x" << config.GetExtendShowSecHeight() << "\nlists "
+              << config.GetMirrorResolutions().size() << " " << config.GetMonitorResolutionConfig().size() << " "
+              << pad.width << "x" << pad.height << "\n";
+    return 0;
+}
+
 // host-log TEXT COUNT: writes TEXT to the host log COUNT times, as a failure, and dies without a farewell.
 int HostLog(const Arguments& arguments) {
     for (int i = std::stoi(arguments.at(1)); i > 0; --i) {
@@ -91,6 +127,7 @@ int main() {
 <<<<<<< HEAD
     const std::map<std::wstring, int (*)(const Arguments&)> roles{
 <<<<<<< HEAD
+<<<<<<< HEAD
         {L"announce", Announce}, {L"hold-file", HoldFile}, {L"hold-handles", HoldHandles},
         {L"host-log", HostLog},  {L"log-lines", LogLines},
 =======
@@ -109,6 +146,9 @@ int main() {
                                                                   {L"host-log", HostLog},
                                                                   {L"log-lines", LogLines}};
 >>>>>>> refs/heads/concurrency
+=======
+        {L"hold-file", HoldFile}, {L"host-log", HostLog}, {L"log-lines", LogLines}, {L"screen-values", ScreenValues}};
+>>>>>>> refs/heads/screen
     const auto role = count < 2 ? roles.end() : roles.find(words[1]);
     return role == roles.end() ? 2 : role->second(arguments);
 }
