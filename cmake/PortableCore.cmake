@@ -13,8 +13,15 @@ set(TANDOR_CORE_SOURCES
     foundation/url_coding.cpp
     foundation/version.cpp
 )
+# Of the suite's services.
+set(TANDOR_SUITE_CORE_SOURCES
+    suite/ipc/ipc_channel.cpp
+    suite/ipc/ipc_frame.cpp
+    suite/telemetry/record_codec.cpp
+)
 list(TRANSFORM TANDOR_BASE_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
 list(TRANSFORM TANDOR_CORE_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
+list(TRANSFORM TANDOR_SUITE_CORE_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
 
 # Called after a look at the processor.
 if(NOT MSVC)
