@@ -39,7 +39,7 @@ void AddCommands(CLI::App& app, Context& context) {
         "'tandorctl COMMAND --help' for one command. Exit codes: 0 done, 1 failed, 2 usage.");
     using namespace tandor::app;
     for (const auto add :
-         {AddLogCommands, AddTextCommands, AddVersionCommands, AddClassifyCommand, AddDoctorCommand, AddTourCommand}) {
+         {AddLogCommands, AddTextCommands, AddVersionCommands, AddClassifyCommand, AddOutboxCommands, AddDoctorCommand, AddTourCommand}) {
         add(app, context);
     }
 }

@@ -32,5 +32,6 @@ void Compare(const std::string& operation, const std::string& baseline, Target t
 // The families' rows, each in benchmarks/<family>/.
 void AddFoundation();
 void AddLoading();
+void AddTelemetry();
 
 }  // namespace tandor::bench

@@ -10,3 +10,13 @@ find_package(nlohmann_json REQUIRED)
 find_path(CLI11_INCLUDE CLI/CLI.hpp REQUIRED)
 add_library(tandor_cli11 INTERFACE)
 target_include_directories(tandor_cli11 SYSTEM INTERFACE ${CLI11_INCLUDE})
+
+# libcurl and OpenSSL, static. Whoever links them delay-loads the system libraries: ws2_32 crypt32 bcrypt advapi32 user32 gdi32.
+find_path(CURL_INCLUDE curl/curl.h REQUIRED)
+find_library(CURL_LIBRARY curl REQUIRED)
+find_library(SSL_LIBRARY ssl REQUIRED)
+find_library(CRYPTO_LIBRARY crypto REQUIRED)
+add_library(tandor_curl INTERFACE)
+target_include_directories(tandor_curl SYSTEM INTERFACE ${CURL_INCLUDE})
+target_compile_definitions(tandor_curl INTERFACE CURL_STATICLIB)
+target_link_libraries(tandor_curl INTERFACE ${CURL_LIBRARY} ${SSL_LIBRARY} ${CRYPTO_LIBRARY})
