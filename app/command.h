@@ -67,6 +67,7 @@ void AddVersionCommands(CLI::App& app, Context& context);
 void AddClassifyCommand(CLI::App& app, Context& context);
 <<<<<<< HEAD
 <<<<<<< HEAD
+<<<<<<< HEAD
 void AddDeviceCommands(CLI::App& app, Context& context);
 =======
 void AddScreenCommands(CLI::App& app, Context& context);
@@ -84,6 +85,9 @@ void AddLookCommands(CLI::App& app, Context& context);
 void AddHashCommand(CLI::App& app, Context& context);
 void AddSealCommands(CLI::App& app, Context& context);
 >>>>>>> refs/heads/concurrency
+=======
+void AddOutboxCommands(CLI::App& app, Context& context);
+>>>>>>> refs/heads/outbox
 void AddDoctorCommand(CLI::App& app, Context& context);
 void AddTourCommand(CLI::App& app, Context& context);
 

@@ -60,6 +60,7 @@ void AddCommands(CLI::App& app, Context& context) {
 >>>>>>> refs/heads/device
 =======
     for (const auto add :
+<<<<<<< HEAD
          {AddLogCommands, AddTextCommands, AddVersionCommands, AddClassifyCommand, AddHashCommand, AddSealCommands,
           AddQueueCommand, AddWatchCommand, AddLookCommands, AddDoctorCommand, AddTourCommand}) {
 >>>>>>> refs/heads/concurrency
@@ -67,6 +68,9 @@ void AddCommands(CLI::App& app, Context& context) {
     for (const auto add : {AddLogCommands, AddTextCommands, AddVersionCommands, AddClassifyCommand, AddScreenCommands,
                            AddPanelCommand, AddHashCommand, AddSealCommands, AddDoctorCommand, AddTourCommand}) {
 >>>>>>> refs/heads/screen
+=======
+         {AddLogCommands, AddTextCommands, AddVersionCommands, AddClassifyCommand, AddOutboxCommands, AddDoctorCommand, AddTourCommand}) {
+>>>>>>> refs/heads/outbox
         add(app, context);
     }
 }

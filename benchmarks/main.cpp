@@ -137,8 +137,12 @@ int main(int count, char** words) {
 >>>>>>> refs/heads/device
     AddFoundation();
     AddLoading();
+<<<<<<< HEAD
     AddScreen();
     AddSecurity();
+=======
+    AddTelemetry();
+>>>>>>> refs/heads/outbox
     Reporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     const bool met = WriteTable(stdout);

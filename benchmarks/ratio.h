@@ -55,7 +55,11 @@ void AddDevice();
 >>>>>>> refs/heads/device
 void AddFoundation();
 void AddLoading();
+<<<<<<< HEAD
 void AddScreen();
 void AddSecurity();
+=======
+void AddTelemetry();
+>>>>>>> refs/heads/outbox
 
 }  // namespace tandor::bench
