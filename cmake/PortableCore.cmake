@@ -13,8 +13,19 @@ set(TANDOR_CORE_SOURCES
     foundation/url_coding.cpp
     foundation/version.cpp
 )
+# Portable as well, but they call the suite's services: the native tests link them with stand-ins for those.
+set(TANDOR_SERVICE_CALLERS
+    foundation/message.cpp
+    telemetry/data_report.cpp
+    telemetry/ko_event_reporter.cpp
+    telemetry/mode_reports.cpp
+    telemetry/report_functions.cpp
+    telemetry/reporter.cpp
+    telemetry/reporter_factories.cpp
+)
 list(TRANSFORM TANDOR_BASE_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
 list(TRANSFORM TANDOR_CORE_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
+list(TRANSFORM TANDOR_SERVICE_CALLERS PREPEND ${PROJECT_SOURCE_DIR}/)
 
 # Called after a look at the processor.
 if(NOT MSVC)

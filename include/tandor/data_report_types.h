@@ -166,7 +166,7 @@ struct ShareFileReportData {
     int direction = 0;  // 0 sent, 1 received
     int result = 0;
     int errorCode = 0;
-    int fileType = 0;  // ZellTransferFileType
+    int fileType = 0;                 // ZellTransferFileType
     unsigned long long fileSize = 0;  // bytes
 };
 
