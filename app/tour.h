@@ -42,4 +42,9 @@ void TourText(TourReport& report);
 void TourVersions(TourReport& report);
 void TourFiles(TourReport& report);
 
+// Telemetry
+void TourTimedPairing(TourReport& report);
+void TourFault(TourReport& report);
+void TourOutbox(TourReport& report);
+
 }  // namespace tandor::app

@@ -14,6 +14,9 @@ constexpr TourStep kSteps[] = {
     {"Convert, code and mask text", "TandorUtilClass", TourText},
     {"Compare and pack versions", "TandorUtilClass::CalcVersion", TourVersions},
     {"Sort the files of a real folder", "ZellFileClassifier::GetTransferFileType", TourFiles},
+    {"Time the steps of a pairing, one of them missing", "Tandor::Reporter::Commit", TourTimedPairing},
+    {"Report a fault with its log files", "Tandor::KoEventReporter::KoEventReport", TourFault},
+    {"See what lies in the outbox", "pelora::Outbox", TourOutbox},
 };
 
 // Runs one step; returns what a machine reads about it.

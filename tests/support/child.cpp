@@ -9,6 +9,7 @@
 
 #include "base/win_handle.h"
 #include "pelora/log_service.h"
+#include "tandor/event_reporter.h"
 #include "tandor/logging.h"
 
 namespace {
@@ -43,13 +44,25 @@ int LogLines(const Arguments& arguments) {
     return 0;
 }
 
+// commit-reports NAME COUNT: commits ten tags and the trace identifier NAME, COUNT times.
+int CommitReports(const Arguments& arguments) {
+    const auto reporter = Tandor::ReporterFactory::GetInstance().CreateReporter(79, 10);
+    reporter->SetTraceID(std::string(arguments.at(0).begin(), arguments.at(0).end()));
+    for (int i = std::stoi(arguments.at(1)); i > 0; --i) {
+        for (int tag = 0; tag < 10; ++tag) reporter->RecordTimeStamp(tag);
+        reporter->Commit();
+    }
+    return 0;
+}
+
 }  // namespace
 
 int main() {
     int count = 0;
     wchar_t** const words = ::CommandLineToArgvW(::GetCommandLineW(), &count);
     const Arguments arguments(words + (count < 2 ? count : 2), words + count);
-    const std::map<std::wstring, int (*)(const Arguments&)> roles{{L"hold-file", HoldFile}, {L"log-lines", LogLines}};
+    const std::map<std::wstring, int (*)(const Arguments&)> roles{
+        {L"hold-file", HoldFile}, {L"log-lines", LogLines}, {L"commit-reports", CommitReports}};
     const auto role = count < 2 ? roles.end() : roles.find(words[1]);
     return role == roles.end() ? 2 : role->second(arguments);
 }

@@ -37,8 +37,8 @@ void VxLogger::Unsubscribe(std::uint64_t subscription) noexcept {
 }
 
 struct Logger::Holder {};
-Logger::Logger(const std::string&) : holder_(nullptr) {}
-Logger::~Logger() = default;
+Logger::Logger(const std::string&) : holder_(new Holder) {}
+Logger::~Logger() { delete holder_; }
 void Logger::Log(LOG_MESSAGE_LEVEL, const std::wstringstream&) const {}
 void tandor::FlushChannels() {}
 

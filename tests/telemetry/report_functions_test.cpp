@@ -223,7 +223,10 @@ TEST(DataReport, AFailedDecoderIsReportedOnceInFiveMinutesAndARendererEachTime) 
     static bool first_in_process = true;
     SentRecords sent;
     Reports::DecordFailDataReport("first");
-    if (std::exchange(first_in_process, false)) EXPECT_THAT(LinesOf(sent.Take()), ElementsAre("606013000: 1, first"));
+    const auto first = LinesOf(sent.Take());
+    if (std::exchange(first_in_process, false)) {
+        EXPECT_THAT(first, ElementsAre("606013000: 1, first"));
+    }
     Reports::DecordFailDataReport("too early");
     Reports::ReportRenderFailDataReport("x");
     Reports::ReportRenderFailDataReport("y");
