@@ -50,7 +50,7 @@ void TourFault(TourReport& report) {
     report.Result("files", fmt::format("{} attached, {} of them there", record.files.size(), there),
                   JsonOf(record)["files"]);
     for (const pelora::OutboxFile& file : record.files) {
-        if (file.size >= 0) report.Result(fmt::format("{} bytes", file.size), file.path);
+        if (file.size >= 0) report.Result(TextOf(PathFrom(file.path).filename()), fmt::format("{} bytes", file.size));
     }
 }
 
