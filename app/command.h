@@ -62,6 +62,8 @@ void AddLogCommands(CLI::App& app, Context& context);
 void AddTextCommands(CLI::App& app, Context& context);
 void AddVersionCommands(CLI::App& app, Context& context);
 void AddClassifyCommand(CLI::App& app, Context& context);
+void AddHashCommand(CLI::App& app, Context& context);
+void AddSealCommands(CLI::App& app, Context& context);
 void AddReportCommands(CLI::App& app, Context& context);
 void AddDoctorCommand(CLI::App& app, Context& context);
 void AddTourCommand(CLI::App& app, Context& context);

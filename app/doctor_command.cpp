@@ -17,7 +17,7 @@ namespace tandor::app {
 namespace {
 
 using Check = void (*)(Findings&);
-constexpr std::array<Check, 3> kChecks{CheckLogs, CheckRegistry, CheckImaging};
+constexpr std::array kChecks{CheckLogs, CheckRegistry, CheckImaging, CheckSealing};
 constexpr std::array kVerdicts{"works", "limited", "broken"};
 
 void CheckWritable(const std::string& thing, const std::string& folder, Findings& findings) {

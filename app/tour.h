@@ -36,11 +36,18 @@ struct TourStep {
     void (*run)(TourReport&);
 };
 
+// Ends a step that came out wrong.
+void Expect(bool holds, const char* what);
+
 // Foundation
 void TourChannels(TourReport& report);
 void TourText(TourReport& report);
 void TourVersions(TourReport& report);
 void TourFiles(TourReport& report);
+// Security
+void TourSessionKey(TourReport& report);
+void TourSealing(TourReport& report);
+void TourDigests(TourReport& report);
 
 // Telemetry
 void TourTimedPairing(TourReport& report);

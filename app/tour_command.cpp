@@ -14,6 +14,9 @@ constexpr TourStep kSteps[] = {
     {"Convert, code and mask text", "TandorUtilClass", TourText},
     {"Compare and pack versions", "TandorUtilClass::CalcVersion", TourVersions},
     {"Sort the files of a real folder", "ZellFileClassifier::GetTransferFileType", TourFiles},
+    {"Draw nonces and a session key", "SecurityEncryptUtil::GenerateRandom", TourSessionKey},
+    {"Seal and open messages, refuse a changed one", "SecurityEncryptUtil::AesGcmEncrypt", TourSealing},
+    {"Digests, short identifiers, the shared generator", "CTandorSecTools, DE, TrustDeviceRandom", TourDigests},
     {"Time the steps of a pairing, one of them missing", "Tandor::Reporter::Commit", TourTimedPairing},
     {"Report a fault with its log files", "Tandor::KoEventReporter::KoEventReport", TourFault},
     {"See what lies in the outbox", "pelora::Outbox", TourOutbox},
@@ -65,6 +68,10 @@ void Tour(Context& context) {
 }
 
 }  // namespace
+
+void Expect(bool holds, const char* what) {
+    if (!holds) throw CommandError(what, "came out wrong");
+}
 
 void TourReport::Result(const std::string& name, const std::string& shown) { Result(name, shown, shown); }
 

@@ -129,6 +129,7 @@ int main(int count, char** words) {
     benchmark::Initialize(&option_count, options.data());
     AddFoundation();
     AddLoading();
+    AddSecurity();
     Reporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     const bool met = WriteTable(stdout);

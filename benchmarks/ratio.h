@@ -10,6 +10,14 @@ namespace tandor::bench {
 
 using Body = std::function<void(benchmark::State&)>;
 
+// A body that does `operation` over and over.
+template <class Operation>
+Body Repeat(Operation operation) {
+    return [operation](benchmark::State& state) {
+        for (auto _ : state) benchmark::DoNotOptimize(operation());
+    };
+}
+
 // What our time must be against the baseline's.
 struct Target {
     enum Kind {
@@ -32,5 +40,6 @@ void Compare(const std::string& operation, const std::string& baseline, Target t
 // The families' rows, each in benchmarks/<family>/.
 void AddFoundation();
 void AddLoading();
+void AddSecurity();
 
 }  // namespace tandor::bench

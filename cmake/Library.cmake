@@ -1,6 +1,6 @@
 # TandorUtil.dll: the portable core and, beside it, the files that call the system.
 add_library(tandor_core OBJECT ${TANDOR_CORE_SOURCES})
-target_link_libraries(tandor_core PUBLIC tandor_compiling)
+target_link_libraries(tandor_core PUBLIC tandor_compiling tandor_crypto)
 target_compile_definitions(tandor_core PRIVATE TANDOR_BUILDING)
 
 add_library(TandorUtil SHARED
@@ -10,6 +10,10 @@ add_library(TandorUtil SHARED
     foundation/logging.cpp
     foundation/text_system.cpp
     foundation/thumbnail.cpp
+    security/crypt_base.cpp
+    security/crypt_random.cpp
+    security/file_digest.cpp
+    security/sealing_host.cpp
     telemetry/data_process_report.cpp
     telemetry/data_report_clock.cpp
     ${TANDOR_SERVICE_CALLERS}
@@ -19,10 +23,11 @@ target_compile_definitions(TandorUtil PRIVATE TANDOR_BUILDING)
 target_include_directories(TandorUtil PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:include>)
 set_target_properties(TandorUtil PROPERTIES PREFIX "" IMPORT_PREFIX "lib")
 target_link_libraries(TandorUtil PRIVATE $<BUILD_INTERFACE:tandor_compiling> $<BUILD_INTERFACE:tandor_base>
-    ${TANDOR_SUITE_TARGET} $<BUILD_INTERFACE:spdlog::spdlog> $<BUILD_INTERFACE:fmt::fmt>)
-tandor_delay_load(TandorUtil user32 gdi32 gdiplus advapi32 ole32)
+    ${TANDOR_SUITE_TARGET} $<BUILD_INTERFACE:spdlog::spdlog> $<BUILD_INTERFACE:fmt::fmt>
+    $<BUILD_INTERFACE:tandor_crypto>)
+tandor_delay_load(TandorUtil user32 gdi32 gdiplus advapi32 ole32 bcrypt)
 tandor_version_resource(TandorUtil "Utility library of the multi-device feature")
 
 # The portable core's free functions, for programs that look inside: tests, benchmarks and tandorctl.
 add_library(tandor_core_static STATIC $<TARGET_OBJECTS:tandor_core>)
-target_link_libraries(tandor_core_static PUBLIC tandor_compiling tandor_base)
+target_link_libraries(tandor_core_static PUBLIC tandor_compiling tandor_base tandor_crypto)

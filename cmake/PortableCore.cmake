@@ -12,6 +12,12 @@ set(TANDOR_CORE_SOURCES
     foundation/text.cpp
     foundation/url_coding.cpp
     foundation/version.cpp
+    security/aes_gcm.cpp
+    security/device_random.cpp
+    security/digest.cpp
+    security/sealed_message.cpp
+    security/sealing.cpp
+    security/sha256.cpp
 )
 # Portable as well, but they call the suite's services: the native tests link them with stand-ins for those.
 set(TANDOR_SERVICE_CALLERS

@@ -55,6 +55,17 @@ int CommitReports(const Arguments& arguments) {
     return 0;
 }
 
+// host-log TEXT COUNT: writes TEXT to the host log COUNT times, as a failure, and dies without a farewell.
+int HostLog(const Arguments& arguments) {
+    for (int i = std::stoi(arguments.at(1)); i > 0; --i) {
+        std::wstringstream message;
+        message << arguments.at(0);
+        VxLogger::GetInstance().Log(LOG_MESSAGE_ERROR, message);
+    }
+    ::TerminateProcess(::GetCurrentProcess(), 0);
+    return 1;
+}
+
 }  // namespace
 
 int main() {
@@ -62,7 +73,7 @@ int main() {
     wchar_t** const words = ::CommandLineToArgvW(::GetCommandLineW(), &count);
     const Arguments arguments(words + (count < 2 ? count : 2), words + count);
     const std::map<std::wstring, int (*)(const Arguments&)> roles{
-        {L"hold-file", HoldFile}, {L"log-lines", LogLines}, {L"commit-reports", CommitReports}};
+        {L"hold-file", HoldFile}, {L"host-log", HostLog}, {L"log-lines", LogLines}, {L"commit-reports", CommitReports}};
     const auto role = count < 2 ? roles.end() : roles.find(words[1]);
     return role == roles.end() ? 2 : role->second(arguments);
 }

@@ -1,0 +1,104 @@
+#include "pelora/log_service.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <regex>
+
+#include "pelora/file_info.h"
+#include "pelora/registry.h"
+#include "support/child.h"
+#include "support/files.h"
+#include "support/host_log.h"
+
+namespace {
+
+using tandor::test::Child;
+using tandor::test::ReadAll;
+using tandor::test::TemporaryFolder;
+using testing::ElementsAre;
+
+void Log(int level, const std::wstring& text) {
+    std::wstringstream message;
+    message << text;
+    VxLogger::GetInstance().Log(static_cast<LOG_MESSAGE_LEVEL>(level), message);
+    EXPECT_EQ(message.str(), text);
+}
+
+// Sets the machine's common directory for processes that start from now on.
+class CommonDirectory {
+public:
+    explicit CommonDirectory(const std::filesystem::path& path) {
+        EXPECT_TRUE(DE::Registry::SetValue(kRoot, kKey, kName, path.wstring()));
+    }
+    ~CommonDirectory() { DE::Registry::DeleteValue(kRoot, kKey, kName); }
+    CommonDirectory(const CommonDirectory&) = delete;
+    CommonDirectory& operator=(const CommonDirectory&) = delete;
+
+private:
+    static constexpr auto kRoot = DE::RegistryRoot::kLocalMachine;
+    static constexpr const wchar_t* kKey = L"SOFTWARE\\Vextro\\Pelora";
+    static constexpr const wchar_t* kName = L"CommonDirectory";
+};
+
+std::vector<std::filesystem::path> HostLogs(const std::filesystem::path& common) {
+    std::vector<std::filesystem::path> files;
+    std::error_code none;
+    for (const auto& entry : std::filesystem::directory_iterator(common / L"log" / L"host", none))
+        files.push_back(entry.path());
+    return files;
+}
+
+TEST(HostLog, ARecordIsOneLineInTheProcessesOwnFileAtOnce) {
+    const TemporaryFolder folder;
+    const CommonDirectory common(folder.path);
+    Child child(L"host-log \"two\nlines \u624b\" 1");
+    ASSERT_EQ(child.Wait(), 0);
+    const auto files = HostLogs(folder.path);
+    ASSERT_EQ(files.size(), 1u);
+    EXPECT_EQ(files[0].filename(), L"test_child-" + std::to_wstring(child.Id()) + L".log");
+    const std::regex form(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} \[\d+:\d+\] E two lines \xE6\x89\x8B\r\n)");
+    EXPECT_TRUE(std::regex_match(ReadAll(files[0]), form)) << ReadAll(files[0]);
+}
+
+TEST(HostLog, StaysBoundedAndKeepsTheFilesOf64Processes) {
+    const TemporaryFolder folder;
+    const CommonDirectory common(folder.path);
+    std::filesystem::create_directories(folder.path / L"log" / L"host");
+    for (int i = 0; i < 80; ++i) {
+        const auto old = folder.path / L"log" / L"host" / (L"old-" + std::to_wstring(i) + L".log");
+        tandor::test::WriteAll(old, "old");
+        std::filesystem::last_write_time(old,
+                                         std::filesystem::file_time_type::clock::now() - std::chrono::hours(100 - i));
+    }
+    Child child(L"host-log \"" + std::wstring(1000, L'x') + L"\" 6000");  // about 6 MB
+    ASSERT_EQ(child.Wait(), 0);
+    EXPECT_FALSE(std::filesystem::exists(folder.path / L"log" / L"host" / L"old-15.log"));
+    EXPECT_TRUE(std::filesystem::exists(folder.path / L"log" / L"host" / L"old-16.log"));
+    std::uintmax_t size = 0;
+    for (const auto& file : HostLogs(folder.path)) {
+        if (file.filename().wstring().starts_with(L"test_child-")) size += std::filesystem::file_size(file);
+    }
+    EXPECT_GT(size, 2u << 20);
+    EXPECT_LE(size, 4u << 20);
+}
+
+TEST(HostLog, ObserversSeeEveryMessageUntilTheyLeaveAndCannotHarm) {
+    std::vector<std::wstring> seen;
+    auto& log = VxLogger::GetInstance();
+    const auto thrower =
+        log.Subscribe([](LOG_MESSAGE_LEVEL, std::wstring_view) { throw std::runtime_error("observer"); });
+    const auto watcher = log.Subscribe([&](LOG_MESSAGE_LEVEL level, std::wstring_view message) {
+        seen.push_back(std::to_wstring(level) + std::wstring(message));
+        Log(3, L"from inside");  // written, not observed
+    });
+    Log(4, L"one");
+    Log(0, L"");
+    log.Unsubscribe(watcher);
+    Log(3, L"two");
+    log.Unsubscribe(thrower);
+    log.Unsubscribe(thrower);
+    EXPECT_THAT(seen, ElementsAre(L"4one", L"0"));
+}
+
+}  // namespace
