@@ -75,6 +75,7 @@ void AddPanelCommand(CLI::App& app, Context& context);
 >>>>>>> refs/heads/screen
 void AddHashCommand(CLI::App& app, Context& context);
 void AddSealCommands(CLI::App& app, Context& context);
+<<<<<<< HEAD
 void AddQueueCommand(CLI::App& app, Context& context);
 void AddWatchCommand(CLI::App& app, Context& context);
 void AddLookCommands(CLI::App& app, Context& context);
@@ -88,6 +89,9 @@ void AddSealCommands(CLI::App& app, Context& context);
 =======
 void AddOutboxCommands(CLI::App& app, Context& context);
 >>>>>>> refs/heads/outbox
+=======
+void AddReportCommands(CLI::App& app, Context& context);
+>>>>>>> refs/heads/telemetry
 void AddDoctorCommand(CLI::App& app, Context& context);
 void AddTourCommand(CLI::App& app, Context& context);
 

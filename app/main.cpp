@@ -41,6 +41,7 @@ void AddCommands(CLI::App& app, Context& context) {
 <<<<<<< HEAD
 <<<<<<< HEAD
 <<<<<<< HEAD
+<<<<<<< HEAD
     for (const auto add : {
              AddLogCommands,
              AddTextCommands,
@@ -71,6 +72,10 @@ void AddCommands(CLI::App& app, Context& context) {
 =======
          {AddLogCommands, AddTextCommands, AddVersionCommands, AddClassifyCommand, AddOutboxCommands, AddDoctorCommand, AddTourCommand}) {
 >>>>>>> refs/heads/outbox
+=======
+    for (const auto add : {AddLogCommands, AddTextCommands, AddVersionCommands, AddClassifyCommand, AddHashCommand,
+                           AddSealCommands, AddReportCommands, AddDoctorCommand, AddTourCommand}) {
+>>>>>>> refs/heads/telemetry
         add(app, context);
     }
 }

@@ -58,6 +58,7 @@ void TourSealing(TourReport& report);
 void TourDigests(TourReport& report);
 
 <<<<<<< HEAD
+<<<<<<< HEAD
 // Concurrency
 void TourPresence(TourReport& report);
 void TourPool(TourReport& report);
@@ -67,5 +68,11 @@ void TourQueue(TourReport& report);
 void TourScreen(TourReport& report);
 void TourPanel(TourReport& report);
 >>>>>>> refs/heads/screen
+=======
+// Telemetry
+void TourTimedPairing(TourReport& report);
+void TourFault(TourReport& report);
+void TourOutbox(TourReport& report);
+>>>>>>> refs/heads/telemetry
 
 }  // namespace tandor::app

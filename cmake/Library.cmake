@@ -36,13 +36,15 @@ add_library(TandorUtil SHARED
     foundation/channel_logger.cpp
     foundation/channel_sink.cpp
     foundation/logging.cpp
-    foundation/message.cpp
     foundation/text_system.cpp
     foundation/thumbnail.cpp
     security/crypt_base.cpp
     security/crypt_random.cpp
     security/file_digest.cpp
     security/sealing_host.cpp
+    telemetry/data_process_report.cpp
+    telemetry/data_report_clock.cpp
+    ${TANDOR_SERVICE_CALLERS}
 )
 add_library(Tandor::TandorUtil ALIAS TandorUtil)
 target_compile_definitions(TandorUtil PRIVATE TANDOR_BUILDING)

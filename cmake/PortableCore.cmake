@@ -38,12 +38,25 @@ set(TANDOR_CORE_SOURCES
     security/sha256.cpp
 )
 <<<<<<< HEAD
+<<<<<<< HEAD
 # Of the suite's services, what runs anywhere. It stands in PeloraSuite.dll on Windows and in the core natively.
 set(PELORA_PORTABLE_SOURCES
     suite/file/xml_document.cpp
 )
 list(TRANSFORM PELORA_PORTABLE_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
 =======
+=======
+# Portable as well, but they call the suite's services: the native tests link them with stand-ins for those.
+set(TANDOR_SERVICE_CALLERS
+    foundation/message.cpp
+    telemetry/data_report.cpp
+    telemetry/ko_event_reporter.cpp
+    telemetry/mode_reports.cpp
+    telemetry/report_functions.cpp
+    telemetry/reporter.cpp
+    telemetry/reporter_factories.cpp
+)
+>>>>>>> refs/heads/telemetry
 # Of the suite's services.
 set(TANDOR_SUITE_CORE_SOURCES
     suite/ipc/ipc_channel.cpp
@@ -53,6 +66,7 @@ set(TANDOR_SUITE_CORE_SOURCES
 >>>>>>> refs/heads/outbox
 list(TRANSFORM TANDOR_BASE_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
 list(TRANSFORM TANDOR_CORE_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
+list(TRANSFORM TANDOR_SERVICE_CALLERS PREPEND ${PROJECT_SOURCE_DIR}/)
 list(TRANSFORM TANDOR_SUITE_CORE_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
 
 # Called after a look at the processor.

@@ -12,7 +12,11 @@
 #include "base/utf.h"
 #include "base/win_handle.h"
 #include "pelora/log_service.h"
+<<<<<<< HEAD
 #include "support/child_roles.h"
+=======
+#include "tandor/event_reporter.h"
+>>>>>>> refs/heads/telemetry
 #include "tandor/logging.h"
 <<<<<<< HEAD
 #include "tandor/state_watch.h"
@@ -78,6 +82,7 @@ int LogLines(const Arguments& arguments) {
     return 0;
 }
 
+<<<<<<< HEAD
 // screen-values: prints the extended screen's configuration as this program finds it, first asked for by several
 // threads at once: the host log's lines, then values.
 int ScreenValues(const Arguments&) {
@@ -104,6 +109,16 @@ int ScreenValues(const Arguments&) {
               << config.GetExtendShowSecWidth() << "x" << config.GetExtendShowSecHeight() << "\nlists "
               << config.GetMirrorResolutions().size() << " " << config.GetMonitorResolutionConfig().size() << " "
               << pad.width << "x" << pad.height << "\n";
+=======
+// commit-reports NAME COUNT: commits ten tags and the trace identifier NAME, COUNT times.
+int CommitReports(const Arguments& arguments) {
+    const auto reporter = Tandor::ReporterFactory::GetInstance().CreateReporter(79, 10);
+    reporter->SetTraceID(std::string(arguments.at(0).begin(), arguments.at(0).end()));
+    for (int i = std::stoi(arguments.at(1)); i > 0; --i) {
+        for (int tag = 0; tag < 10; ++tag) reporter->RecordTimeStamp(tag);
+        reporter->Commit();
+    }
+>>>>>>> refs/heads/telemetry
     return 0;
 }
 
@@ -128,6 +143,7 @@ int main() {
     const std::map<std::wstring, int (*)(const Arguments&)> roles{
 <<<<<<< HEAD
 <<<<<<< HEAD
+<<<<<<< HEAD
         {L"announce", Announce}, {L"hold-file", HoldFile}, {L"hold-handles", HoldHandles},
         {L"host-log", HostLog},  {L"log-lines", LogLines},
 =======
@@ -149,6 +165,9 @@ int main() {
 =======
         {L"hold-file", HoldFile}, {L"host-log", HostLog}, {L"log-lines", LogLines}, {L"screen-values", ScreenValues}};
 >>>>>>> refs/heads/screen
+=======
+        {L"hold-file", HoldFile}, {L"host-log", HostLog}, {L"log-lines", LogLines}, {L"commit-reports", CommitReports}};
+>>>>>>> refs/heads/telemetry
     const auto role = count < 2 ? roles.end() : roles.find(words[1]);
     return role == roles.end() ? 2 : role->second(arguments);
 }
