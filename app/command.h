@@ -65,33 +65,16 @@ void AddLogCommands(CLI::App& app, Context& context);
 void AddTextCommands(CLI::App& app, Context& context);
 void AddVersionCommands(CLI::App& app, Context& context);
 void AddClassifyCommand(CLI::App& app, Context& context);
-<<<<<<< HEAD
-<<<<<<< HEAD
-<<<<<<< HEAD
 void AddDeviceCommands(CLI::App& app, Context& context);
-=======
 void AddScreenCommands(CLI::App& app, Context& context);
 void AddPanelCommand(CLI::App& app, Context& context);
->>>>>>> refs/heads/screen
 void AddHashCommand(CLI::App& app, Context& context);
 void AddSealCommands(CLI::App& app, Context& context);
-<<<<<<< HEAD
-void AddQueueCommand(CLI::App& app, Context& context);
-void AddWatchCommand(CLI::App& app, Context& context);
-void AddLookCommands(CLI::App& app, Context& context);
-=======
-void AddQueueCommand(CLI::App& app, Context& context);
-void AddWatchCommand(CLI::App& app, Context& context);
-void AddLookCommands(CLI::App& app, Context& context);
-void AddHashCommand(CLI::App& app, Context& context);
-void AddSealCommands(CLI::App& app, Context& context);
->>>>>>> refs/heads/concurrency
-=======
-void AddOutboxCommands(CLI::App& app, Context& context);
->>>>>>> refs/heads/outbox
-=======
 void AddReportCommands(CLI::App& app, Context& context);
->>>>>>> refs/heads/telemetry
+void AddOutboxCommands(CLI::App& app, Context& context);
+void AddQueueCommand(CLI::App& app, Context& context);
+void AddWatchCommand(CLI::App& app, Context& context);
+void AddLookCommands(CLI::App& app, Context& context);
 void AddDoctorCommand(CLI::App& app, Context& context);
 void AddTourCommand(CLI::App& app, Context& context);
 

@@ -21,12 +21,7 @@ void CheckLogs(Findings& findings);
 void CheckDeviceStore(Findings& findings);
 void CheckRegistry(Findings& findings);
 void CheckImaging(Findings& findings);
-<<<<<<< HEAD
 void CheckSealing(Findings& findings);
 void CheckWatching(Findings& findings);
-=======
-void CheckWatching(Findings& findings);
-void CheckSealing(Findings& findings);
->>>>>>> refs/heads/concurrency
 
 }  // namespace tandor::app

@@ -18,17 +18,9 @@ namespace tandor::app {
 namespace {
 
 using Check = void (*)(Findings&);
-<<<<<<< HEAD
-<<<<<<< HEAD
 constexpr std::array kChecks{
-    CheckLogs, CheckRegistry, CheckImaging, CheckSealing, CheckWatching,
+    CheckLogs, CheckDeviceStore, CheckRegistry, CheckImaging, CheckSealing, CheckWatching,
 };
-=======
-constexpr std::array kChecks{CheckLogs, CheckDeviceStore, CheckRegistry, CheckImaging, CheckSealing};
->>>>>>> refs/heads/device
-=======
-constexpr std::array kChecks{CheckLogs, CheckRegistry, CheckImaging, CheckSealing, CheckWatching};
->>>>>>> refs/heads/concurrency
 constexpr std::array kVerdicts{"works", "limited", "broken"};
 
 void CheckWritable(const std::string& thing, const std::string& folder, Findings& findings) {

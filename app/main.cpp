@@ -38,44 +38,24 @@ void AddCommands(CLI::App& app, Context& context) {
         "Try 'tandorctl tour' to see everything at work, 'tandorctl doctor' to see what works on this machine,\n"
         "'tandorctl COMMAND --help' for one command. Exit codes: 0 done, 1 failed, 2 usage.");
     using namespace tandor::app;
-<<<<<<< HEAD
-<<<<<<< HEAD
-<<<<<<< HEAD
-<<<<<<< HEAD
     for (const auto add : {
              AddLogCommands,
              AddTextCommands,
              AddVersionCommands,
              AddClassifyCommand,
+             AddDeviceCommands,
+             AddScreenCommands,
+             AddPanelCommand,
              AddHashCommand,
              AddSealCommands,
+             AddReportCommands,
+             AddOutboxCommands,
              AddQueueCommand,
              AddWatchCommand,
              AddLookCommands,
              AddDoctorCommand,
              AddTourCommand,
          }) {
-=======
-    for (const auto add : {AddLogCommands, AddTextCommands, AddVersionCommands, AddClassifyCommand, AddDeviceCommands,
-                           AddHashCommand, AddSealCommands, AddDoctorCommand, AddTourCommand}) {
->>>>>>> refs/heads/device
-=======
-    for (const auto add :
-<<<<<<< HEAD
-         {AddLogCommands, AddTextCommands, AddVersionCommands, AddClassifyCommand, AddHashCommand, AddSealCommands,
-          AddQueueCommand, AddWatchCommand, AddLookCommands, AddDoctorCommand, AddTourCommand}) {
->>>>>>> refs/heads/concurrency
-=======
-    for (const auto add : {AddLogCommands, AddTextCommands, AddVersionCommands, AddClassifyCommand, AddScreenCommands,
-                           AddPanelCommand, AddHashCommand, AddSealCommands, AddDoctorCommand, AddTourCommand}) {
->>>>>>> refs/heads/screen
-=======
-         {AddLogCommands, AddTextCommands, AddVersionCommands, AddClassifyCommand, AddOutboxCommands, AddDoctorCommand, AddTourCommand}) {
->>>>>>> refs/heads/outbox
-=======
-    for (const auto add : {AddLogCommands, AddTextCommands, AddVersionCommands, AddClassifyCommand, AddHashCommand,
-                           AddSealCommands, AddReportCommands, AddDoctorCommand, AddTourCommand}) {
->>>>>>> refs/heads/telemetry
         add(app, context);
     }
 }

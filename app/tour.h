@@ -36,11 +36,7 @@ struct TourStep {
     void (*run)(TourReport&);
 };
 
-<<<<<<< HEAD
 // A step's own check; the step has failed when it does not hold. `what` says what was tried.
-=======
-// Ends a step that came out wrong.
->>>>>>> refs/heads/concurrency
 void Expect(bool holds, const char* what);
 
 // Device data and settings
@@ -52,27 +48,24 @@ void TourChannels(TourReport& report);
 void TourText(TourReport& report);
 void TourVersions(TourReport& report);
 void TourFiles(TourReport& report);
+
 // Security
 void TourSessionKey(TourReport& report);
 void TourSealing(TourReport& report);
 void TourDigests(TourReport& report);
 
-<<<<<<< HEAD
-<<<<<<< HEAD
 // Concurrency
 void TourPresence(TourReport& report);
 void TourPool(TourReport& report);
 void TourQueue(TourReport& report);
-=======
+
 // Screen and panel
 void TourScreen(TourReport& report);
 void TourPanel(TourReport& report);
->>>>>>> refs/heads/screen
-=======
+
 // Telemetry
 void TourTimedPairing(TourReport& report);
 void TourFault(TourReport& report);
 void TourOutbox(TourReport& report);
->>>>>>> refs/heads/telemetry
 
 }  // namespace tandor::app

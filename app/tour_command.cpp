@@ -21,15 +21,12 @@ constexpr TourStep kSteps[] = {
     {"Draw nonces and a session key", "SecurityEncryptUtil::GenerateRandom", TourSessionKey},
     {"Seal and open messages, refuse a changed one", "SecurityEncryptUtil::AesGcmEncrypt", TourSealing},
     {"Digests, short identifiers, the shared generator", "CTandorSecTools, DE, TrustDeviceRandom", TourDigests},
-<<<<<<< HEAD
     {"Follow a second process until it is killed", "TdProcessStateWatcher::QueryProcessState", TourPresence},
     {"Run tasks on the pool", "TandorUtil::ThreadPool::Submit", TourPool},
     {"Push more to a busy queue than it keeps", "IOperationQueue::Push", TourQueue},
-=======
     {"Time the steps of a pairing, one of them missing", "Tandor::Reporter::Commit", TourTimedPairing},
     {"Report a fault with its log files", "Tandor::KoEventReporter::KoEventReport", TourFault},
     {"See what lies in the outbox", "pelora::Outbox", TourOutbox},
->>>>>>> refs/heads/telemetry
 };
 
 // Runs one step; returns what a machine reads about it.

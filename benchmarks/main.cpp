@@ -130,19 +130,13 @@ int main(int count, char** words) {
     for (std::string& option : fixed) options.insert(options.begin() + 1, option.data());
     int option_count = static_cast<int>(options.size());
     benchmark::Initialize(&option_count, options.data());
-<<<<<<< HEAD
     AddConcurrency();
-=======
     AddDevice();
->>>>>>> refs/heads/device
     AddFoundation();
     AddLoading();
-<<<<<<< HEAD
     AddScreen();
     AddSecurity();
-=======
     AddTelemetry();
->>>>>>> refs/heads/outbox
     Reporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     const bool met = WriteTable(stdout);

@@ -48,18 +48,12 @@ Body Repeat(Operation operation) {
 }
 
 // The families' rows, each in benchmarks/<family>/.
-<<<<<<< HEAD
 void AddConcurrency();
-=======
 void AddDevice();
->>>>>>> refs/heads/device
 void AddFoundation();
 void AddLoading();
-<<<<<<< HEAD
 void AddScreen();
 void AddSecurity();
-=======
 void AddTelemetry();
->>>>>>> refs/heads/outbox
 
 }  // namespace tandor::bench

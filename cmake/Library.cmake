@@ -1,16 +1,10 @@
 # TandorUtil.dll: the portable core and, beside it, the files that call the system.
 add_library(tandor_core OBJECT ${TANDOR_CORE_SOURCES})
-<<<<<<< HEAD
-target_link_libraries(tandor_core PUBLIC tandor_compiling tandor_crypto PRIVATE nlohmann_json::nlohmann_json)
-=======
-target_link_libraries(tandor_core PUBLIC tandor_compiling tandor_crypto ${TANDOR_SUITE_TARGET})
->>>>>>> refs/heads/screen
+target_link_libraries(tandor_core PUBLIC tandor_compiling tandor_crypto ${TANDOR_SUITE_TARGET} PRIVATE nlohmann_json::nlohmann_json)
 target_compile_definitions(tandor_core PRIVATE TANDOR_BUILDING)
 
 add_library(TandorUtil SHARED
     $<TARGET_OBJECTS:tandor_core>
-<<<<<<< HEAD
-<<<<<<< HEAD
     concurrency/foreign_file.cpp
     concurrency/keep_awake.cpp
     concurrency/lock_system.cpp
@@ -20,19 +14,15 @@ add_library(TandorUtil SHARED
     concurrency/process_detector.cpp
     concurrency/system_table.cpp
     concurrency/window_detector.cpp
-=======
     config/album_times.cpp
     config/bound_records.cpp
     config/koplay_registry.cpp
     config/paired_attributes.cpp
     config/present_records.cpp
->>>>>>> refs/heads/device
-=======
     config/config_mgr.cpp
     config/display_query.cpp
     device/edid_data.cpp
     device/panel_query.cpp
->>>>>>> refs/heads/screen
     foundation/channel_logger.cpp
     foundation/channel_sink.cpp
     foundation/logging.cpp

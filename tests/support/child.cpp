@@ -12,17 +12,11 @@
 #include "base/utf.h"
 #include "base/win_handle.h"
 #include "pelora/log_service.h"
-<<<<<<< HEAD
 #include "support/child_roles.h"
-=======
 #include "tandor/event_reporter.h"
->>>>>>> refs/heads/telemetry
 #include "tandor/logging.h"
-<<<<<<< HEAD
-#include "tandor/state_watch.h"
-=======
 #include "tandor/screen_config.h"
->>>>>>> refs/heads/screen
+#include "tandor/state_watch.h"
 
 namespace {
 
@@ -82,7 +76,6 @@ int LogLines(const Arguments& arguments) {
     return 0;
 }
 
-<<<<<<< HEAD
 // screen-values: prints the extended screen's configuration as this program finds it, first asked for by several
 // threads at once: the host log's lines, then values.
 int ScreenValues(const Arguments&) {
@@ -109,29 +102,27 @@ int ScreenValues(const Arguments&) {
               << config.GetExtendShowSecWidth() << "x" << config.GetExtendShowSecHeight() << "\nlists "
               << config.GetMirrorResolutions().size() << " " << config.GetMonitorResolutionConfig().size() << " "
               << pad.width << "x" << pad.height << "\n";
-=======
-// commit-reports NAME COUNT: commits ten tags and the trace identifier NAME, COUNT times.
-int CommitReports(const Arguments& arguments) {
-    const auto reporter = Tandor::ReporterFactory::GetInstance().CreateReporter(79, 10);
-    reporter->SetTraceID(std::string(arguments.at(0).begin(), arguments.at(0).end()));
-    for (int i = std::stoi(arguments.at(1)); i > 0; --i) {
-        for (int tag = 0; tag < 10; ++tag) reporter->RecordTimeStamp(tag);
-        reporter->Commit();
+    // commit-reports NAME COUNT: commits ten tags and the trace identifier NAME, COUNT times.
+    int CommitReports(const Arguments& arguments) {
+        const auto reporter = Tandor::ReporterFactory::GetInstance().CreateReporter(79, 10);
+        reporter->SetTraceID(std::string(arguments.at(0).begin(), arguments.at(0).end()));
+        for (int i = std::stoi(arguments.at(1)); i > 0; --i) {
+            for (int tag = 0; tag < 10; ++tag) reporter->RecordTimeStamp(tag);
+            reporter->Commit();
+        }
+        return 0;
     }
->>>>>>> refs/heads/telemetry
-    return 0;
-}
 
-// host-log TEXT COUNT: writes TEXT to the host log COUNT times, as a failure, and dies without a farewell.
-int HostLog(const Arguments& arguments) {
-    for (int i = std::stoi(arguments.at(1)); i > 0; --i) {
-        std::wstringstream message;
-        message << arguments.at(0);
-        VxLogger::GetInstance().Log(LOG_MESSAGE_ERROR, message);
+    // host-log TEXT COUNT: writes TEXT to the host log COUNT times, as a failure, and dies without a farewell.
+    int HostLog(const Arguments& arguments) {
+        for (int i = std::stoi(arguments.at(1)); i > 0; --i) {
+            std::wstringstream message;
+            message << arguments.at(0);
+            VxLogger::GetInstance().Log(LOG_MESSAGE_ERROR, message);
+        }
+        ::TerminateProcess(::GetCurrentProcess(), 0);
+        return 1;
     }
-    ::TerminateProcess(::GetCurrentProcess(), 0);
-    return 1;
-}
 
 }  // namespace
 
@@ -139,35 +130,18 @@ int main() {
     int count = 0;
     wchar_t** const words = ::CommandLineToArgvW(::GetCommandLineW(), &count);
     const Arguments arguments(words + (count < 2 ? count : 2), words + count);
-<<<<<<< HEAD
     const std::map<std::wstring, int (*)(const Arguments&)> roles{
-<<<<<<< HEAD
-<<<<<<< HEAD
-<<<<<<< HEAD
-        {L"announce", Announce}, {L"hold-file", HoldFile}, {L"hold-handles", HoldHandles},
-        {L"host-log", HostLog},  {L"log-lines", LogLines},
-=======
+        {L"announce", Announce},
+        {L"check-records", tandor::test::CheckRecords},
+        {L"commit-reports", CommitReports},
         {L"hold-file", HoldFile},
+        {L"hold-handles", HoldHandles},
         {L"host-log", HostLog},
         {L"log-lines", LogLines},
-        {L"store-records", tandor::test::StoreRecords},
-        {L"check-records", tandor::test::CheckRecords},
+        {L"screen-values", ScreenValues},
         {L"store-attributes", tandor::test::StoreAttributes},
->>>>>>> refs/heads/device
+        {L"store-records", tandor::test::StoreRecords},
     };
-=======
-    const std::map<std::wstring, int (*)(const Arguments&)> roles{{L"announce", Announce},
-                                                                  {L"hold-file", HoldFile},
-                                                                  {L"hold-handles", HoldHandles},
-                                                                  {L"host-log", HostLog},
-                                                                  {L"log-lines", LogLines}};
->>>>>>> refs/heads/concurrency
-=======
-        {L"hold-file", HoldFile}, {L"host-log", HostLog}, {L"log-lines", LogLines}, {L"screen-values", ScreenValues}};
->>>>>>> refs/heads/screen
-=======
-        {L"hold-file", HoldFile}, {L"host-log", HostLog}, {L"log-lines", LogLines}, {L"commit-reports", CommitReports}};
->>>>>>> refs/heads/telemetry
     const auto role = count < 2 ? roles.end() : roles.find(words[1]);
     return role == roles.end() ? 2 : role->second(arguments);
 }
