@@ -39,14 +39,6 @@ inline Target AtMostMillisecondsMore(double value) { return {Target::kAtMostMill
 void Compare(const std::string& operation, const std::string& baseline, Target target, Body ours, Body theirs,
              bool manual = false);
 
-// A body that calls `operation` again and again.
-template <class Operation>
-Body Repeat(Operation operation) {
-    return [operation](benchmark::State& state) {
-        for (auto _ : state) benchmark::DoNotOptimize(operation());
-    };
-}
-
 // The families' rows, each in benchmarks/<family>/.
 void AddConcurrency();
 void AddDevice();
