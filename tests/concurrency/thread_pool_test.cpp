@@ -101,21 +101,20 @@ TEST(ThreadPool, CountsWhatItDoesWhileItDoesIt) {
 void FloodAndStop(std::size_t producers, unsigned long long operations, unsigned seed) {
     Tally tally;
     std::atomic<unsigned long long> submitted{0}, accepted{0}, refused{0};
+    const auto share = operations / (2 * producers);
+    const auto flood = [&](ThreadPool& pool) {
+        for (unsigned long long i = 0; i < share; ++i) {
+            ++submitted;
+            ++(pool.Submit(tally.Work()) ? accepted : refused);
+        }
+    };
     {
-        auto pool = std::make_unique<ThreadPool>(producers + 2);
-        ThreadPool& target = *pool;
-        ASSERT_EQ(pool->Start(), 0);
-        const auto flood = [&](unsigned long long count) {
-            for (unsigned long long i = 0; i < count; ++i) {
-                ++submitted;
-                ++(target.Submit(tally.Work()) ? accepted : refused);
-            }
-        };
-        const auto share = operations / (2 * producers);
+        ThreadPool pool(producers + 2);
+        ASSERT_EQ(pool.Start(), 0);
         std::vector<std::thread> outside;
         for (std::size_t i = 0; i < producers; ++i) {
-            target.Submit([&flood, share] { flood(share); });
-            outside.emplace_back(flood, share);
+            pool.Submit([&] { flood(pool); });
+            outside.emplace_back([&] { flood(pool); });
         }
         for (std::thread& thread : outside) thread.join();
         for (unsigned i = 0; i < seed % 1000; ++i) std::this_thread::yield();
