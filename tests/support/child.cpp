@@ -7,8 +7,10 @@
 #include <string>
 #include <vector>
 
+#include "base/utf.h"
 #include "base/win_handle.h"
 #include "pelora/log_service.h"
+#include "pelora/outbox.h"
 #include "tandor/logging.h"
 
 namespace {
@@ -43,13 +45,31 @@ int LogLines(const Arguments& arguments) {
     return 0;
 }
 
+// outbox-put FILE REPORT: puts records without end, and appends to REPORT the identifier of each that was stored.
+int OutboxPut(const Arguments& arguments) {
+    pelora::Outbox outbox(tandor::Utf8FromWide(arguments.at(0)));
+    const tandor::FileHandle report(::CreateFileW(arguments.at(1).c_str(), FILE_APPEND_DATA | SYNCHRONIZE,
+                                                  FILE_SHARE_READ, nullptr, OPEN_ALWAYS, 0, nullptr));
+    if (!report) return 1;
+    for (;;) {
+        pelora::OutboxRecord record;
+        record.event = "606009101";
+        record.values = {{"0", std::string(record.sequence % 5000, 'x')}};
+        if (!outbox.Put(record).empty()) return 3;
+        const std::string line = record.identifier + "\n";
+        DWORD written = 0;
+        ::WriteFile(report.Get(), line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
+    }
+}
+
 }  // namespace
 
 int main() {
     int count = 0;
     wchar_t** const words = ::CommandLineToArgvW(::GetCommandLineW(), &count);
     const Arguments arguments(words + (count < 2 ? count : 2), words + count);
-    const std::map<std::wstring, int (*)(const Arguments&)> roles{{L"hold-file", HoldFile}, {L"log-lines", LogLines}};
+    const std::map<std::wstring, int (*)(const Arguments&)> roles{
+        {L"hold-file", HoldFile}, {L"log-lines", LogLines}, {L"outbox-put", OutboxPut}};
     const auto role = count < 2 ? roles.end() : roles.find(words[1]);
     return role == roles.end() ? 2 : role->second(arguments);
 }
