@@ -21,11 +21,11 @@ Json IntegerAttribute(const std::string& key, const std::string& decimal) {
 }
 
 Json Attributes(const OutboxRecord& record) {
-    Json attributes = {StringAttribute("log.record.uid", record.identifier),
-                       StringAttribute("event.name", record.event),
-                       StringAttribute("pelora.kind", KindName(record.kind)),
-                       IntegerAttribute("pelora.sequence", std::to_string(record.sequence)),
-                       IntegerAttribute("process.pid", std::to_string(record.process))};
+    Json attributes =
+        Json::array({StringAttribute("log.record.uid", record.identifier), StringAttribute("event.name", record.event),
+                     StringAttribute("pelora.kind", KindName(record.kind)),
+                     IntegerAttribute("pelora.sequence", std::to_string(record.sequence)),
+                     IntegerAttribute("process.pid", std::to_string(record.process))});
     if (!record.extra.empty()) attributes.push_back(StringAttribute("pelora.extra", record.extra));
     for (const OutboxValue& value : record.values) {
         const std::string key = "value." + value.key;
@@ -90,11 +90,18 @@ Json JsonOfRecord(const OutboxRecord& record) {
 Json OtlpOfRecords(const std::vector<OutboxRecord>& records) {
     Json logs = Json::array();
     for (const OutboxRecord& record : records) logs.push_back(LogRecord(record));
-    const Json resource = {
-        {"attributes",
-         {StringAttribute("service.name", "tandor"), StringAttribute("service.version", TANDOR_VERSION)}}};
-    const Json scope = {{"name", "pelora.outbox"}};
-    return {{"resourceLogs", {{{"resource", resource}, {"scopeLogs", {{{"scope", scope}, {"logRecords", logs}}}}}}}};
+    Json resource = Json::object();
+    resource["attributes"] =
+        Json::array({StringAttribute("service.name", "tandor"), StringAttribute("service.version", TANDOR_VERSION)});
+    Json scope_logs = Json::object();
+    scope_logs["scope"]["name"] = "pelora.outbox";
+    scope_logs["logRecords"] = std::move(logs);
+    Json resource_logs = Json::object();
+    resource_logs["resource"] = std::move(resource);
+    resource_logs["scopeLogs"] = Json::array({std::move(scope_logs)});
+    Json request = Json::object();
+    request["resourceLogs"] = Json::array({std::move(resource_logs)});
+    return request;
 }
 
 }  // namespace tandor::app

@@ -12,6 +12,7 @@
 #include "base/utf.h"
 #include "base/win_handle.h"
 #include "pelora/log_service.h"
+#include "pelora/outbox.h"
 #include "support/child_roles.h"
 #include "tandor/event_reporter.h"
 #include "tandor/logging.h"
@@ -102,27 +103,47 @@ int ScreenValues(const Arguments&) {
               << config.GetExtendShowSecWidth() << "x" << config.GetExtendShowSecHeight() << "\nlists "
               << config.GetMirrorResolutions().size() << " " << config.GetMonitorResolutionConfig().size() << " "
               << pad.width << "x" << pad.height << "\n";
-    // commit-reports NAME COUNT: commits ten tags and the trace identifier NAME, COUNT times.
-    int CommitReports(const Arguments& arguments) {
-        const auto reporter = Tandor::ReporterFactory::GetInstance().CreateReporter(79, 10);
-        reporter->SetTraceID(std::string(arguments.at(0).begin(), arguments.at(0).end()));
-        for (int i = std::stoi(arguments.at(1)); i > 0; --i) {
-            for (int tag = 0; tag < 10; ++tag) reporter->RecordTimeStamp(tag);
-            reporter->Commit();
-        }
-        return 0;
-    }
+    return 0;
+}
 
-    // host-log TEXT COUNT: writes TEXT to the host log COUNT times, as a failure, and dies without a farewell.
-    int HostLog(const Arguments& arguments) {
-        for (int i = std::stoi(arguments.at(1)); i > 0; --i) {
-            std::wstringstream message;
-            message << arguments.at(0);
-            VxLogger::GetInstance().Log(LOG_MESSAGE_ERROR, message);
-        }
-        ::TerminateProcess(::GetCurrentProcess(), 0);
-        return 1;
+// commit-reports NAME COUNT: commits ten tags and the trace identifier NAME, COUNT times.
+int CommitReports(const Arguments& arguments) {
+    const auto reporter = Tandor::ReporterFactory::GetInstance().CreateReporter(79, 10);
+    reporter->SetTraceID(std::string(arguments.at(0).begin(), arguments.at(0).end()));
+    for (int i = std::stoi(arguments.at(1)); i > 0; --i) {
+        for (int tag = 0; tag < 10; ++tag) reporter->RecordTimeStamp(tag);
+        reporter->Commit();
     }
+    return 0;
+}
+
+// host-log TEXT COUNT: writes TEXT to the host log COUNT times, as a failure, and dies without a farewell.
+int HostLog(const Arguments& arguments) {
+    for (int i = std::stoi(arguments.at(1)); i > 0; --i) {
+        std::wstringstream message;
+        message << arguments.at(0);
+        VxLogger::GetInstance().Log(LOG_MESSAGE_ERROR, message);
+    }
+    ::TerminateProcess(::GetCurrentProcess(), 0);
+    return 1;
+}
+
+// outbox-put FILE REPORT: puts records without end, and appends to REPORT the identifier of each that was stored.
+int OutboxPut(const Arguments& arguments) {
+    pelora::Outbox outbox(tandor::Utf8FromWide(arguments.at(0)));
+    const tandor::FileHandle report(::CreateFileW(arguments.at(1).c_str(), FILE_APPEND_DATA | SYNCHRONIZE,
+                                                  FILE_SHARE_READ, nullptr, OPEN_ALWAYS, 0, nullptr));
+    if (!report) return 1;
+    for (;;) {
+        pelora::OutboxRecord record;
+        record.event = "606009101";
+        record.values = {{"0", std::string(record.sequence % 5000, 'x')}};
+        if (!outbox.Put(record).empty()) return 3;
+        const std::string line = record.identifier + "\n";
+        DWORD written = 0;
+        ::WriteFile(report.Get(), line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
+    }
+}
 
 }  // namespace
 
@@ -138,6 +159,7 @@ int main() {
         {L"hold-handles", HoldHandles},
         {L"host-log", HostLog},
         {L"log-lines", LogLines},
+        {L"outbox-put", OutboxPut},
         {L"screen-values", ScreenValues},
         {L"store-attributes", tandor::test::StoreAttributes},
         {L"store-records", tandor::test::StoreRecords},

@@ -35,6 +35,7 @@ public:
     }
     ~Child() { Kill(); }
     Child(Child&&) = default;
+    Child& operator=(Child&&) = default;  // what is assigned to was killed before
 
     int Wait() {
         DWORD code = 0;

@@ -55,14 +55,14 @@ TEST(GroupCommit, GivesUpWaitingForAWriterThatHangs) {
     });
     while (!hanging) std::this_thread::yield();
     Item late;
-    EXPECT_FALSE(group.Submit(late, Group::Clock::now() + 20ms, [](const Group::Take&) { FAIL() << "not the leader"; }));
+    EXPECT_FALSE(
+        group.Submit(late, Group::Clock::now() + 20ms, [](const Group::Take&) { FAIL() << "not the leader"; }));
     release = true;
     slow.join();
     // It was withdrawn: nobody may touch it any more.
     Item next;
-    EXPECT_TRUE(group.Submit(next, Group::Clock::now() + 60s, [&](const Group::Take& take) {
-        EXPECT_EQ(take(), Group::Batch{&next});
-    }));
+    EXPECT_TRUE(group.Submit(next, Group::Clock::now() + 60s,
+                             [&](const Group::Take& take) { EXPECT_EQ(take(), Group::Batch{&next}); }));
 }
 
 TEST(GroupCommit, EndsWhenTheWriterTookNothing) {

@@ -44,8 +44,7 @@ TEST(IpcFrame, IsReadBackAndCutOrFalseOnesAreNot) {
     ASSERT_TRUE(frame);
     pelora::ReadMessage read;
     for (std::size_t length = 0; length < frame->size(); ++length) {
-        EXPECT_EQ(pelora::ReadFrame(std::string_view(*frame).substr(0, length), read),
-                  pelora::FrameState::kIncomplete);
+        EXPECT_EQ(pelora::ReadFrame(std::string_view(*frame).substr(0, length), read), pelora::FrameState::kIncomplete);
     }
     ASSERT_EQ(pelora::ReadFrame(*frame + "next", read), pelora::FrameState::kWhole);
     EXPECT_EQ(read.client, 0x490084);

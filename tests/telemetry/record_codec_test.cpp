@@ -8,7 +8,8 @@ TEST(RecordCodec, GivesBackWhatItTookAndRefusesEverythingElse) {
     pelora::OutboxRecord record;
     record.event = "606008003";
     record.extra = "手机";
-    record.values = {{"0", "a\0b", false}, {"größe", "-9223372036854775808", true}, {"", std::string("\xFF\0", 2), false}};
+    record.values = {
+        {"0", "a\0b", false}, {"größe", "-9223372036854775808", true}, {"", std::string("\xFF\0", 2), false}};
     record.files = {{"C:\\log\\手机.log", -1, 0}, {"x", 1LL << 40, 1700000000000}};
     const std::string bytes = pelora::EncodeContent(record);
     pelora::OutboxRecord read;
