@@ -9,9 +9,9 @@ namespace tandor {
 namespace {
 
 constexpr std::uint64_t kRenameRetry = 1000;  // ms
-constexpr int kLockTries = 100;               // of 2 ms: a writer that hangs must not hang the others
+constexpr int kLockTries = 1000;              // of 2 ms: a writer that hangs must not hang the others
 constexpr int kFollowTries = 5;
-constexpr std::uint64_t kNearlyFull = 32 * 1024;  // room for what four writers append at once before they look again
+constexpr std::uint64_t kNearlyFull = 17 * 1024;  // more than one append
 
 FileHandle OpenShared(const std::filesystem::path& path, DWORD access, DWORD disposition) {
     return FileHandle(::CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
@@ -66,7 +66,8 @@ RotatingFile::RotatingFile(std::filesystem::path path, std::uint64_t max_size, u
 
 // What was open stays open when this fails: a record must have somewhere to go.
 bool RotatingFile::Open() noexcept {
-    // Append access without write access makes every write land at the end, whatever other processes do meanwhile.
+    // Append access without write access makes every write land at the end; where the system does not do that in one
+    // step, the lock does.
     FileHandle file =
         OpenShared(path_, FILE_APPEND_DATA | FILE_READ_DATA | FILE_READ_ATTRIBUTES | SYNCHRONIZE, OPEN_ALWAYS);
     if (!file) return false;
@@ -90,7 +91,7 @@ bool RotatingFile::LockCurrent() noexcept {
     if (writers_ == Writers::kOneProcess) return true;
     for (int attempt = 0; attempt < kFollowTries; ++attempt) {
         const bool locked = LockOnce();
-        if (Names(path_, file_.Get())) return locked;
+        if (!NearlyFull() || Names(path_, file_.Get())) return locked;
         if (locked) Unlock();
         if (!Open()) ::Sleep(1);  // somebody is in the middle of renaming it
     }
@@ -129,26 +130,26 @@ std::string RotatingFile::Rotate() {
     return {};
 }
 
-// Only a file that is nearly full can be renamed by anybody. Before that nothing has to be locked or looked up: a write
-// lands at the end of the file, whoever else writes.
+// Only a file that is nearly full can have been renamed by another process: before that nobody has to look.
 bool RotatingFile::NearlyFull() const noexcept { return Size() + kNearlyFull > max_size_; }
 
 std::string RotatingFile::Append(std::string_view records) {
     std::string trouble;
-    if (NearlyFull()) {
-        const bool locked = LockCurrent();
-        const bool full = Size() > 0 && Size() + records.size() > max_size_ && NearlyFull();
-        const bool rename = full && locked && ::GetTickCount64() >= next_rename_;
-        if (rename) trouble = Rotate();
-        if (locked) Unlock();
-        if (rename && trouble.empty() && !Open()) trouble = InWords("cannot open", path_, ::GetLastError());
+    bool locked = LockCurrent();
+    const bool full = NearlyFull() && Size() > 0 && Size() + records.size() > max_size_;
+    if (full && locked && ::GetTickCount64() >= next_rename_) {
+        trouble = Rotate();
+        Unlock();
+        if (trouble.empty() && !Open()) trouble = InWords("cannot open", path_, ::GetLastError());
         if (!trouble.empty()) next_rename_ = ::GetTickCount64() + kRenameRetry;
+        locked = LockCurrent();
     }
     DWORD written = 0;
     if (::WriteFile(file_.Get(), records.data(), static_cast<DWORD>(records.size()), &written, nullptr) == 0 ||
         written != records.size()) {
         trouble = InWords("cannot write", path_, ::GetLastError());
     }
+    if (locked) Unlock();
     return trouble;
 }
 

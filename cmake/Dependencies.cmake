@@ -17,12 +17,15 @@ add_library(tandor_crypto STATIC IMPORTED)
 set_target_properties(tandor_crypto PROPERTIES IMPORTED_LOCATION ${CRYPTO_LIBRARY}
     INTERFACE_INCLUDE_DIRECTORIES ${CRYPTO_INCLUDE})
 tandor_delay_load(tandor_crypto ws2_32 user32 advapi32)
-
+find_library(TLS_LIBRARY ssl REQUIRED)
+add_library(tandor_tls STATIC IMPORTED)
+set_target_properties(tandor_tls PROPERTIES IMPORTED_LOCATION ${TLS_LIBRARY}
+    INTERFACE_INCLUDE_DIRECTORIES ${CRYPTO_INCLUDE} INTERFACE_LINK_LIBRARIES tandor_crypto)
+# Not through its own package, which names the system DLLs for loading at start.
 find_path(CURL_INCLUDE curl/curl.h REQUIRED)
 find_library(CURL_LIBRARY curl REQUIRED)
-find_library(SSL_LIBRARY ssl REQUIRED)
 add_library(tandor_curl STATIC IMPORTED)
-set_target_properties(tandor_curl PROPERTIES IMPORTED_LOCATION ${CURL_LIBRARY} INTERFACE_INCLUDE_DIRECTORIES ${CURL_INCLUDE})
-target_compile_definitions(tandor_curl INTERFACE CURL_STATICLIB)
-target_link_libraries(tandor_curl INTERFACE ${SSL_LIBRARY} tandor_crypto)
+set_target_properties(tandor_curl PROPERTIES IMPORTED_LOCATION ${CURL_LIBRARY}
+    INTERFACE_INCLUDE_DIRECTORIES ${CURL_INCLUDE} INTERFACE_COMPILE_DEFINITIONS CURL_STATICLIB
+    INTERFACE_LINK_LIBRARIES tandor_tls)
 tandor_delay_load(tandor_curl ws2_32 crypt32 bcrypt advapi32)

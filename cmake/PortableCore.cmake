@@ -44,9 +44,9 @@ set(TANDOR_SERVICE_CALLERS
 # Of the suite's services, what runs anywhere: exported classes, and what stands behind them.
 set(TANDOR_SUITE_EXPORTED_SOURCES
     suite/file/xml_document.cpp
+    suite/ipc/ipc_channel.cpp
 )
 set(TANDOR_SUITE_CORE_SOURCES
-    suite/ipc/ipc_channel.cpp
     suite/ipc/ipc_frame.cpp
     suite/telemetry/record_codec.cpp
 )
