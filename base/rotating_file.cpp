@@ -116,8 +116,13 @@ std::filesystem::path RotatingFile::RotatedName(unsigned number) const {
 }
 
 std::string RotatingFile::Rotate() {
+    // Renamed before it is deleted: a deleted file keeps its name as long as a process that fell behind has it open.
     const auto oldest = RotatedName(rotated_files_);
-    if (::DeleteFileW(oldest.c_str()) == 0 && ::GetLastError() != ERROR_FILE_NOT_FOUND) {
+    auto dropped = oldest;
+    dropped += L".dropped-" + std::to_wstring(::GetCurrentProcessId());
+    if (::MoveFileExW(oldest.c_str(), dropped.c_str(), MOVEFILE_REPLACE_EXISTING) != 0) {
+        ::DeleteFileW(dropped.c_str());
+    } else if (::GetLastError() != ERROR_FILE_NOT_FOUND) {
         return InWords("cannot drop", oldest, ::GetLastError());
     }
     for (unsigned number = rotated_files_; number > 0; --number) {
