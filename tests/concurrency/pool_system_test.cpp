@@ -168,7 +168,7 @@ TEST(LowPowerQueueOnTheSystem, ManyStartsAndStopsLeaveNoThreadAndNoHandle) {
     const DWORD handles = HandlesOfThisProcess();
     const auto cycles = Amount("TANDOR_STRESS_CYCLES", 100);
     StartAndStop(*queue, cycles);
-    EXPECT_EQ(ThreadsOfThisProcess(), threads);
+    EXPECT_LE(ThreadsOfThisProcess(), threads);  // threads of earlier tests may end meanwhile
     EXPECT_LT(HandlesOfThisProcess(), handles + cycles / 4);
 }
 

@@ -46,7 +46,8 @@ TEST(IpcFrame, IsReadBackAndCutOrFalseOnesAreNot) {
     for (std::size_t length = 0; length < frame->size(); ++length) {
         EXPECT_EQ(pelora::ReadFrame(std::string_view(*frame).substr(0, length), read), pelora::FrameState::kIncomplete);
     }
-    ASSERT_EQ(pelora::ReadFrame(*frame + "next", read), pelora::FrameState::kWhole);
+    const std::string stream = *frame + "next";  // what is read points into it
+    ASSERT_EQ(pelora::ReadFrame(stream, read), pelora::FrameState::kWhole);
     EXPECT_EQ(read.client, 0x490084);
     EXPECT_EQ(read.length, frame->size());
     EXPECT_EQ(read.item.name, item.name);
