@@ -8,7 +8,7 @@
 #include "app/tour.h"
 #include "base/utf.h"
 #include "base/win_error.h"
-#include "base/win_handle.h"
+#include "base/win_process.h"
 #include "tandor/operation_queue.h"
 #include "tandor/state_watch.h"
 #include "tandor/thread_pool.h"
@@ -39,29 +39,22 @@ public:
         if (!file) throw CommandError(TextOf(output), WindowsErrorText(::GetLastError()));
         wchar_t program[32768];
         ::GetModuleFileNameW(nullptr, program, static_cast<DWORD>(std::size(program)));
-        std::wstring command = L"tandorctl watch announce " + name_a + L" " + name_b;
+        const std::wstring command = L"tandorctl watch announce " + name_a + L" " + name_b;
         STARTUPINFOW startup{};
-        startup.cb = sizeof(startup);
         startup.dwFlags = STARTF_USESTDHANDLES;
         startup.hStdOutput = startup.hStdError = file.Get();
-        PROCESS_INFORMATION process{};
-        if (::CreateProcessW(program, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
-                             &process) == 0)
-            throw CommandError("a second process", WindowsErrorText(::GetLastError()));
-        process_ = KernelHandle(process.hProcess);
-        const KernelHandle thread(process.hThread);
-        id_ = process.dwProcessId;
+        process_ = StartProcess(program, command, startup);
+        if (!process_.handle) throw CommandError("a second process", WindowsErrorText(::GetLastError()));
     }
     ~Announcer() { Kill(); }
     Announcer(const Announcer&) = delete;
     Announcer& operator=(const Announcer&) = delete;
 
-    void Kill() { ::TerminateProcess(process_.Get(), 1); }
-    [[nodiscard]] unsigned long Id() const { return id_; }
+    void Kill() { ::TerminateProcess(process_.handle.Get(), 1); }
+    [[nodiscard]] unsigned long Id() const { return process_.id; }
 
 private:
-    KernelHandle process_;
-    unsigned long id_ = 0;
+    StartedProcess process_;
 };
 
 std::wstring LongForm(const std::filesystem::path& path) {

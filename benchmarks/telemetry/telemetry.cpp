@@ -8,7 +8,8 @@
 #include <stdexcept>
 
 #include "base/utf.h"
-#include "base/win_handle.h"
+#include "base/win_error.h"
+#include "base/win_process.h"
 #include "benchmarks/ratio.h"
 #include "benchmarks/telemetry/ten_values.h"
 
@@ -53,16 +54,10 @@ double FromThreads(const std::filesystem::path& file, int threads) {
 }
 
 KernelHandle Writer(const std::filesystem::path& file, int count, const wchar_t* event) {
-    std::wstring command = L"outbox_writer.exe \"" + file.native() + L"\" 1 " + std::to_wstring(count) + L" " + event;
-    STARTUPINFOW startup{};
-    startup.cb = sizeof(startup);
-    PROCESS_INFORMATION information{};
-    if (::CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
-                         &information) == 0) {
-        throw std::runtime_error("outbox_writer.exe did not start");
-    }
-    ::CloseHandle(information.hThread);
-    return KernelHandle(information.hProcess);
+    const std::wstring command = L"outbox_writer.exe \"" + file.native() + L"\" 1 " + std::to_wstring(count) + L" " + event;
+    StartedProcess writer = StartProcess(nullptr, command);
+    if (!writer.handle) throw WindowsError("outbox_writer.exe did not start", ::GetLastError());
+    return std::move(writer.handle);
 }
 
 double FromProcesses(const std::filesystem::path& file) {
