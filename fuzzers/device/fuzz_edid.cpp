@@ -66,7 +66,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto coordinates = tandor::ReadCoordinates(edid);
     if (coordinates) {
         const tandor::Gamut panel = tandor::GamutOf(*coordinates);
-        for (const auto& reference : {tandor::kP3, tandor::kAdobeRgb, tandor::kBt2020}) CheckCoverage(reference, panel);
+        constexpr tandor::Gamut kReferences[] = {tandor::kP3, tandor::kAdobeRgb, tandor::kBt2020};
+        CheckCoverage(kReferences[edid[34] % 3], panel);  // one of them: each input in a third of the time
         // Any two panels as well, the second from the bytes behind.
         if (size >= 45) {
             std::vector<std::uint8_t> other = edid;
@@ -82,6 +83,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     TANDOR_HOLDS(block->maker.size() == 3 && block->name.size() <= 13 && block->serial_text.size() <= 13);
     TANDOR_HOLDS(std::isfinite(block->preferred.refresh) && std::isfinite(block->gamma));
     if (coordinates) TANDOR_HOLDS(block->gamut == tandor::GamutOf(*coordinates));
-    if (size % 64 == 0) TANDOR_HOLDS(tandor::GamutDiagram(block->name, block->gamut).ends_with("</svg>\n"));
+    if (size % 64 == 0 && edid[0] % 16 == 0) TANDOR_HOLDS(tandor::GamutDiagram(block->name, block->gamut).ends_with("</svg>\n"));
     return 0;
 }
