@@ -13,7 +13,7 @@
 
 #include "base/hex.h"
 #include "base/win_handle.h"
-#include "concurrency/lock.h"
+#include "base/lock.h"
 #include "foundation/message.h"
 #include "security/sha256.h"
 #include "tandor/sealing.h"
