@@ -38,8 +38,25 @@ void AddCommands(CLI::App& app, Context& context) {
         "Try 'tandorctl tour' to see everything at work, 'tandorctl doctor' to see what works on this machine,\n"
         "'tandorctl COMMAND --help' for one command. Exit codes: 0 done, 1 failed, 2 usage.");
     using namespace tandor::app;
-    for (const auto add : {AddLogCommands, AddTextCommands, AddVersionCommands, AddClassifyCommand, AddHashCommand,
-                           AddSealCommands, AddFetchCommand, AddDoctorCommand, AddTourCommand}) {
+    for (const auto add : {
+             AddLogCommands,
+             AddTextCommands,
+             AddVersionCommands,
+             AddClassifyCommand,
+             AddDeviceCommands,
+             AddScreenCommands,
+             AddPanelCommand,
+             AddHashCommand,
+             AddSealCommands,
+             AddFetchCommand,
+             AddReportCommands,
+             AddOutboxCommands,
+             AddQueueCommand,
+             AddWatchCommand,
+             AddLookCommands,
+             AddDoctorCommand,
+             AddTourCommand,
+         }) {
         add(app, context);
     }
 }

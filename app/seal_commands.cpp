@@ -38,6 +38,9 @@ std::string_view Trimmed(std::string_view text) {
     return text.substr(first, text.find_last_not_of(kWhite) + 1 - first);
 }
 
+// How errors name an input.
+std::string Named(const std::string& file) { return file == "-" ? "standard input" : file; }
+
 struct Options {
     std::string key;
     std::string input = "-";
@@ -49,7 +52,7 @@ void SetKey(SecurityEncryptUtil& util, const Options& options) {
     const std::string_view key = Trimmed(file.text);
     if (key.size() != kKeyDigits || !IsHex(key)) {
         throw CommandError(
-            options.key,
+            Named(options.key),
             fmt::format("a key has {} hexadecimal digits, this file has {} characters", kKeyDigits, key.size()),
             "draw one with 'tandorctl random 32'");
     }
@@ -61,11 +64,12 @@ std::string ReadMessage(const Options& options) {
     const SecretText content(ReadInput(options.input));
     const std::string_view digits = Trimmed(content.text);
     if (options.hex && (digits.size() % 2 != 0 || !IsHex(digits))) {
-        throw CommandError(options.input, "it is not pairs of hexadecimal digits", "leave --hex out for other content");
+        throw CommandError(Named(options.input), "it is not pairs of hexadecimal digits",
+                           "leave --hex out for other content");
     }
     const std::size_t size = options.hex ? digits.size() / 2 : content.text.size();
     if (size > kLongestMessage) {
-        throw CommandError(options.input, fmt::format("it has {} bytes", size),
+        throw CommandError(Named(options.input), fmt::format("it has {} bytes", size),
                            fmt::format("a sealed message holds at most {}", kLongestMessage));
     }
     return options.hex ? std::string(digits) : HexFromBytes(content.text, HexCase::kUpper);
@@ -96,12 +100,12 @@ void Open(const Context& context, const Options& options) {
     const std::string content = ReadInput(options.input);
     const std::string sealed(Trimmed(content));
     if (sealed.empty() || sealed.size() % 2 != 0 || !IsHex(sealed)) {
-        throw CommandError(options.input, "a sealed message is pairs of hexadecimal digits",
+        throw CommandError(Named(options.input), "a sealed message is pairs of hexadecimal digits",
                            "check for a cut end and foreign characters");
     }
     SecretText opened({});
     if (util.AesGcmDecrypt(sealed, opened.text) < 0) {
-        throw CommandError(options.input, "the message does not open under this key",
+        throw CommandError(Named(options.input), "the message does not open under this key",
                            "it was changed or cut on its way, or it was sealed under another key");
     }
     ShowOpened(context, options, opened);

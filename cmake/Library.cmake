@@ -1,10 +1,23 @@
 # TandorUtil.dll: the portable core and, beside it, the files that call the system.
 add_library(tandor_core OBJECT ${TANDOR_CORE_SOURCES})
-target_link_libraries(tandor_core PUBLIC tandor_compiling tandor_crypto ${TANDOR_SUITE_TARGET})
+target_link_libraries(tandor_core PUBLIC tandor_compiling tandor_crypto ${TANDOR_SUITE_TARGET} PRIVATE nlohmann_json::nlohmann_json)
 target_compile_definitions(tandor_core PRIVATE TANDOR_BUILDING)
 
 add_library(TandorUtil SHARED
     $<TARGET_OBJECTS:tandor_core>
+    concurrency/foreign_file.cpp
+    concurrency/keep_awake.cpp
+    concurrency/open_files.cpp
+    concurrency/pool_message_system.cpp
+    concurrency/presence.cpp
+    concurrency/process_detector.cpp
+    concurrency/system_table.cpp
+    concurrency/window_detector.cpp
+    config/album_times.cpp
+    config/bound_records.cpp
+    config/koplay_registry.cpp
+    config/paired_attributes.cpp
+    config/present_records.cpp
     config/config_mgr.cpp
     config/display_query.cpp
     device/edid_data.cpp
@@ -12,7 +25,6 @@ add_library(TandorUtil SHARED
     foundation/channel_logger.cpp
     foundation/channel_sink.cpp
     foundation/logging.cpp
-    foundation/message.cpp
     foundation/text_system.cpp
     foundation/thumbnail.cpp
     security/crypt_base.cpp
@@ -21,6 +33,9 @@ add_library(TandorUtil SHARED
     security/sealing_host.cpp
     system/http_download.cpp
     system/http_transfer.cpp
+    telemetry/data_process_report.cpp
+    telemetry/data_report_clock.cpp
+    ${TANDOR_SERVICE_CALLERS}
 )
 add_library(Tandor::TandorUtil ALIAS TandorUtil)
 target_compile_definitions(TandorUtil PRIVATE TANDOR_BUILDING)
@@ -28,8 +43,7 @@ target_include_directories(TandorUtil PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_
 set_target_properties(TandorUtil PROPERTIES PREFIX "" IMPORT_PREFIX "lib")
 target_link_libraries(TandorUtil PRIVATE $<BUILD_INTERFACE:tandor_compiling> $<BUILD_INTERFACE:tandor_base>
     ${TANDOR_SUITE_TARGET} $<BUILD_INTERFACE:spdlog::spdlog> $<BUILD_INTERFACE:fmt::fmt>
-    $<BUILD_INTERFACE:tandor_crypto>
-    $<BUILD_INTERFACE:tandor_curl>)
+    $<BUILD_INTERFACE:tandor_crypto> $<BUILD_INTERFACE:tandor_curl>)
 tandor_delay_load(TandorUtil user32 gdi32 gdiplus advapi32 ole32 oleaut32 bcrypt pathcch)
 # Sample configuration, where programs in the bin folder look for theirs.
 foreach(sample config/VxExScreenConfig.xml cloundConfig/PadResolutionConfig.xml)
@@ -37,6 +51,7 @@ foreach(sample config/VxExScreenConfig.xml cloundConfig/PadResolutionConfig.xml)
     get_filename_component(folder ${sample} DIRECTORY)
     configure_file(config/samples/${name} ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${folder}/VxExScreen/${name} COPYONLY)
 endforeach()
+configure_file(device/samples/wide-panel.edid ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/samples/wide-panel.edid COPYONLY)
 
 tandor_version_resource(TandorUtil "Utility library of the multi-device feature")
 

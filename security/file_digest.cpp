@@ -1,30 +1,31 @@
-// SHA-256 of files: the digest runs on the caller's thread while the next block is read on one of the system's pool.
+// SHA-256 of files: the digest runs on the caller's thread; of a large file the next blocks are read on another.
 #include <windows.h>
 
-#include <array>
+#include <xmmintrin.h>
+
+#include <algorithm>
 #include <exception>
 #include <memory>
+#include <mutex>
 #include <new>
+#include <system_error>
+#include <thread>
 
 #include "base/hex.h"
 #include "base/win_handle.h"
+#include "base/lock.h"
 #include "foundation/message.h"
 #include "security/sha256.h"
 #include "tandor/sealing.h"
 
 namespace {
 
-constexpr DWORD kBlockSize = 1024 * 1024;
+// Small enough that a block is still in a cache when its digest is taken.
+constexpr DWORD kBlockSize = 256 * 1024;
 constexpr std::wstring_view kLiteralPrefix = L"\\\\?\\";
 
 // How far the work came, as the host log words it.
 enum class Stage { kDone, kStopped, kPath, kRead, kContext, kHash };
-
-struct PoolWorkPolicy {
-    using Value = PTP_WORK;
-    static Value Invalid() noexcept { return nullptr; }
-    static void Close(Value value) noexcept { ::CloseThreadpoolWork(value); }
-};
 
 // The absolute path in the form that the system takes at any length; empty when there is none.
 std::wstring Canonicalise(const std::wstring& path) {
@@ -62,56 +63,100 @@ struct Block {
     DWORD error;  // 0 when the read went well
 };
 
-// Reads a file block by block; while one is worked on, the next may already be on its way.
+// A file's content, block by block. Once more than a ring of blocks has been read, a thread reads ahead: it wakes only
+// when half of the ring is free, so that the digest never waits for it and neither is woken for every block.
 class BlockReader {
 public:
-    explicit BlockReader(HANDLE file) noexcept : file_(file) {
-        for (auto& buffer : buffers_) buffer.reset(new (std::nothrow) unsigned char[kBlockSize]);
-        // Without the pool each block is read when it is asked for.
-        work_ = tandor::UniqueHandle<PoolWorkPolicy>(::CreateThreadpoolWork(ReadInPool, this, nullptr));
+    explicit BlockReader(HANDLE file) noexcept : file_(file), memory_(new (std::nothrow) unsigned char[kRing]) {}
+    ~BlockReader() {
+        {
+            const std::lock_guard guard(lock_);
+            stopped_ = true;
+        }
+        changed_.WakeAll();
+        if (thread_.joinable()) thread_.join();
     }
-    ~BlockReader() { Join(); }
     BlockReader(const BlockReader&) = delete;
     BlockReader& operator=(const BlockReader&) = delete;
 
-    explicit operator bool() const noexcept { return buffers_[0] != nullptr && buffers_[1] != nullptr; }
+    explicit operator bool() const noexcept { return memory_ != nullptr; }
 
-    // The next block. It lives until the second call after this one.
+    // The next block. It lives until the next call.
     Block Next() noexcept {
-        if (!Join()) Read();
-        current_ ^= 1;
-        return {buffers_[current_ ^ 1].get(), size_, error_};
-    }
-    // Begins to read the block after the one that Next returned last.
-    void ReadAhead() noexcept {
-        if (!work_) return;
-        pending_ = true;
-        ::SubmitThreadpoolWork(work_.Get());
+        if (!thread_.joinable()) {
+            if (taken_ == kBlocks) StartAhead();
+            if (!thread_.joinable()) {  // a short file, or no thread to be had
+                Read(blocks_[0]);
+                ++taken_;
+                return blocks_[0];
+            }
+        }
+        std::unique_lock guard(lock_);
+        if (held_) ++freed_;
+        held_ = true;
+        if (read_ - freed_ == kBlocks / 2) changed_.WakeAll();
+        while (read_ == freed_) changed_.Wait(lock_);
+        return blocks_[freed_ % kBlocks];
     }
 
 private:
-    static void CALLBACK ReadInPool(PTP_CALLBACK_INSTANCE, void* reader, PTP_WORK) {
-        static_cast<BlockReader*>(reader)->Read();
+    void StartAhead() noexcept {
+        try {
+            thread_ = std::thread([this] { ReadAhead(); });
+        } catch (const std::system_error&) {
+            return;  // goes on without
+        }
     }
-    void Read() noexcept {
-        error_ = ::ReadFile(file_, buffers_[current_].get(), kBlockSize, &size_, nullptr) != 0 ? 0 : ::GetLastError();
+    void ReadAhead() noexcept {
+        std::unique_lock guard(lock_);
+        for (std::size_t number = 0; !stopped_; ++number) {
+            if (read_ - freed_ == kBlocks) {
+                while (read_ - freed_ > kBlocks / 2 && !stopped_) changed_.Wait(lock_);
+                if (stopped_) return;
+            }
+            Block& block = blocks_[number % kBlocks];
+            guard.unlock();
+            Read(block);
+            guard.lock();
+            if (read_++ == freed_) changed_.WakeAll();
+            if (block.error != 0 || block.size == 0) return;
+        }
     }
-    // Waits for the read on its way; false when there is none.
-    bool Join() noexcept {
-        if (!pending_) return false;
-        ::WaitForThreadpoolWorkCallbacks(work_.Get(), FALSE);
-        pending_ = false;
-        return true;
+    void Read(Block& block) noexcept {
+        const auto data = memory_.get() + (&block - blocks_) * std::ptrdiff_t{kBlockSize};
+        DWORD size = 0;
+        const bool done = ::ReadFile(file_, data, kBlockSize, &size, nullptr) != 0;
+        block = {data, size, done ? 0 : ::GetLastError()};
     }
 
+    static constexpr std::size_t kBlocks = 8;
+    static constexpr std::size_t kRing = kBlocks * kBlockSize;
+
     HANDLE file_;
-    std::array<std::unique_ptr<unsigned char[]>, 2> buffers_;
-    std::size_t current_ = 0;  // the buffer that is read into next
-    DWORD size_ = 0;
-    DWORD error_ = 0;
-    bool pending_ = false;
-    tandor::UniqueHandle<PoolWorkPolicy> work_;
+    std::unique_ptr<unsigned char[]> memory_;
+    Block blocks_[kBlocks]{};
+    std::size_t taken_ = 0;  // without the thread
+    std::thread thread_;
+    tandor::Lock lock_;  // of what follows
+    tandor::Condition changed_;
+    std::size_t read_ = 0;   // blocks that the thread has filled
+    std::size_t freed_ = 0;  // of these, the ones that have been worked on
+    bool held_ = false;      // whether the caller works on the block behind the freed ones
+    bool stopped_ = false;
 };
+
+// The bytes lie in the cache of the processor core that read them: each piece is fetched while the one before it is worked on.
+bool Feed(tandor::Sha256& hash, const Block& block) noexcept {
+    constexpr std::size_t kPiece = 1024;
+    constexpr std::size_t kLine = 64;
+    for (std::size_t done = 0; done < block.size; done += kPiece) {
+        const std::size_t next = done + kPiece;
+        for (std::size_t line = next; line < std::min<std::size_t>(next + kPiece, block.size); line += kLine)
+            _mm_prefetch(reinterpret_cast<const char*>(block.data + line), _MM_HINT_T0);
+        if (!hash.Update(block.data + done, std::min<std::size_t>(kPiece, block.size - done))) return false;
+    }
+    return true;
+}
 
 // Sets the last error when it does not end with kDone.
 Stage HashFile(HANDLE file, const CTandorSecTools::HashProgress& progress, unsigned char* digest) {
@@ -129,8 +174,7 @@ Stage HashFile(HANDLE file, const CTandorSecTools::HashProgress& progress, unsig
             ::SetLastError(block.error);
             return Stage::kRead;
         }
-        if (block.size == kBlockSize) reader.ReadAhead();
-        if (!hash.Update(block.data, block.size)) return Stage::kHash;
+        if (!Feed(hash, block)) return Stage::kHash;
         done += block.size;
         if (progress && !progress(done, static_cast<unsigned long long>(total.QuadPart))) {
             ::SetLastError(ERROR_CANCELLED);
@@ -145,8 +189,7 @@ Stage HashPath(const std::wstring& path, const CTandorSecTools::HashProgress& pr
     if (full.empty()) return Stage::kPath;
     const tandor::FileHandle file = OpenDiskFile(full);
     if (!file) return Stage::kRead;
-    const Stage stage = HashFile(file.Get(), progress, digest);
-    return stage;
+    return HashFile(file.Get(), progress, digest);
 }
 
 void ReportStage(Stage stage, const std::wstring& path) {

@@ -54,7 +54,7 @@ int SecurityEncryptUtil::AesGcmDecrypt(const std::string& sealedHex, std::string
 
 bool SecurityEncryptUtil::GenerateRandom(unsigned char* buffer, int len) noexcept {
     if (len >= 0 && CryptRandom::Gen(buffer, static_cast<unsigned long>(len)) == 1) return true;
-    Report(kFailure, kGenerate, L"%s Fail to generate designated-length rand bytes!\n");
+    Report(kFailure, kGenerate, kGenerate, L" Fail to generate designated-length rand bytes!\n");
     return false;
 }
 

@@ -111,13 +111,14 @@ public:
 
     // Replaces `hashHex` by the file's digest in lower-case hexadecimal. The path may be relative, not ASCII, and up to
     // 32767 characters long; "\\?\" in front of it takes it literally. Others may read, write, rename and delete the
-    // file meanwhile. Needs 2 MiB of memory whatever the file's size, and reads ahead on a thread of the system's pool.
+    // file meanwhile. Needs 512 KiB of memory whatever the file's size, and reads ahead on a thread of the system's
+    // pool.
     //
     // False when the path is not one ("PathCanonicalize failed, filepath is "), the file cannot be opened or read or is
     // not a file on a disk ("read file failed"), memory is short ("create file conext failed") or the digest fails
     // ("get hash failed"): the host log has the line, GetLastError the cause, `hashHex` is untouched.
     bool GetSha256HashStrFromFile(const std::wstring& path, std::string& hashHex) noexcept;
-    // The same, with `progress` told after each MiB on the calling thread. Stopped by it: false without a line in the
-    // log, and GetLastError gives ERROR_CANCELLED. What it throws leaves through this call.
+    // The same, with `progress` told after each 256 KiB on the calling thread. Stopped by it: false without a line in
+    // the log, and GetLastError gives ERROR_CANCELLED. What it throws leaves through this call.
     bool GetSha256HashStrFromFile(const std::wstring& path, std::string& hashHex, const HashProgress& progress);
 };

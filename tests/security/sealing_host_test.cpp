@@ -85,7 +85,8 @@ TEST(RandomText, IsDrawnOrRefused) {
     EXPECT_FALSE(util.GenerateRandom(buffer, -1));
     EXPECT_FALSE(util.GenerateRandom(static_cast<unsigned char*>(nullptr), 8));
     const std::wstring failed =
-        L"4 %s Fail to generate designated-length rand bytes!\n(SecurityEncryptUtil::GenerateRandom)";
+        L"4 SecurityEncryptUtil::GenerateRandom Fail to generate designated-length rand bytes!\n"
+        L"(SecurityEncryptUtil::GenerateRandom)";
     EXPECT_EQ(log.Take(), (Lines{failed, L"4 gen random failed, errCode -1073741811(CryptRandom::Gen)", failed}));
 }
 

@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cerrno>
 #include <climits>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "base/hex.h"
@@ -107,6 +109,30 @@ TEST(AesGcm, RefusesEveryFlippedBitAndEveryTruncation) {
     Bytes out(5000, kUntouched);
     EXPECT_EQ(util.AesGcmDecrypt(large.sealed.data(), 5032, out.data(), large.key.data()), -1);
     EXPECT_EQ(out, Bytes(5000, kUntouched));
+}
+
+// More threads than there are contexts in stock, each with a key of its own.
+TEST(AesGcm, ServesManyThreadsAtOnce) {
+    std::atomic<int> wrong = 0;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 24; ++i) {
+        threads.emplace_back([i, &wrong] {
+            SecurityEncryptUtil util;
+            Message message(i);
+            Bytes out(message.plain.size());
+            const int size = static_cast<int>(message.sealed.size());
+            for (int round = 0; round < 300; ++round) {
+                const bool opened =
+                    util.AesGcmDecrypt(message.sealed.data(), size, out.data(), message.key.data()) == i;
+                wrong += opened && out == message.plain ? 0 : 1;
+                Bytes again(message.sealed.size());
+                util.AesGcmEncrypt(message.plain.data(), i, again.data(), message.key.data(), message.vector.data());
+                wrong += again == message.sealed ? 0 : 1;
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(wrong, 0);
 }
 
 TEST(AesGcm, SealsAndOpensWhereTheRangesOverlap) {
