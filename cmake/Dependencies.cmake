@@ -1,6 +1,7 @@
 # The libraries that are called, as targets without the system libraries they would pull in at load.
 find_package(fmt REQUIRED)
 find_package(spdlog REQUIRED)
+find_package(tinyxml2 REQUIRED)
 find_path(SQLITE_INCLUDE sqlite3.h REQUIRED)
 find_library(SQLITE_LIBRARY sqlite3 REQUIRED)
 add_library(tandor_sqlite INTERFACE)

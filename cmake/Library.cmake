@@ -1,10 +1,14 @@
 # TandorUtil.dll: the portable core and, beside it, the files that call the system.
 add_library(tandor_core OBJECT ${TANDOR_CORE_SOURCES})
-target_link_libraries(tandor_core PUBLIC tandor_compiling)
+target_link_libraries(tandor_core PUBLIC tandor_compiling ${TANDOR_SUITE_TARGET})
 target_compile_definitions(tandor_core PRIVATE TANDOR_BUILDING)
 
 add_library(TandorUtil SHARED
     $<TARGET_OBJECTS:tandor_core>
+    config/config_mgr.cpp
+    config/display_query.cpp
+    device/edid_data.cpp
+    device/panel_query.cpp
     foundation/channel_logger.cpp
     foundation/channel_sink.cpp
     foundation/logging.cpp
@@ -18,9 +22,16 @@ target_include_directories(TandorUtil PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_
 set_target_properties(TandorUtil PROPERTIES PREFIX "" IMPORT_PREFIX "lib")
 target_link_libraries(TandorUtil PRIVATE $<BUILD_INTERFACE:tandor_compiling> $<BUILD_INTERFACE:tandor_base>
     ${TANDOR_SUITE_TARGET} $<BUILD_INTERFACE:spdlog::spdlog> $<BUILD_INTERFACE:fmt::fmt>)
-tandor_delay_load(TandorUtil user32 gdi32 gdiplus advapi32 ole32)
+tandor_delay_load(TandorUtil user32 gdi32 gdiplus advapi32 ole32 oleaut32)
+# Sample configuration, where programs in the bin folder look for theirs.
+foreach(sample config/VxExScreenConfig.xml cloundConfig/PadResolutionConfig.xml)
+    get_filename_component(name ${sample} NAME)
+    get_filename_component(folder ${sample} DIRECTORY)
+    configure_file(config/samples/${name} ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${folder}/VxExScreen/${name} COPYONLY)
+endforeach()
+
 tandor_version_resource(TandorUtil "Utility library of the multi-device feature")
 
 # The portable core's free functions, for programs that look inside: tests, benchmarks and tandorctl.
 add_library(tandor_core_static STATIC $<TARGET_OBJECTS:tandor_core>)
-target_link_libraries(tandor_core_static PUBLIC tandor_compiling tandor_base)
+target_link_libraries(tandor_core_static PUBLIC tandor_compiling tandor_base ${TANDOR_SUITE_TARGET})

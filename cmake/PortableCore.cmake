@@ -6,6 +6,10 @@ set(TANDOR_BASE_SOURCES
     base/utf.cpp
 )
 set(TANDOR_CORE_SOURCES
+    config/screen_reader.cpp
+    config/screen_settings.cpp
+    device/edid.cpp
+    device/gamut.cpp
     foundation/base64.cpp
     foundation/base64_ssse3.cpp
     foundation/file_classifier.cpp
@@ -13,6 +17,11 @@ set(TANDOR_CORE_SOURCES
     foundation/url_coding.cpp
     foundation/version.cpp
 )
+# Of the suite's services, what runs anywhere. It stands in PeloraSuite.dll on Windows and in the core natively.
+set(PELORA_PORTABLE_SOURCES
+    suite/file/xml_document.cpp
+)
+list(TRANSFORM PELORA_PORTABLE_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
 list(TRANSFORM TANDOR_BASE_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
 list(TRANSFORM TANDOR_CORE_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
 

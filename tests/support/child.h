@@ -14,12 +14,15 @@ class Child {
 public:
     // Runs "test_child.exe <arguments>", which lies beside the tests. With `ready` set, returns when the child has
     // signalled the event of that name.
-    explicit Child(const std::wstring& arguments, const std::wstring& ready = {}) {
+    explicit Child(const std::wstring& arguments, const std::wstring& ready = {})
+        : Child(L"test_child.exe", arguments, ready) {}
+    // The same with a copy of the program, or another one; it finds its DLLs in the current directory.
+    Child(const std::wstring& program, const std::wstring& arguments, const std::wstring& ready) {
         KernelHandle event(ready.empty() ? nullptr : ::CreateEventW(nullptr, TRUE, FALSE, ready.c_str()));
         STARTUPINFOW startup{};
         startup.cb = sizeof(startup);
         PROCESS_INFORMATION information{};
-        std::wstring command = L"test_child.exe " + arguments;
+        std::wstring command = L"\"" + program + L"\" " + arguments;
         if (::CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
                              &information) == 0) {
             throw std::runtime_error("test_child.exe did not start");

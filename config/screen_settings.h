@@ -1,0 +1,89 @@
+// The settings of the extended screen as they were read, and the rules by which they are answered.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include "tandor/screen_config.h"
+
+namespace tandor {
+
+// The single values, in the order of the settings block. Flags are 0 or 1.
+enum class ScreenValue : std::uint8_t {
+    kReduceResolution,
+    kFollowPcWidth,
+    kFollowPcHeight,
+    kFollowPcDpi,
+    kFollowPadHideWidth,
+    kFollowPadHideHeight,
+    kFollowPadShowWidth,
+    kFollowPadShowHeight,
+    kExtendPrimWidth,
+    kExtendPrimHeight,
+    kExtendHideSecWidth,
+    kExtendHideSecHeight,
+    kExtendShowSecWidth,
+    kExtendShowSecHeight,
+    kFpsThreshold,
+    kEncoderBitrate,
+    kEncoderIdrInterval,
+    kDisplayFrequency,
+    kAutoDetect,
+    kAudioSwitch,
+    kMinVolume,
+    kSpeakerMargin,
+    kSampleRate,
+    kBitDepth,
+    kInputChannels,
+    kDriverLimit,
+    kRotation,
+};
+inline constexpr std::size_t kScreenValues = 27;
+
+// How a value is answered: as stored when it lies in the range, with `otherwise` when not.
+struct ScreenRule {
+    const char* name;
+    std::uint32_t initial;  // what the block holds before the files are read
+    std::uint32_t least;
+    std::uint32_t greatest;
+    std::uint32_t otherwise;
+};
+const ScreenRule& RuleOf(ScreenValue value) noexcept;
+
+struct StoredValue {
+    enum class Source : std::uint8_t { kDefault, kFile, kUnreadable };
+
+    std::uint32_t value = 0;
+    Source source = Source::kDefault;
+    int line = 0;  // of the file, when there is an element
+};
+
+struct ScreenSettings {
+    ScreenSettings() noexcept;
+
+    [[nodiscard]] const StoredValue& Stored(ScreenValue value) const noexcept { return values[static_cast<std::size_t>(value)]; }
+    [[nodiscard]] StoredValue& Stored(ScreenValue value) noexcept { return values[static_cast<std::size_t>(value)]; }
+    [[nodiscard]] bool InRange(ScreenValue value) const noexcept;
+    // What the getter of `value` answers.
+    [[nodiscard]] std::uint32_t Answer(ScreenValue value) const noexcept;
+
+    std::array<StoredValue, kScreenValues> values;
+    ExScreen::ResolutionList mirror;
+    ExScreen::ResolutionList extend;
+    ExScreen::ResolutionTable monitor;
+    ExScreen::ResolutionTable pad;
+};
+
+// The aspect ratios by which the resolution tables are keyed.
+struct AspectRatio {
+    const char* key;
+    std::uint32_t width;
+    std::uint32_t height;
+};
+inline constexpr std::array<AspectRatio, 3> kAspectRatios{{{"Ratio3To2", 3, 2}, {"Ratio16To10", 16, 10}, {"Ratio16To9", 16, 9}}};
+
+// The choice that ConfigMgr::GetMonitorPreResolution describes.
+bool ChooseResolution(const ExScreen::ResolutionTable& table, ExScreen::Resolution display, ExScreen::Resolution& chosen);
+
+}  // namespace tandor

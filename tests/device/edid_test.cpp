@@ -1,0 +1,104 @@
+#include "device/edid.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+
+#include "support/edid_sample.h"
+
+namespace {
+
+using tandor::test::Bytes;
+using tandor::test::SampleEdid;
+
+TEST(Edid, FractionsAreSumsOfPowers) {
+    EXPECT_EQ(tandor::FractionOf(1023), 0.9990234375);
+    for (unsigned value = 0; value < 4096; ++value) {
+        double sum = 0;
+        for (int bit = 0; bit < 10; ++bit) sum += (value >> bit & 1) * std::pow(2.0, bit - 10);
+        ASSERT_EQ(tandor::FractionOf(value), sum) << value;
+    }
+}
+
+TEST(Edid, ReadsEveryCoordinateFromItsOwnBits) {
+    // One coordinate at a time is 0x2A5 of 0x3FF, which no other coordinate may see.
+    for (std::size_t i = 0; i < 8; ++i) {
+        tandor::Gamut gamut{};
+        (i % 2 == 0 ? gamut[i / 2].first : gamut[i / 2].second) = 0x2A5 / 1024.0;
+        Bytes edid = SampleEdid(gamut);
+        const auto coordinates = tandor::ReadCoordinates(edid);
+        ASSERT_TRUE(coordinates);
+        for (std::size_t j = 0; j < 8; ++j) EXPECT_EQ((*coordinates)[j], i == j ? 0x2A5 / 1024.0 : 0) << i << j;
+        EXPECT_EQ(tandor::GamutOf(*coordinates), gamut);
+    }
+}
+
+TEST(Edid, AcceptsByTheFirstThreeBytesAlone) {
+    Bytes edid = SampleEdid(tandor::kP3);
+    for (std::size_t i = 3; i < 8; ++i) edid[i] = 0xAB;
+    EXPECT_TRUE(tandor::ReadCoordinates(edid));
+    const auto block = tandor::ReadEdid(edid);
+    ASSERT_TRUE(block);
+    EXPECT_FALSE(block->header_right);
+    EXPECT_FALSE(block->checksum_right);
+    for (std::size_t i = 0; i < 3; ++i) {
+        Bytes wrong = SampleEdid(tandor::kP3);
+        wrong[i] ^= 0x01;
+        EXPECT_FALSE(tandor::ReadCoordinates(wrong)) << i;
+    }
+    for (std::size_t length = 0; length < 128; ++length) {
+        const Bytes cut(edid.begin(), edid.begin() + static_cast<std::ptrdiff_t>(length));  // its end is the allocation's end
+        EXPECT_EQ(tandor::ReadCoordinates(cut).has_value(), length >= 35) << length;
+        EXPECT_FALSE(tandor::ReadEdid(cut));
+    }
+}
+
+TEST(Edid, ReadsTheBaseBlock) {
+    Bytes edid = SampleEdid(tandor::kAdobeRgb);
+    edid[126] = 2;
+    tandor::test::FixChecksum(edid);
+    edid.resize(300);
+    const auto block = tandor::ReadEdid(edid);
+    ASSERT_TRUE(block);
+    EXPECT_EQ(block->maker, "VXT");
+    EXPECT_EQ(block->product, 0x42u);
+    EXPECT_EQ(block->serial, 0x01020304u);
+    EXPECT_EQ(block->week, 12u);
+    EXPECT_EQ(block->year, 2023u);
+    EXPECT_EQ(block->version * 10 + block->revision, 14u);
+    EXPECT_EQ(block->width_cm, 34u);
+    EXPECT_EQ(block->height_cm, 22u);
+    EXPECT_DOUBLE_EQ(block->gamma, 2.2);
+    EXPECT_EQ(block->preferred.width, 2160u);
+    EXPECT_EQ(block->preferred.height, 1440u);
+    EXPECT_NEAR(block->preferred.refresh, 59.946, 0.001);
+    EXPECT_FALSE(block->preferred.interlaced);
+    EXPECT_EQ(block->name, "Pad Screen 14");
+    EXPECT_EQ(block->serial_text, "SN-7");
+    EXPECT_NEAR(block->gamut[1].second, 0.71, 0.0005);
+    EXPECT_TRUE(block->header_right);
+    EXPECT_TRUE(block->checksum_right);
+    EXPECT_EQ(block->extensions, 2u);
+    EXPECT_EQ(block->extensions_there, 1u);
+}
+
+TEST(Edid, AnyBytesOfAnyLengthAreRead) {
+    std::mt19937 random(7);
+    for (int round = 0; round < 20000; ++round) {
+        Bytes edid(random() % 513);
+        for (auto& byte : edid) byte = static_cast<std::uint8_t>(random());
+        if (edid.size() > 2 && round % 2 == 0) edid[0] = 0, edid[1] = edid[2] = 0xFF;
+        const auto block = tandor::ReadEdid(edid);
+        ASSERT_EQ(block.has_value(), edid.size() >= 128);
+        if (block) {
+            ASSERT_TRUE(std::isfinite(block->preferred.refresh));
+        }
+        const auto coordinates = tandor::ReadCoordinates(edid);
+        if (!coordinates) continue;
+        const auto result = tandor::Cover(tandor::TriangleOf(tandor::kP3), tandor::TriangleOf(tandor::GamutOf(*coordinates)));
+        ASSERT_TRUE(result.coverage >= 0 && result.coverage <= 1);
+    }
+}
+
+}  // namespace

@@ -1,0 +1,174 @@
+#include <windows.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "base/win_apartment.h"
+#include "pelora/registry.h"
+#include "support/edid_sample.h"
+#include "support/host_log.h"
+#include "support/management_double.h"
+#include "tandor/edid.h"
+
+namespace {
+
+using DE::Registry;
+using DE::RegistryRoot;
+using tandor::test::HostLog;
+using tandor::test::ManagementDouble;
+using tandor::test::Row;
+using testing::ElementsAre;
+
+constexpr const wchar_t* kDevice = L"DISPLAY\\VXT0042\\4&2f5c1e7&0&Test-手机";
+
+// A panel of the maker's in the registry, gone at the end.
+class PanelQuery : public testing::Test {
+protected:
+    void Put(const tandor::Gamut& gamut) {
+        ASSERT_TRUE(Registry::SetValue(RegistryRoot::kLocalMachine, Key(), L"EDID", tandor::test::SampleEdid(gamut)));
+    }
+    void TearDown() override {
+        EXPECT_TRUE(Registry::DeleteKey(RegistryRoot::kLocalMachine, L"SYSTEM\\CurrentControlSet\\Enum\\DISPLAY\\VXT0042"));
+        EXPECT_EQ(ManagementDouble::Live(), 0);
+    }
+    static std::wstring Key() { return std::wstring(L"SYSTEM\\CurrentControlSet\\Enum\\") + kDevice + L"\\Device Parameters"; }
+
+    HostLog log_;
+};
+
+TEST_F(PanelQuery, FindsThePanelAmongTheMonitors) {
+    ManagementDouble service({Row{{L"PNPDeviceID", std::nullopt}}, Row{}, Row{{L"PNPDeviceID", kDevice}}, Row{{L"PNPDeviceID", L"A\\B\\C"}}});
+    EXPECT_EQ(GetEdidData::GetPnpDeviceID(), kDevice);
+    EXPECT_THAT(service->asked, ElementsAre(L"ROOT\\CIMV2|WQL|SELECT PNPDeviceID, MonitorManufacturer FROM Win32_DesktopMonitor "
+                                            L"WHERE         MonitorManufacturer LIKE 'Vextro Device%'"));
+    EXPECT_EQ(service->blankets, 1);
+    EXPECT_TRUE(log_.Take().empty());
+}
+
+TEST_F(PanelQuery, CutsTheInstanceOutAndSaysWhatIsMissing) {
+    struct Case {
+        std::vector<Row> rows;
+        std::wstring id;
+        std::vector<std::wstring> lines;
+    };
+    const std::wstring where = L"(GetEdidData::GetPnpDeviceID)";
+    const Case cases[] = {
+        {{}, L"", {L"4  PNPDeviceID is NULL." + where}},
+        {{Row{{L"PNPDeviceID", L""}}}, L"", {L"4  PNPDeviceID is NULL." + where}},
+        {{Row{{L"PNPDeviceID", L"DISPLAY"}}}, L"", {L"4  deviceId's firstIndex is NULL." + where}},
+        {{Row{{L"PNPDeviceID", L"DISPLAY\\VXT0042"}}}, L"", {L"4  deviceId's secondIndex is NULL." + where}},
+        {{Row{{L"PNPDeviceID", L"DISPLAY\\VXT0042\\4&1\\tail\\more"}}}, L"DISPLAY\\VXT0042\\4&1", {}},
+    };
+    for (const Case& c : cases) {
+        const ManagementDouble service(c.rows);
+        EXPECT_EQ(GetEdidData::GetPnpDeviceID(), c.id);
+        EXPECT_EQ(log_.Take(), c.lines);
+    }
+}
+
+TEST_F(PanelQuery, AServiceThatFailsIsNamed) {
+    constexpr HRESULT kDenied = static_cast<HRESULT>(WBEM_E_ACCESS_DENIED);
+    const auto lines = ElementsAre(L"4 : management query fail: 0x80041003(GetEdidData::GetPnpDeviceID)",
+                                   L"4  PNPDeviceID is NULL.(GetEdidData::GetPnpDeviceID)");
+    for (HRESULT ManagementDouble::Script::*const step :
+         {&ManagementDouble::Script::connect, &ManagementDouble::Script::query, &ManagementDouble::Script::next}) {
+        ManagementDouble service({Row{{L"PNPDeviceID", kDevice}}});
+        (*service).*step = kDenied;
+        EXPECT_EQ(GetEdidData::GetPnpDeviceID(), L"");
+        EXPECT_THAT(log_.Take(), lines);
+    }
+}
+
+TEST_F(PanelQuery, WorksInEveryApartmentAndLeavesItAsItWas) {
+    const ManagementDouble service({Row{{L"Caption", L"Bildschirm 手机"}}});
+    for (const DWORD mode : {DWORD{COINIT_APARTMENTTHREADED}, DWORD{COINIT_MULTITHREADED}}) {
+        std::thread([mode] {
+            EXPECT_EQ(::CoInitializeEx(nullptr, mode), S_OK);
+            EXPECT_EQ(GetEdidData::GetLCDNameByWMI(), L"Bildschirm 手机");
+            EXPECT_EQ(::CoInitializeEx(nullptr, mode), S_FALSE);  // still in it
+            ::CoUninitialize();
+            ::CoUninitialize();
+        }).join();
+    }
+    std::thread([] {
+        EXPECT_EQ(GetEdidData::GetLCDNameByWMI(), L"Bildschirm 手机");
+        EXPECT_EQ(::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);  // nothing was left behind
+        ::CoUninitialize();
+    }).join();
+    EXPECT_EQ((*const_cast<ManagementDouble&>(service)).asked.front(), L"ROOT\\CIMV2|WQL|SELECT Caption FROM Win32_DesktopMonitor");
+}
+
+TEST_F(PanelQuery, ReadsTheRegistry) {
+    Put(tandor::kP3);
+    const std::wstring path = GetEdidData::GetEdidDataPath(kDevice);
+    EXPECT_EQ(path, Key() + L"\\");
+    EXPECT_EQ(GetEdidData::GetLcdEdidData(path), tandor::test::SampleEdid(tandor::kP3));
+    EXPECT_TRUE(log_.Take().empty());
+    EXPECT_TRUE(GetEdidData::GetEdidDataPath(L"").empty());
+    EXPECT_TRUE(GetEdidData::GetLcdEdidData(L"").empty());
+    EXPECT_TRUE(GetEdidData::GetLcdEdidData(L"SYSTEM\\CurrentControlSet\\Enum\\DISPLAY\\none\\").empty());
+    ASSERT_TRUE(Registry::SetValue(RegistryRoot::kLocalMachine, Key(), L"EDID", std::wstring(L"text")));
+    EXPECT_TRUE(GetEdidData::GetLcdEdidData(path).empty());
+    EXPECT_THAT(log_.Take(), ElementsAre(L"4 : EdidRegistryPath is NULL!(GetEdidData::GetEdidDataPath)",
+                                         L"4 : EdidDataPath invalid!(GetEdidData::GetLcdEdidData)",
+                                         L"4 : RegOpenKeyEx failed!(GetEdidData::GetLcdEdidData)",
+                                         L"4 : RegQueryValueEx failed!(GetEdidData::GetLcdEdidData)"));
+}
+
+TEST_F(PanelQuery, JudgesThePanel) {
+    const ManagementDouble service({Row{{L"PNPDeviceID", kDevice}}});
+    const std::pair<tandor::Gamut, bool> panels[] = {
+        {tandor::kP3, true}, {tandor::kAdobeRgb, true}, {tandor::kBt2020, true}, {tandor::kSrgb, false}, {{}, false}};
+    for (const auto& [gamut, wide] : panels) {
+        Put(gamut);
+        EXPECT_EQ(GetEdidData::IsSupportWideGamut(), wide);
+        const std::vector<std::wstring> lines{L"3 : Current device not supports WideColorGamut!(GetEdidData::IsSupportWideGamut)"};
+        EXPECT_EQ(log_.Take(), wide ? std::vector<std::wstring>() : lines);
+        std::vector<double> coordinates;
+        ASSERT_TRUE(GetEdidData::GetColorCoordinate(coordinates));
+        ASSERT_EQ(coordinates.size(), 8u);
+        EXPECT_NEAR(coordinates[3], gamut[1].second, 0.0005);
+    }
+    ASSERT_TRUE(Registry::SetValue(RegistryRoot::kLocalMachine, Key(), L"EDID", std::vector<unsigned char>(11, 0xFF)));
+    EXPECT_FALSE(GetEdidData::IsSupportWideGamut());
+    EXPECT_THAT(log_.Take(), ElementsAre(L"4 : Get colorCoordinate failed!(GetEdidData::GetColorCoordinate)"));
+}
+
+TEST_F(PanelQuery, RefusesListsOfTheWrongSize) {
+    const auto edid = tandor::test::SampleEdid(tandor::kAdobeRgb);
+    std::vector<double> coordinates(7, 9);
+    EXPECT_FALSE(GetEdidData::ParseCoordinateFromEdid(edid.data(), 128, coordinates));
+    EXPECT_THAT(coordinates, testing::Each(9));
+    coordinates.assign(8, 9);
+    EXPECT_FALSE(GetEdidData::ParseCoordinateFromEdid(nullptr, 128, coordinates));
+    EXPECT_FALSE(GetEdidData::ParseCoordinateFromEdid(edid.data(), 10, coordinates));
+    EXPECT_THAT(coordinates, testing::Each(9));
+    EXPECT_TRUE(GetEdidData::ParseCoordinateFromEdid(edid.data(), 128, coordinates));
+    EXPECT_EQ(GetEdidData::CoordinateConversion({edid.begin() + 25, edid.begin() + 35}), coordinates);
+    EXPECT_TRUE(GetEdidData::CoordinateConversion(std::vector<unsigned char>(9)).empty());
+    EXPECT_EQ(GetEdidData::BinaryToDecimal(1023), 0.9990234375);
+
+    const GetEdidData::Points adobe(tandor::kAdobeRgb.begin(), tandor::kAdobeRgb.end());
+    const GetEdidData::Points three(adobe.begin(), adobe.begin() + 3);
+    std::pair<double, double> coverage{7, 7};
+    GetEdidData::GamutCoverage(adobe, three, coverage);
+    EXPECT_EQ(coverage, std::make_pair(0.0, 0.0));
+    EXPECT_FALSE(GetEdidData::IsSupportP3Gamut(three));
+    EXPECT_EQ(GetEdidData::GamutProcess(three, adobe).size(), 3u);
+    EXPECT_TRUE(GetEdidData::GamutProcess(three, {}).empty());
+    EXPECT_THAT(log_.Take(), ElementsAre(L"4 : The input parameter for the conversion is invalid!(GetEdidData::CoordinateConversion)",
+                                         L"4 : The input parameter for the gamutCoverage is invalid!(GetEdidData::GamutCoverage)",
+                                         L"4 : The input parameter for the gamutCoverage is invalid!(GetEdidData::GamutCoverage)",
+                                         L"4 : The input parameter for the gamutProcess is invalid!(GetEdidData::GamutProcess)"));
+    GetEdidData::GamutCoverage(adobe, adobe, coverage);
+    EXPECT_NEAR(coverage.second, 1, 1e-12);
+    EXPECT_TRUE(GetEdidData::IsSupportAdobeRGBGamut(adobe));
+    EXPECT_FALSE(GetEdidData::IsSupportP3Gamut(adobe));
+    EXPECT_FALSE(GetEdidData::IsSupportBT2020Gamut(adobe));
+    EXPECT_TRUE(GetEdidData::GetPointInsideTriangle(adobe, {.3, .3}));
+    EXPECT_FALSE(GetEdidData::GetPointInsideTriangle({}, {.3, .3}));
+}
+
+}  // namespace

@@ -1,0 +1,69 @@
+// COM classes that the tests serve in place of the system's, by the manifest of windows_tests.exe.
+#pragma once
+
+#include <windows.h>
+
+#include <objbase.h>
+
+#include <functional>
+
+namespace tandor::test {
+
+// While it lives, objects of the class come from `create`, on every thread and in every apartment of this program. Without
+// one the class is not available. `create` hands out a reference to the interface asked for.
+class ComDouble {
+public:
+    using Create = std::function<HRESULT(REFIID iid, void** object)>;
+
+    ComDouble(REFCLSID clsid, Create create);
+    ~ComDouble();
+    ComDouble(const ComDouble&) = delete;
+    ComDouble& operator=(const ComDouble&) = delete;
+
+private:
+    CLSID clsid_;
+};
+
+// Makes the base `Interfaces` (COM interfaces, or classes derived from one each) an object: reference count, QueryInterface.
+// Live() counts the objects of one kind, so that a test sees what was not released.
+template <class... Interfaces>
+class ComObject : public Interfaces... {
+public:
+    ComObject() { ++Live(); }
+    virtual ~ComObject() { --Live(); }
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
+        *object = nullptr;
+        (Offer<Interfaces>(iid, object), ...);
+        if (*object == nullptr) return E_NOINTERFACE;
+        AddRef();
+        return S_OK;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return static_cast<ULONG>(::InterlockedIncrement(&references_)); }
+    ULONG STDMETHODCALLTYPE Release() override {
+        const LONG left = ::InterlockedDecrement(&references_);
+        if (left == 0) delete this;
+        return static_cast<ULONG>(left);
+    }
+
+    static int& Live() {
+        static int live = 0;
+        return live;
+    }
+
+private:
+    template <class Interface>
+    void Offer(REFIID iid, void** object) {
+        if (*object == nullptr && (iid == Interface::Id() || iid == __uuidof(IUnknown))) *object = static_cast<Interface*>(this);
+    }
+    LONG references_ = 1;
+};
+
+// The base for an interface that answers QueryInterface under its own identifier.
+template <class Interface>
+class Answering : public Interface {
+public:
+    static const IID& Id() { return __uuidof(Interface); }
+};
+
+}  // namespace tandor::test

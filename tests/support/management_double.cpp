@@ -1,0 +1,100 @@
+#include "support/management_double.h"
+
+namespace tandor::test {
+namespace {
+
+using Script = ManagementDouble::Script;
+using SharedScript = std::shared_ptr<Script>;
+
+class RowObject final : public ComObject<WbemClassObjectStub> {
+public:
+    explicit RowObject(Row row) : row_(std::move(row)) {}
+    HRESULT STDMETHODCALLTYPE Get(LPCWSTR name, LONG, VARIANT* value, CIMTYPE*, LONG*) override {
+        const auto column = row_.find(name);
+        if (column == row_.end()) return static_cast<HRESULT>(WBEM_E_NOT_FOUND);
+        ::VariantInit(value);
+        value->vt = column->second ? VT_BSTR : VT_NULL;
+        if (column->second) value->bstrVal = ::SysAllocString(column->second->c_str());
+        return WBEM_S_NO_ERROR;
+    }
+
+private:
+    Row row_;
+};
+
+class Enumerator final : public ComObject<EnumWbemClassObjectStub> {
+public:
+    explicit Enumerator(SharedScript script) : script_(std::move(script)) {}
+    HRESULT STDMETHODCALLTYPE Next(LONG, ULONG, IWbemClassObject** row, ULONG* count) override {
+        *count = 0;
+        if (script_->next != S_OK) return script_->next;
+        if (at_ == script_->rows.size()) return WBEM_S_FALSE;
+        *row = new RowObject(script_->rows[at_++]);
+        *count = 1;
+        return WBEM_S_NO_ERROR;
+    }
+
+private:
+    SharedScript script_;
+    std::size_t at_ = 0;
+};
+
+// Takes the security that callers set on a proxy, as the real service's proxy does.
+class Security : public Answering<IClientSecurity> {
+public:
+    HRESULT STDMETHODCALLTYPE QueryBlanket(IUnknown*, DWORD*, DWORD*, OLECHAR**, DWORD*, DWORD*, void**, DWORD*) override {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE CopyProxy(IUnknown*, IUnknown**) override { return E_NOTIMPL; }
+};
+
+class Services final : public ComObject<WbemServicesStub, Security> {
+public:
+    Services(SharedScript script, std::wstring space) : script_(std::move(script)), space_(std::move(space)) {}
+    HRESULT STDMETHODCALLTYPE ExecQuery(const BSTR language, const BSTR query, LONG, IWbemContext*, IEnumWbemClassObject** rows) override {
+        script_->asked.push_back(space_ + L"|" + language + L"|" + query);
+        if (script_->query != S_OK) return script_->query;
+        *rows = new Enumerator(script_);
+        return WBEM_S_NO_ERROR;
+    }
+    HRESULT STDMETHODCALLTYPE SetBlanket(IUnknown*, DWORD, DWORD, OLECHAR*, DWORD, DWORD, void*, DWORD) override {
+        ++script_->blankets;
+        return S_OK;
+    }
+
+private:
+    SharedScript script_;
+    std::wstring space_;
+};
+
+class Locator final : public ComObject<Answering<IWbemLocator>> {
+public:
+    explicit Locator(SharedScript script) : script_(std::move(script)) {}
+    HRESULT STDMETHODCALLTYPE ConnectServer(const BSTR space, const BSTR, const BSTR, const BSTR, LONG, const BSTR, IWbemContext*,
+                                            IWbemServices** services) override {
+        if (script_->connect != S_OK) return script_->connect;
+        *services = new Services(script_, space);
+        return WBEM_S_NO_ERROR;
+    }
+
+private:
+    SharedScript script_;
+};
+
+}  // namespace
+
+ManagementDouble::ManagementDouble(std::vector<Row> rows) {
+    script_->rows = std::move(rows);
+    locator_ = std::make_unique<ComDouble>(__uuidof(WbemLocator), [script = script_](REFIID iid, void** object) {
+        auto* const locator = new Locator(script);
+        const HRESULT status = locator->QueryInterface(iid, object);
+        locator->Release();
+        return status;
+    });
+}
+
+ManagementDouble::~ManagementDouble() = default;
+
+int ManagementDouble::Live() { return Locator::Live() + Services::Live() + Enumerator::Live() + RowObject::Live(); }
+
+}  // namespace tandor::test
