@@ -22,8 +22,15 @@ set(PELORA_PORTABLE_SOURCES
     suite/file/xml_document.cpp
 )
 list(TRANSFORM PELORA_PORTABLE_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
+# Of the suite's services.
+set(TANDOR_SUITE_CORE_SOURCES
+    suite/ipc/ipc_channel.cpp
+    suite/ipc/ipc_frame.cpp
+    suite/telemetry/record_codec.cpp
+)
 list(TRANSFORM TANDOR_BASE_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
 list(TRANSFORM TANDOR_CORE_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
+list(TRANSFORM TANDOR_SUITE_CORE_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
 
 # Called after a look at the processor.
 if(NOT MSVC)

@@ -1,44 +1,17 @@
 #include "suite/device/device_store.h"
 
-#include <windows.h>
-
-#include <chrono>
-#include <thread>
-
 #include "base/utf.h"
-#include "base/win_error.h"
-#include "base/win_handle.h"
 #include "pelora/device_manager.h"
 #include "suite/device/device_tables.h"
 #include "suite/device/record_members.h"
+#include "suite/sqlite/damaged_file.h"
 
 namespace pelora {
 namespace {
 
-constexpr int kGuardTries = 100;  // of 20 ms
 constexpr const char* kKeptName = "DeviceId";
 
 std::string Utf8(const std::filesystem::path& path) { return tandor::Utf8FromWideLossy(path.native()); }
-
-// Held by the one process that sets a damaged store aside: an open of this file that shares nothing.
-tandor::FileHandle HoldGuard(const std::filesystem::path& path) {
-    for (int attempt = 0; attempt < kGuardTries; ++attempt) {
-        tandor::FileHandle guard(::CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS,
-                                               FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr));
-        if (guard) return guard;
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    return {};
-}
-
-std::wstring NowAsName() {
-    SYSTEMTIME now;
-    ::GetLocalTime(&now);
-    wchar_t text[32];
-    ::swprintf(text, std::size(text), L"%04u%02u%02u-%02u%02u%02u-%03u", now.wYear, now.wMonth, now.wDay, now.wHour,
-               now.wMinute, now.wSecond, now.wMilliseconds);
-    return text;
-}
 
 bool GoodName(const std::string& name) { return !name.empty() && name != kKeptName; }
 
@@ -93,34 +66,10 @@ void DeviceStore::Tell(const std::string& trouble) {
     report_("device store " + Utf8(file_) + ": " + trouble);
 }
 
-// Another process may have met the same damage and have begun the new store already: only what is damaged when it is
-// opened under the guard is renamed.
 int DeviceStore::SetAside(const std::string& cause) {
     tables_.reset();
-    const tandor::FileHandle guard = HoldGuard(file_.native() + L".guard");
-    if (!guard) {
-        Tell(cause + "; another process is busy with it");
-        return DM::DEVICE_STORE_DAMAGED;
-    }
-    try {
-        Tables(Utf8(file_)).Connection().CheckWhole();
-        return DM::DEVICE_STORE_DAMAGED;
-    } catch (const SqliteError& error) {
-        if (!error.Damaged()) {
-            Tell(error.what());
-            return DM::DEVICE_STORE_DAMAGED;
-        }
-    }
-    const std::filesystem::path aside =
-        file_.parent_path() / (file_.stem().native() + L".damaged-" + NowAsName() + file_.extension().native());
-    if (::MoveFileExW(file_.c_str(), aside.c_str(), 0) == 0) {
-        Tell(cause + "; it could not be set aside: " + tandor::WindowsErrorText(::GetLastError()));
-        return DM::DEVICE_STORE_DAMAGED;
-    }
-    for (const wchar_t* const part : {L"-wal", L"-shm"}) {
-        ::MoveFileExW((file_.native() + part).c_str(), (aside.native() + part).c_str(), 0);  // they may not be there
-    }
-    Tell(cause + "; it was set aside as " + Utf8(aside) + " and a new one is begun");
+    const std::string done = SetAsideDamaged(file_, cause, [this] { Tables(Utf8(file_)).Connection().CheckWhole(); });
+    if (!done.empty()) Tell(done);
     return DM::DEVICE_STORE_DAMAGED;
 }
 

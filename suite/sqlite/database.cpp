@@ -8,6 +8,8 @@
 namespace pelora {
 namespace {
 
+static_assert(kDamagedCode == SQLITE_CORRUPT);
+
 void Check(int code, sqlite3* database) {
     if (code != SQLITE_OK) throw SqliteError(code, ::sqlite3_errmsg(database));
 }
@@ -60,22 +62,22 @@ void Statement::Bind(int index, std::string_view bytes) {
           ::sqlite3_db_handle(statement_.get()));
 }
 
-Database::Database(const std::string& utf8_path) {
+Database::Database(const std::string& utf8_path, int busy_wait) {
     sqlite3* database = nullptr;
     const int code = ::sqlite3_open_v2(utf8_path.c_str(), &database,
                                        SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
     database_.reset(database);
     if (database == nullptr) throw std::bad_alloc();
     Check(code, database);
-    Check(::sqlite3_busy_timeout(database, kBusyWait), database);
-    UseWriteAheadLog();
+    Check(::sqlite3_busy_timeout(database, busy_wait), database);
+    UseWriteAheadLog(busy_wait);
     Execute("PRAGMA synchronous=NORMAL; PRAGMA foreign_keys=ON");
 }
 
 // The change to this mode, and the recovery of a log that a killed process left, can report "busy" without asking the
 // busy handler: that is waited for here.
-void Database::UseWriteAheadLog() {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(kBusyWait);
+void Database::UseWriteAheadLog(int busy_wait) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(busy_wait);
     for (;;) {
         try {
             Statement mode = Prepare("PRAGMA journal_mode=WAL");

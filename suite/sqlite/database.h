@@ -15,6 +15,9 @@ namespace pelora {
 // How long a call waits at most for other processes.
 inline constexpr int kBusyWait = 10'000;  // ms
 
+// For contents that contradict themselves where SQLite cannot see it.
+inline constexpr int kDamagedCode = 11;  // SQLITE_CORRUPT
+
 class SqliteError : public std::runtime_error {
 public:
     SqliteError(int code, const std::string& what) : std::runtime_error(what), code_(code & 0xFF) {}
@@ -75,8 +78,8 @@ private:
 // One connection, in WAL mode; used by one thread at a time.
 class Database {
 public:
-    // Opens or creates the file. Throws SqliteError.
-    explicit Database(const std::string& utf8_path);
+    // Opens or creates the file. `busy_wait` in milliseconds. Throws SqliteError.
+    explicit Database(const std::string& utf8_path, int busy_wait = kBusyWait);
 
     void Execute(const char* sql);
     Statement Prepare(const char* sql) { return {database_.get(), sql}; }
@@ -91,7 +94,7 @@ private:
         void operator()(sqlite3* database) const noexcept;
     };
     static std::int64_t First(Statement statement);
-    void UseWriteAheadLog();
+    void UseWriteAheadLog(int busy_wait);
 
     std::unique_ptr<sqlite3, Close> database_;
 };

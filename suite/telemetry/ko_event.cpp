@@ -1,0 +1,92 @@
+#include "suite/telemetry/ko_event.h"
+
+#include <algorithm>
+
+namespace {
+
+// As a JSON string; the bytes beyond ASCII stay as they are.
+void AppendQuoted(const std::string& text, std::string& out) {
+    constexpr const char* kDigits = "0123456789abcdef";
+    out += '"';
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (c == '"' || c == '\\') {
+            out += '\\';
+            out += c;
+        } else if (byte < 0x20 || byte == 0x7F) {
+            out += "\\u00";
+            out += kDigits[byte >> 4];
+            out += kDigits[byte & 15];
+        } else {
+            out += c;
+        }
+    }
+    out += '"';
+}
+
+template <class List, class Append>
+void AppendList(const List& list, const char* brackets, Append append, std::string& out) {
+    out += brackets[0];
+    for (const auto& element : list) {
+        if (&element != list.data()) out += ',';
+        append(element);
+    }
+    out += brackets[1];
+}
+
+}  // namespace
+
+void KoEvent::Impl::Put(const std::string& key, std::string text, bool number) {
+    const auto same = std::find_if(values.begin(), values.end(), [&](const auto& value) { return value.key == key; });
+    pelora::OutboxValue& value = same == values.end() ? values.emplace_back() : *same;
+    value = {key, std::move(text), number};
+}
+
+void KoEvent::Impl::AddFile(const std::string& path) {
+    if (std::find(files.begin(), files.end(), path) == files.end()) files.push_back(path);
+}
+
+KoEvent::KoEvent(int eventId) : impl_(new Impl(eventId)) {}
+
+KoEvent::~KoEvent() { delete impl_; }
+
+KoEvent& KoEvent::PutString(const std::string& key, const std::string& value) {
+    impl_->Put(key, value, false);
+    return *this;
+}
+
+KoEvent& KoEvent::PutInt(const std::string& key, int value) { return PutLong(key, value); }
+
+KoEvent& KoEvent::PutLong(const std::string& key, long long value) {
+    impl_->Put(key, std::to_string(value), true);
+    return *this;
+}
+
+KoEvent& KoEvent::AddFilePath(const std::string& path) {
+    impl_->AddFile(path);
+    return *this;
+}
+
+KoEvent& KoEvent::Reset() {
+    impl_->values.clear();
+    impl_->files.clear();
+    return *this;
+}
+
+const std::string& KoEvent::Flatten() {
+    std::string& flat = impl_->flat;
+    flat = std::to_string(impl_->id) + ' ';
+    const auto pair = [&flat](const pelora::OutboxValue& value) {
+        AppendQuoted(value.key, flat);
+        flat += ':';
+        value.number ? void(flat += value.text) : AppendQuoted(value.text, flat);
+    };
+    AppendList(impl_->values, "{}", pair, flat);
+    if (impl_->files.empty()) return flat;
+    flat += ' ';
+    AppendList(
+        impl_->files, "[]", [&flat](const std::string& path) { AppendQuoted(path, flat); }, flat);
+    return flat;
+}
+
+int KoEvent::EventId() const noexcept { return impl_->id; }
