@@ -15,6 +15,10 @@ add_library(TandorUtil SHARED
     foundation/message.cpp
     foundation/text_system.cpp
     foundation/thumbnail.cpp
+    system/firewall.cpp
+    system/firewall_manager.cpp
+    system/firewall_reader.cpp
+    system/firewall_removal.cpp
 )
 add_library(Tandor::TandorUtil ALIAS TandorUtil)
 target_compile_definitions(TandorUtil PRIVATE TANDOR_BUILDING)

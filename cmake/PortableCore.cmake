@@ -16,6 +16,7 @@ set(TANDOR_CORE_SOURCES
     foundation/text.cpp
     foundation/url_coding.cpp
     foundation/version.cpp
+    system/firewall_rule.cpp
 )
 # Of the suite's services, what runs anywhere. It stands in PeloraSuite.dll on Windows and in the core natively.
 set(PELORA_PORTABLE_SOURCES
