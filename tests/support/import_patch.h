@@ -1,0 +1,62 @@
+// Replaces one function that a loaded module imports, for as long as the object lives. The module itself stays as it
+// was built: only its table of addresses is changed, so nothing but that module's calls are affected.
+#pragma once
+
+#include <windows.h>
+
+#include <cstring>
+#include <stdexcept>
+#include <string>
+
+namespace tandor::test {
+
+class ImportPatch {
+public:
+    // `module` is the module whose calls are redirected, as L"TandorUtil.dll". Throws if it does not import `name`.
+    // Functions of delay-loaded system DLLs are not found.
+    template <class Function>
+    ImportPatch(const wchar_t* module, const char* name, Function* replacement) : slot_(Find(module, name)) {
+        original_ = Write(slot_, reinterpret_cast<void*>(replacement));
+    }
+    ~ImportPatch() { Write(slot_, original_); }
+    ImportPatch(const ImportPatch&) = delete;
+    ImportPatch& operator=(const ImportPatch&) = delete;
+
+private:
+    template <class Structure>
+    static const Structure* At(const char* base, DWORD offset) {
+        return reinterpret_cast<const Structure*>(base + offset);
+    }
+
+    static void** Find(const wchar_t* module, const char* name) {
+        const auto* const base = reinterpret_cast<const char*>(::GetModuleHandleW(module));
+        if (base == nullptr) throw std::runtime_error("the module is not loaded");
+        const auto* const nt = At<IMAGE_NT_HEADERS>(base, static_cast<DWORD>(At<IMAGE_DOS_HEADER>(base, 0)->e_lfanew));
+        const auto& directory = nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
+        for (auto* dll = At<IMAGE_IMPORT_DESCRIPTOR>(base, directory.VirtualAddress); dll->Name != 0; ++dll) {
+            const auto* const names = At<IMAGE_THUNK_DATA>(base, dll->OriginalFirstThunk);
+            for (DWORD i = 0; names[i].u1.AddressOfData != 0; ++i) {
+                if (IMAGE_SNAP_BY_ORDINAL(names[i].u1.Ordinal)) continue;
+                const auto* const import =
+                    At<IMAGE_IMPORT_BY_NAME>(base, static_cast<DWORD>(names[i].u1.AddressOfData));
+                if (std::strcmp(reinterpret_cast<const char*>(import->Name), name) != 0) continue;
+                auto* const slots = At<IMAGE_THUNK_DATA>(base, dll->FirstThunk);
+                return reinterpret_cast<void**>(const_cast<ULONGLONG*>(&slots[i].u1.Function));
+            }
+        }
+        throw std::runtime_error(std::string("the module does not import ") + name);
+    }
+
+    static void* Write(void** slot, void* value) {
+        DWORD protection = 0;
+        ::VirtualProtect(slot, sizeof(*slot), PAGE_READWRITE, &protection);
+        void* const before = ::InterlockedExchangePointer(slot, value);
+        ::VirtualProtect(slot, sizeof(*slot), protection, &protection);
+        return before;
+    }
+
+    void** slot_;
+    void* original_ = nullptr;
+};
+
+}  // namespace tandor::test

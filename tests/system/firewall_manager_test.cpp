@@ -1,0 +1,163 @@
+#include <windows.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "base/win_handle.h"
+#include "pelora/ipc_messages.h"
+#include "support/firewall_double.h"
+#include "support/firewall_plan.h"
+#include "support/host_log.h"
+#include "tandor/firewall.h"
+
+namespace {
+
+using tandor::test::FirewallDouble;
+using tandor::test::FirewallPlan;
+using tandor::test::HostLog;
+using tandor::test::RegistryText;
+using tandor::test::RuleFor;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr const wchar_t* kNoteKey = L"SOFTWARE\\Pelora\\VXLoginGuide";
+constexpr int kEnable = 0x490086, kDisable = 0x490087;
+
+// The assistant service's end of the pipe.
+class Service {
+public:
+    Service()
+        : pipe_(::CreateNamedPipeW(L"\\\\.\\Pipe\\iPaviloAssistant", PIPE_ACCESS_INBOUND, PIPE_TYPE_BYTE | PIPE_NOWAIT, 1, 65536,
+                                   65536, 0, nullptr)) {}
+
+    // The messages that have come, as their numbers; each is about the rule and names this program.
+    std::vector<int> Messages() {
+        std::vector<int> numbers;
+        unsigned char bytes[65536];
+        DWORD size = 0;
+        if (::ReadFile(pipe_.Get(), bytes, sizeof(bytes), &size, nullptr) == 0) return numbers;
+        const auto number = [&](DWORD at) { return *reinterpret_cast<const std::int32_t*>(bytes + at); };
+        for (DWORD at = 0; at + 52 <= size; at += static_cast<DWORD>(number(at + 8))) {
+            EXPECT_EQ(number(at + 12), 0x490084);
+            EXPECT_EQ(number(at + 16), 0x490000);
+            numbers.push_back(number(at + 24));
+            IpcBufferBuild buffer(bytes + at + 52, static_cast<unsigned>(number(at + 48)), true);
+            VxIpcPackage package(&buffer);
+            std::string rule, program;
+            EXPECT_TRUE(package.UnpacketString(rule) && package.UnpacketString(program));
+            EXPECT_EQ(rule, "PVAMessageCenter");
+            EXPECT_THAT(program, HasSubstr("\\windows_tests.exe"));
+        }
+        return numbers;
+    }
+
+private:
+    tandor::FileHandle pipe_;
+};
+
+class FirewallManager : public testing::Test {
+protected:
+    void SetUp() override { Manager().OnAllowFound(); }  // no request is kept from before
+    void TearDown() override {
+        Manager().OnAllowFound();
+        EXPECT_EQ(FirewallDouble::Live(), 0);
+    }
+    static FireWallRuleManger& Manager() { return FireWallRuleManger::GetInstance(); }
+    [[nodiscard]] std::wstring Note() const { return note_.Get().value_or(L"none"); }
+
+    FirewallPlan plan_;
+    RegistryText note_{DE::RegistryRoot::kLocalMachine, kNoteKey, L"Fireware"};
+    FirewallDouble double_;
+    HostLog log_;
+};
+
+TEST_F(FirewallManager, CheckAsksTheFirewallOnlyWhenThePlanIsOn) {
+    double_->group_enabled = VARIANT_TRUE;
+    plan_.user.Set(L"11");
+    EXPECT_FALSE(Manager().CheckRule());
+    EXPECT_THAT(double_.Asked(), IsEmpty());
+    plan_.user.Set(L"1");
+    EXPECT_TRUE(Manager().CheckRule());
+    double_->group_enabled = VARIANT_FALSE;
+    EXPECT_FALSE(Manager().CheckRule());
+    double_->failing = {{L"IsRuleGroupEnabled", E_FAIL}};
+    EXPECT_FALSE(Manager().CheckRule());
+}
+
+TEST_F(FirewallManager, EnablingNotesItAndDisablingTakesBothBack) {
+    plan_.user.Set(L"1");
+    for (const wchar_t* const note : {L"", L"0", L"1", L"a text that is longer than the note"}) {
+        note_.Set(note);
+        double_->rules = {RuleFor(L"PVAMessageCenter", L"old")};
+        EXPECT_TRUE(Manager().EnableRule());
+        EXPECT_EQ(Note(), L"1");
+        EXPECT_THAT(double_.Names(), ElementsAre(L"PVAMessageCenter"));
+        EXPECT_NE(double_->rules[0].texts[L"ApplicationName"], L"old");
+    }
+    double_->failing = {{L"Remove", E_ACCESSDENIED}};
+    EXPECT_FALSE(Manager().DisableRule());
+    EXPECT_EQ(Note(), L"1");
+    double_->failing.clear();
+    EXPECT_TRUE(Manager().DisableRule());
+    EXPECT_EQ(Note(), L"0");
+    EXPECT_THAT(double_.Names(), IsEmpty());
+
+    log_.Take();
+    double_->failing = {{L"Add", E_FAIL}};
+    EXPECT_FALSE(Manager().EnableRule());
+    EXPECT_THAT(log_.Take().back(), testing::StartsWith(L"3 AddFirewallRules fail: "));
+}
+
+TEST_F(FirewallManager, AForcedRequestGoesToTheServiceAndWaitsForItWhenThereIsNone) {
+    plan_.user.Set(L"1");
+    double_->group_enabled = VARIANT_TRUE;
+    {
+        Service service;
+        EXPECT_TRUE(Manager().TryEnableRule(L"t", L"x", false));  // in place
+        EXPECT_TRUE(Manager().DisableRuleByService());
+        EXPECT_TRUE(Manager().TryEnableRule(L"t", L"x", true));
+        Manager().OnServerStarted();  // nothing is kept, nothing is sent
+        EXPECT_THAT(service.Messages(), ElementsAre(kDisable, kEnable));
+    }
+    log_.Take();
+    EXPECT_TRUE(Manager().TryEnableRule(L"t", L"x", true));
+    EXPECT_THAT(log_.Take(), ElementsAre(HasSubstr(L"(FireWallRuleManger::OnSendFail)")));
+    Manager().OnServerStarted();  // and still is not there
+    {
+        Service service;
+        Manager().OnServerStarted();
+        EXPECT_THAT(service.Messages(), ElementsAre(kEnable));
+    }
+    EXPECT_FALSE(Manager().EnableRuleByService());
+    EXPECT_FALSE(Manager().DisableRuleByService());  // drops it
+    Service service;
+    Manager().OnServerStarted();
+    EXPECT_THAT(service.Messages(), IsEmpty());
+}
+
+// Answers the question of that title once it is on the screen.
+std::thread Answering(const std::wstring& title, WORD button) {
+    return std::thread([title, button] {
+        for (int i = 0; i < 10'000; ++i, ::Sleep(1)) {
+            const HWND question = ::FindWindowW(nullptr, title.c_str());
+            if (question != nullptr && ::PostMessageW(question, WM_COMMAND, button, 0) != 0) return;
+        }
+    });
+}
+
+TEST_F(FirewallManager, WithoutTheRuleTheUserIsAskedAndMayDecline) {
+    if (::GetDesktopWindow() == nullptr) GTEST_SKIP() << "no desktop";
+    const std::wstring title = L"Firewall 手机 " + std::to_wstring(::GetCurrentProcessId());
+    Service service;
+    for (const auto& [button, wanted] : {std::pair<WORD, bool>{IDNO, false}, {IDYES, true}}) {
+        std::thread user = Answering(title, button);
+        EXPECT_EQ(Manager().TryEnableRule(title, L"Allow connections?", true), wanted);
+        user.join();
+    }
+    EXPECT_THAT(service.Messages(), ElementsAre(kEnable));
+}
+
+}  // namespace
