@@ -20,5 +20,6 @@ using Findings = std::vector<Finding>;
 void CheckLogs(Findings& findings);
 void CheckRegistry(Findings& findings);
 void CheckImaging(Findings& findings);
+void CheckFirewall(Findings& findings);
 
 }  // namespace tandor::app

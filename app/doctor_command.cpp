@@ -7,6 +7,7 @@
 #include <fstream>
 
 #include "app/command.h"
+#include "app/firewall_view.h"
 #include "base/rotating_file.h"
 #include "base/win_error.h"
 #include "pelora/file_info.h"
@@ -17,7 +18,7 @@ namespace tandor::app {
 namespace {
 
 using Check = void (*)(Findings&);
-constexpr std::array<Check, 3> kChecks{CheckLogs, CheckRegistry, CheckImaging};
+constexpr std::array kChecks{CheckLogs, CheckRegistry, CheckImaging, CheckFirewall};
 constexpr std::array kVerdicts{"works", "limited", "broken"};
 
 void CheckWritable(const std::string& thing, const std::string& folder, Findings& findings) {
@@ -72,6 +73,17 @@ void CheckImaging(Findings& findings) {
                            : Finding{"thumbnails (GDI+)", Verdict::kBroken, WindowsErrorText(::GetLastError()),
                                      "install the system's media features"});
     if (gdiplus != nullptr) ::FreeLibrary(gdiplus);
+}
+
+void CheckFirewall(Findings& findings) {
+    const FirewallView view = LookAtFirewall();
+    findings.push_back(
+        view.trouble.empty()
+            ? Finding{"firewall", Verdict::kWorks,
+                      std::to_string(view.rules.size()) + " rules read, the plan is " + PlanText(view.plan),
+                      "run as administrator where rules must be changed"}
+            : Finding{"firewall", Verdict::kLimited, "its rules cannot be read: " + view.trouble,
+                      "start the service 'Windows Defender Firewall' (mpssvc)"});
 }
 
 void AddDoctorCommand(CLI::App& app, Context& context) {

@@ -38,8 +38,8 @@ void AddCommands(CLI::App& app, Context& context) {
         "Try 'tandorctl tour' to see everything at work, 'tandorctl doctor' to see what works on this machine,\n"
         "'tandorctl COMMAND --help' for one command. Exit codes: 0 done, 1 failed, 2 usage.");
     using namespace tandor::app;
-    for (const auto add :
-         {AddLogCommands, AddTextCommands, AddVersionCommands, AddClassifyCommand, AddDoctorCommand, AddTourCommand}) {
+    for (const auto add : {AddLogCommands, AddTextCommands, AddVersionCommands, AddClassifyCommand, AddFirewallCommands,
+                           AddDoctorCommand, AddTourCommand}) {
         add(app, context);
     }
 }

@@ -42,4 +42,7 @@ void TourText(TourReport& report);
 void TourVersions(TourReport& report);
 void TourFiles(TourReport& report);
 
+// System
+void TourFirewall(TourReport& report);
+
 }  // namespace tandor::app

@@ -14,6 +14,7 @@ constexpr TourStep kSteps[] = {
     {"Convert, code and mask text", "TandorUtilClass", TourText},
     {"Compare and pack versions", "TandorUtilClass::CalcVersion", TourVersions},
     {"Sort the files of a real folder", "ZellFileClassifier::GetTransferFileType", TourFiles},
+    {"Compare the firewall with the user's plan", "Firewall::AddFirewallRules", TourFirewall},
 };
 
 // Runs one step; returns what a machine reads about it.

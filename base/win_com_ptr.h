@@ -44,7 +44,8 @@ public:
     template <class Other>
     [[nodiscard]] ComPtr<Other> As() const noexcept {  // null when the object does not have it
         ComPtr<Other> other;
-        if (pointer_ != nullptr && FAILED(pointer_->QueryInterface(__uuidof(Other), other.ReceiveVoid()))) other.Reset();
+        if (pointer_ != nullptr && FAILED(pointer_->QueryInterface(__uuidof(Other), other.ReceiveVoid())))
+            other.Reset();
         return other;
     }
     [[nodiscard]] void** ReceiveVoid() noexcept { return reinterpret_cast<void**>(Receive()); }

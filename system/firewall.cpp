@@ -22,7 +22,7 @@ using tandor::LogMessage;
 constexpr std::size_t kTextLength = 500;  // characters of every text that the firewall is given
 constexpr LONG kEveryProtocol = 256;
 constexpr LONG kPrivateAndPublic = NET_FW_PROFILE2_PRIVATE | NET_FW_PROFILE2_PUBLIC;
-constexpr HRESULT kNoSuchRule = static_cast<HRESULT>(0x80070002);  // ERROR_FILE_NOT_FOUND
+constexpr HRESULT kNoSuchRule = static_cast<HRESULT>(0x80070002);   // ERROR_FILE_NOT_FOUND
 constexpr HRESULT kPathTooLong = static_cast<HRESULT>(0x800700CE);  // ERROR_FILENAME_EXCED_RANGE
 constexpr int kMostOfOneName = 10'000;  // ends the removal of a rule that says it is gone and is not
 
@@ -65,7 +65,10 @@ HRESULT Failed(const wchar_t* function, HRESULT status, const wchar_t* text) {
 
 struct Firewall::State {
     State(std::wstring_view rule, std::wstring_view about)
-        : name(FixedText(rule)), group(FixedText(tandor::kRuleGroup)), description(FixedText(about)), program(ProgramPath()) {
+        : name(FixedText(rule)),
+          group(FixedText(tandor::kRuleGroup)),
+          description(FixedText(about)),
+          program(ProgramPath()) {
         if (name.Get() == nullptr || group.Get() == nullptr || description.Get() == nullptr) throw std::bad_alloc();
     }
 
@@ -108,7 +111,8 @@ HRESULT Firewall::State::Remove(const wchar_t* function, const wchar_t* no_rules
         ComPtr<INetFwRule> rule;
         status = rules->Item(name.Get(), rule.Receive());
         if (status == kNoSuchRule || (SUCCEEDED(status) && !rule)) return S_OK;
-        if (FAILED(status)) return Failed(function, status, Formatted(L"(QRT)Nearby::Item() failed: 0x%08lx", status).text);
+        if (FAILED(status))
+            return Failed(function, status, Formatted(L"(QRT)Nearby::Item() failed: 0x%08lx", status).text);
         status = rules->Remove(name.Get());
         if (FAILED(status)) return Failed(function, status, kRemoveError);
         if (!all) return S_OK;
@@ -188,7 +192,8 @@ long Firewall::DeleteExistFirewallRules() {
 }
 
 long Firewall::DeleteFirewallRule() {
-    return state_->Remove(L"Firewall::DeleteFirewallRule", L"(QRT)Nearby::DeleteFirewallRule() get_Rules() error.", false);
+    return state_->Remove(L"Firewall::DeleteFirewallRule", L"(QRT)Nearby::DeleteFirewallRule() get_Rules() error.",
+                          false);
 }
 
 int Firewall::IsRuleGroupEnabled() {
@@ -198,7 +203,8 @@ int Firewall::IsRuleGroupEnabled() {
     VARIANT_BOOL enabled = VARIANT_FALSE;
     status = state_->policy->IsRuleGroupEnabled(kPrivateAndPublic, state_->group.Get(), &enabled);
     // The text names the other query; readers of the log know it so.
-    if (FAILED(status)) return Failed(kFunction, status, L"(QRT)Nearby::Failed calling API IsRuleGroupCurrentlyEnabled.");
+    if (FAILED(status))
+        return Failed(kFunction, status, L"(QRT)Nearby::Failed calling API IsRuleGroupCurrentlyEnabled.");
     return enabled != VARIANT_FALSE ? 1 : 0;
 }
 

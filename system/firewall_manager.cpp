@@ -32,7 +32,8 @@ bool EnabledIsNoted() {
 
 bool NoteEnabled(const wchar_t* text, LOG_MESSAGE_LEVEL level, const wchar_t* function) {
     tandor::RegistryKey key;
-    LSTATUS status = ::RegCreateKeyExW(HKEY_LOCAL_MACHINE, kNoteKey, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, key.Receive(), nullptr);
+    LSTATUS status =
+        ::RegCreateKeyExW(HKEY_LOCAL_MACHINE, kNoteKey, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, key.Receive(), nullptr);
     const auto size = static_cast<DWORD>((std::wcslen(text) + 1) * sizeof(wchar_t));
     if (status == ERROR_SUCCESS) {
         status = ::RegSetValueExW(key.Get(), kNoteValue, 0, REG_SZ, reinterpret_cast<const BYTE*>(text), size);

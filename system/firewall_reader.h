@@ -18,12 +18,12 @@ struct RuleReading {
     std::vector<FirewallRule> rules;  // those read until then
     std::size_t unreadable = 0;       // entries that are no rule, or whose name cannot be read: they are passed over
     ReadingStep failed = ReadingStep::kDone;
-    HRESULT status = S_OK;        // of the step that failed
+    HRESULT status = S_OK;         // of the step that failed
     ComPtr<INetFwRules> firewall;  // the rules themselves, for changes; null when they could not be reached
 };
 
-// Reads all rules before anything is changed: what is removed during a walk can make the walk pass over others. The thread
-// must be in a COM apartment until the result is gone. Texts end at their first zero.
+// Reads all rules before anything is changed: what is removed during a walk can make the walk pass over others. The
+// thread must be in a COM apartment until the result is gone. Texts end at their first zero.
 RuleReading ReadFirewallRules();
 
 }  // namespace tandor

@@ -110,7 +110,8 @@ void Firewall::RemoveDHCPRules() noexcept {
     if (library != nullptr) ::FreeLibrary(library);
     turn.Give();
     try {
-        LogMessage(kFailure, L"Firewall::RemoveDHCPRules", L"Remove firewall rules: thread start failed, error ", trouble);
+        LogMessage(kFailure, L"Firewall::RemoveDHCPRules", L"Remove firewall rules: thread start failed, error ",
+                   trouble);
     } catch (const std::bad_alloc&) {  // nothing can be said without memory either
     }
 }

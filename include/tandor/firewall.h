@@ -9,17 +9,17 @@
 
 class IPCMessageClient;
 
-// One rule of the Windows Firewall: it allows inbound connections of every protocol, on every profile, to the program that
-// runs this code. Edge traversal stays at the firewall's default. The rule's name, group, description and program are
-// handed to the firewall as texts of exactly 500 characters, filled up with zeros; a text from the caller ends at its first
-// zero and is cut after 499 characters.
+// One rule of the Windows Firewall: it allows inbound connections of every protocol, on every profile, to the program
+// that runs this code. Edge traversal stays at the firewall's default. The rule's name, group, description and program
+// are handed to the firewall as texts of exactly 500 characters, filled up with zeros; a text from the caller ends at
+// its first zero and is cut after 499 characters.
 //
 // Results are HRESULTs: 0 or positive for success. E_ACCESSDENIED (0x80070005) means that changing the firewall needs
 // administrator rights; the host log says so too. Each failure is written to the host log. Without a connection to the
 // firewall every operation fails with the HRESULT of the connection attempt. Nothing is thrown but std::bad_alloc.
 //
-// Threads: an object belongs to the thread that made it. It keeps that thread in a single-threaded COM apartment for as long
-// as it lives; a thread that is in the multithreaded apartment already stays there, and is in it still afterwards.
+// Threads: an object belongs to the thread that made it. It keeps that thread in a single-threaded COM apartment for as
+// long as it lives; a thread that is in the multithreaded apartment already stays there, and is in it still afterwards.
 class TANDOR_API Firewall {
 public:
     // The message centre's rule: "PVAMessageCenter" of the group "PV Assistant", described as "PVAMessageCenter.exe".
@@ -33,8 +33,8 @@ public:
     // Connects to the firewall anew.
     void InitRules();
 
-    // Removes every rule of the name and, when the user's firewall plan is on, adds the rule. With the plan off nothing is
-    // added and the result is that of the removal.
+    // Removes every rule of the name and, when the user's firewall plan is on, adds the rule. With the plan off nothing
+    // is added and the result is that of the removal.
     long AddFirewallRules();
 
     // Adds the rule. One of that name that is there already stays. Nothing is added when any of the rule's settings was
@@ -51,11 +51,11 @@ public:
     int IsRuleGroupCurrentlyEnabled();
 
     // Removes the system's rules for DHCP and Internet connection sharing, which keep the feature's own hotspot from
-    // handing out addresses: those for a program "svchost.exe" whose name contains "Internet" (the name is what is tested,
-    // since rules are removed by name) and one of "(DHCPv4-In)", "(DHCP Server-In)" and "(SharedAccess-Out)".
+    // handing out addresses: those for a program "svchost.exe" whose name contains "Internet" (the name is what is
+    // tested, since rules are removed by name) and one of "(DHCPv4-In)", "(DHCP Server-In)" and "(SharedAccess-Out)".
     // Returns at once; a thread of its own does the work and tells the host log what it removed. It keeps the library
-    // loaded until it ends. A call while it runs, or within 15 s of the last start, does nothing. Any thread; nothing is
-    // thrown.
+    // loaded until it ends. A call while it runs, or within 15 s of the last start, does nothing. Any thread; nothing
+    // is thrown.
     static void RemoveDHCPRules() noexcept;
 
 private:
@@ -63,12 +63,13 @@ private:
     State* state_;
 };
 
-// Decides when the message centre's rule is wanted, and remembers it: the text "1" in the value "Fireware" of the machine's
-// key SOFTWARE\Pelora\VXLoginGuide says that the feature has enabled the rule.
+// Decides when the message centre's rule is wanted, and remembers it: the text "1" in the value "Fireware" of the
+// machine's key SOFTWARE\Pelora\VXLoginGuide says that the feature has enabled the rule.
 //
 // What this process has no right to do it asks the suite's assistant service for: a message over the pipe
 // \\.\Pipe\iPaviloAssistant from client 0x490084 to module 0x490000, number 0x490086 to enable the rule and 0x490087 to
-// disable it. Its data are two packed strings (VxIpcPackage): the rule's name and the path of the program it is for, UTF-8.
+// disable it. Its data are two packed strings (VxIpcPackage): the rule's name and the path of the program it is for,
+// UTF-8.
 //
 // Threads: every operation may run on any thread; those that touch the firewall use a Firewall object of their own.
 // Operations that return bool tell the cause of a false in the host log. Only std::bad_alloc may leave.
@@ -83,17 +84,17 @@ public:
     // Firewall::AddFirewallRules does. False when either fails.
     bool EnableRule();
 
-    // Removes the rules of the name and notes "0" in the registry. False when either fails; the note is left alone as long
-    // as a rule is still there.
+    // Removes the rules of the name and notes "0" in the registry. False when either fails; the note is left alone as
+    // long as a rule is still there.
     bool DisableRule();
 
-    // Sees to it that the rule is wanted: asks the user when it is not in place (false when the user declines), is content
-    // when it is (unless `force`), and otherwise asks the service to enable it. True as well when the service cannot be
-    // reached: the request is kept until OnServerStarted.
+    // Sees to it that the rule is wanted: asks the user when it is not in place (false when the user declines), is
+    // content when it is (unless `force`), and otherwise asks the service to enable it. True as well when the service
+    // cannot be reached: the request is kept until OnServerStarted.
     bool TryEnableRule(const std::wstring& title, const std::wstring& text, bool force);
 
-    // Asks the user a question with Yes and No, in front of other windows, and waits for the answer. False for No, for a
-    // closed question, and where no user can be asked.
+    // Asks the user a question with Yes and No, in front of other windows, and waits for the answer. False for No, for
+    // a closed question, and where no user can be asked.
     bool ShowDialog(const std::wstring& title, const std::wstring& text);
 
     // Ask the service. Each fails at once (200 ms at most) when there is none: OnSendFail is called then. A request to
@@ -101,8 +102,8 @@ public:
     bool EnableRuleByService();
     bool DisableRuleByService();
 
-    // Events, from whoever watches the service: a request did not reach it; it has started (a kept request is sent); the
-    // rule was found to be in place (a kept request is dropped).
+    // Events, from whoever watches the service: a request did not reach it; it has started (a kept request is sent);
+    // the rule was found to be in place (a kept request is dropped).
     void OnSendFail();
     void OnServerStarted();
     void OnAllowFound();

@@ -29,7 +29,8 @@ HRESULT Answer(Script& script, const std::wstring& call, const std::wstring& val
 
 class RuleObject final : public ComObject<FirewallRuleStub> {
 public:
-    explicit RuleObject(SharedScript script, FirewallDouble::Rule data = {}) : script_(std::move(script)), data_(std::move(data)) {}
+    explicit RuleObject(SharedScript script, FirewallDouble::Rule data = {})
+        : script_(std::move(script)), data_(std::move(data)) {}
     [[nodiscard]] const FirewallDouble::Rule& Data() const { return data_; }
 
     HRESULT STDMETHODCALLTYPE get_Name(BSTR* text) override { return Get(L"Name", text); }
@@ -61,7 +62,8 @@ private:
     }
     HRESULT Put(const std::wstring& property, BSTR text) {
         data_.texts[property] = Whole(text);
-        return Answer(*script_, L"put_" + property, Visible(Whole(text)) + L"/" + std::to_wstring(::SysStringLen(text)));
+        return Answer(*script_, L"put_" + property,
+                      Visible(Whole(text)) + L"/" + std::to_wstring(::SysStringLen(text)));
     }
     template <class Value>
     HRESULT Get(const wchar_t* property, Value* value) {
@@ -199,7 +201,8 @@ std::vector<std::wstring> FirewallDouble::Names() const {
 int FirewallDouble::Live() { return Policy::Live() + Rules::Live() + Entries::Live() + RuleObject::Live(); }
 
 FirewallDouble::Rule RuleFor(const std::wstring& name, const std::wstring& program) {
-    return {{{L"Name", name}, {L"ApplicationName", program}}, {{L"Direction", 1}, {L"Action", 1}, {L"Enabled", VARIANT_TRUE}}};
+    return {{{L"Name", name}, {L"ApplicationName", program}},
+            {{L"Direction", 1}, {L"Action", 1}, {L"Enabled", VARIANT_TRUE}}};
 }
 
 }  // namespace tandor::test

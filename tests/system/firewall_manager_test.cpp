@@ -30,8 +30,8 @@ constexpr int kEnable = 0x490086, kDisable = 0x490087;
 class Service {
 public:
     Service()
-        : pipe_(::CreateNamedPipeW(L"\\\\.\\Pipe\\iPaviloAssistant", PIPE_ACCESS_INBOUND, PIPE_TYPE_BYTE | PIPE_NOWAIT, 1, 65536,
-                                   65536, 0, nullptr)) {}
+        : pipe_(::CreateNamedPipeW(L"\\\\.\\Pipe\\iPaviloAssistant", PIPE_ACCESS_INBOUND, PIPE_TYPE_BYTE | PIPE_NOWAIT,
+                                   1, 65536, 65536, 0, nullptr)) {}
 
     // The messages that have come, as their numbers; each is about the rule and names this program.
     std::vector<int> Messages() {

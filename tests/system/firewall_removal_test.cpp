@@ -31,8 +31,8 @@ std::atomic<int> started{0};
 std::atomic<bool> refuse{false};
 
 ULONGLONG WINAPI Now() { return now; }
-HANDLE WINAPI CountedThread(LPSECURITY_ATTRIBUTES security, SIZE_T stack, LPTHREAD_START_ROUTINE routine, void* argument,
-                            DWORD flags, DWORD* id) {
+HANDLE WINAPI CountedThread(LPSECURITY_ATTRIBUTES security, SIZE_T stack, LPTHREAD_START_ROUTINE routine,
+                            void* argument, DWORD flags, DWORD* id) {
     if (refuse) {
         ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return nullptr;
@@ -85,11 +85,10 @@ protected:
 
 TEST_F(FirewallRemoval, TheSystemsRulesGoAndNoOthers) {
     const std::wstring dhcp = L"Internet Connection Sharing (DHCPv4-In)";
-    double_->rules = {RuleFor(dhcp, kHost),
-                      RuleFor(L"Internet Connection Sharing (DHCP Server-In)", kHost),  // next to one that goes
-                      RuleFor(L"Core Networking (DHCPv4-In)", kHost),
-                      RuleFor(std::wstring(L"Internet\0(DHCPv4-In)", 20), kHost),
-                      RuleFor(L"Internet 手机 (SharedAccess-Out)", std::wstring(L"svchost.exe\0\0\0", 14))};
+    double_->rules = {
+        RuleFor(dhcp, kHost), RuleFor(L"Internet Connection Sharing (DHCP Server-In)", kHost),  // next to one that goes
+        RuleFor(L"Core Networking (DHCPv4-In)", kHost), RuleFor(std::wstring(L"Internet\0(DHCPv4-In)", 20), kHost),
+        RuleFor(L"Internet 手机 (SharedAccess-Out)", std::wstring(L"svchost.exe\0\0\0", 14))};
     EXPECT_THAT(Remove(), ElementsAre(kStart, L"3 Remove firewall rule: " + dhcp + kThread,
                                       L"3 Remove firewall rule: Internet Connection Sharing (DHCP Server-In)" + kThread,
                                       L"3 Remove firewall rule: Internet 手机 (SharedAccess-Out)" + kThread,
@@ -99,7 +98,8 @@ TEST_F(FirewallRemoval, TheSystemsRulesGoAndNoOthers) {
 }
 
 TEST_F(FirewallRemoval, RulesThatChangeDuringTheWalkAndOnesThatStayAreNoTrouble) {
-    double_->rules = {RuleFor(L"Internet a (DHCPv4-In)", kHost), RuleFor(L"x", L"y"), RuleFor(L"Internet b (DHCPv4-In)", kHost)};
+    double_->rules = {RuleFor(L"Internet a (DHCPv4-In)", kHost), RuleFor(L"x", L"y"),
+                      RuleFor(L"Internet b (DHCPv4-In)", kHost)};
     double_->odd_entry = 1;
     double_->failing = {{L"Remove", E_ACCESSDENIED}};
     double_->on_entry = [this, entry = 0]() mutable {

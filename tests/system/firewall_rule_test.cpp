@@ -30,7 +30,8 @@ TEST(FirewallRule, SharedConnectionRulesAreTheHostsWithTheThreeMarks) {
         FirewallRule rule;
         rule.name = c.name;
         rule.application = c.application;
-        EXPECT_EQ(IsSharedConnectionRule(rule), c.removable) << testing::PrintToString(std::wstring(c.name)) << c.application;
+        EXPECT_EQ(IsSharedConnectionRule(rule), c.removable)
+            << testing::PrintToString(std::wstring(c.name)) << c.application;
     }
 }
 

@@ -65,13 +65,15 @@ TEST_F(FirewallTest, OnlyThePlanOneAddsAndOldRulesGoInAnyCase) {
     for (const std::optional<std::wstring>& plan :
          {std::optional<std::wstring>(L"1"), {}, {L""}, {L"0"}, {L"11"}, {L"1 "}, {std::wstring(L"yes")}}) {
         plan_.user.Set(plan);
-        double_->rules = {RuleFor(L"PVAMessageCenter", L"old"), RuleFor(L"Other", L"x"), RuleFor(L"PVAMessageCenter", L"older")};
+        double_->rules = {RuleFor(L"PVAMessageCenter", L"old"), RuleFor(L"Other", L"x"),
+                          RuleFor(L"PVAMessageCenter", L"older")};
         log_.Take();
         EXPECT_EQ(Firewall().AddFirewallRules(), S_OK);
         if (plan == L"1") {
             EXPECT_THAT(double_.Names(), ElementsAre(L"Other", L"PVAMessageCenter"));
-            EXPECT_THAT(log_.Take(), ElementsAre(HasSubstr(L"3 (QRT)Nearby::Firewall plan is on, we add the firewall rule here.("),
-                                                 HasSubstr(L"Add Firewall rule success.")));
+            EXPECT_THAT(log_.Take(),
+                        ElementsAre(HasSubstr(L"3 (QRT)Nearby::Firewall plan is on, we add the firewall rule here.("),
+                                    HasSubstr(L"Add Firewall rule success.")));
         } else {
             EXPECT_THAT(double_.Names(), ElementsAre(L"Other"));
             EXPECT_THAT(log_.Take(), ElementsAre(L"3 (QRT)Nearby::Firewall plan is off, we do nothing here."
@@ -89,7 +91,8 @@ TEST_F(FirewallTest, TheUsersPlanStandsBeforeTheMachines) {
 }
 
 TEST_F(FirewallTest, OneRuleOrAllOfTheNameAreRemoved) {
-    double_->rules = {RuleFor(L"Mine", L"a"), RuleFor(L"Other", L"b"), RuleFor(std::wstring(L"Mine\0\0", 6), L"c"), RuleFor(L"Mine", L"d")};
+    double_->rules = {RuleFor(L"Mine", L"a"), RuleFor(L"Other", L"b"), RuleFor(std::wstring(L"Mine\0\0", 6), L"c"),
+                      RuleFor(L"Mine", L"d")};
     Firewall firewall(L"Mine", L"");
     EXPECT_EQ(firewall.DeleteFirewallRule(), S_OK);
     EXPECT_THAT(double_.Names(), ElementsAre(L"Other", L"Mine", L"Mine"));
@@ -120,24 +123,46 @@ TEST_F(FirewallTest, EachFailureIsReturnedAndLogged) {
     const auto kAdd = &Firewall::AddFirewallRuleWithEdgeTraversal;
     const Case cases[] = {
         {L"get_Rules", E_FAIL, kAdd, {L"4 (QRT)Nearby::Add FireWall rule get_Rules() failed " + add}, 1},
-        {L"rule", REGDB_E_CLASSNOTREG, kAdd,
-         {L"4 (QRT)Nearby::CoCreateInstance for Firewall Rule failed: 0x80040154" + add}, 1},
+        {L"rule",
+         REGDB_E_CLASSNOTREG,
+         kAdd,
+         {L"4 (QRT)Nearby::CoCreateInstance for Firewall Rule failed: 0x80040154" + add},
+         1},
         {L"put_ApplicationName", E_INVALIDARG, kAdd, {L"4 (QRT)Nearby::Add Firewall rule failed: 0x80070057" + add}, 1},
         {L"Add", kDenied, kAdd, {L"4 (QRT)Nearby::Add Firewall rule failed: 0x80070005" + add, kDeniedLine + add}, 1},
-        {L"Add", kDenied, &Firewall::AddFirewallRules,
+        {L"Add",
+         kDenied,
+         &Firewall::AddFirewallRules,
          {L"3 (QRT)Nearby::Firewall plan is on, we add the firewall rule here.(Firewall::AddFirewallRules)",
           L"4 (QRT)Nearby::Add Firewall rule failed: 0x80070005" + add, kDeniedLine + add,
-          L"4 (QRT)Nearby::Firewall plan is on, we add the firewall rule failed.(Firewall::AddFirewallRules)"}, 0},
-        {L"Remove", kDenied, &Firewall::AddFirewallRules,
+          L"4 (QRT)Nearby::Firewall plan is on, we add the firewall rule failed.(Firewall::AddFirewallRules)"},
+         0},
+        {L"Remove",
+         kDenied,
+         &Firewall::AddFirewallRules,
          {L"4 (QRT)Nearby::DeleteExistFirewallRules() Remove() error." + remove, kDeniedLine + remove,
-          L"4 (QRT)Nearby::DeleteExistFirewallRules() failed.(Firewall::AddFirewallRules)"}, 1},
-        {L"get_Rules", E_FAIL, &Firewall::DeleteExistFirewallRules,
-         {L"4 (QRT)Nearby::DeleteExistFirewallRules() get_Rules() error." + remove}, 1},
-        {L"Item", E_NOTIMPL, &Firewall::DeleteExistFirewallRules, {L"4 (QRT)Nearby::Item() failed: 0x80004001" + remove}, 1},
-        {L"get_Rules", E_FAIL, &Firewall::DeleteFirewallRule,
-         {L"4 (QRT)Nearby::DeleteFirewallRule() get_Rules() error.(Firewall::DeleteFirewallRule)"}, 1},
-        {L"Remove", E_FAIL, &Firewall::DeleteFirewallRule,
-         {L"4 (QRT)Nearby::DeleteExistFirewallRules() Remove() error.(Firewall::DeleteFirewallRule)"}, 1},
+          L"4 (QRT)Nearby::DeleteExistFirewallRules() failed.(Firewall::AddFirewallRules)"},
+         1},
+        {L"get_Rules",
+         E_FAIL,
+         &Firewall::DeleteExistFirewallRules,
+         {L"4 (QRT)Nearby::DeleteExistFirewallRules() get_Rules() error." + remove},
+         1},
+        {L"Item",
+         E_NOTIMPL,
+         &Firewall::DeleteExistFirewallRules,
+         {L"4 (QRT)Nearby::Item() failed: 0x80004001" + remove},
+         1},
+        {L"get_Rules",
+         E_FAIL,
+         &Firewall::DeleteFirewallRule,
+         {L"4 (QRT)Nearby::DeleteFirewallRule() get_Rules() error.(Firewall::DeleteFirewallRule)"},
+         1},
+        {L"Remove",
+         E_FAIL,
+         &Firewall::DeleteFirewallRule,
+         {L"4 (QRT)Nearby::DeleteExistFirewallRules() Remove() error.(Firewall::DeleteFirewallRule)"},
+         1},
     };
     plan_.user.Set(L"1");
     for (const Case& c : cases) {
@@ -155,17 +180,19 @@ TEST_F(FirewallTest, GroupQueriesAnswerOneZeroOrTheFailure) {
     double_->group_enabled = VARIANT_TRUE;
     EXPECT_EQ(firewall.IsRuleGroupEnabled(), 1);
     EXPECT_EQ(firewall.IsRuleGroupCurrentlyEnabled(), 1);
-    EXPECT_THAT(double_.Asked(), ElementsAre(L"IsRuleGroupEnabled 6 PV Assistant", L"get_IsRuleGroupCurrentlyEnabled PV Assistant"));
+    EXPECT_THAT(double_.Asked(),
+                ElementsAre(L"IsRuleGroupEnabled 6 PV Assistant", L"get_IsRuleGroupCurrentlyEnabled PV Assistant"));
     double_->group_enabled = VARIANT_FALSE;
     EXPECT_EQ(firewall.IsRuleGroupEnabled(), 0);
     EXPECT_EQ(firewall.IsRuleGroupCurrentlyEnabled(), 0);
     double_->failing = {{L"IsRuleGroupEnabled", E_FAIL}, {L"get_IsRuleGroupCurrentlyEnabled", E_INVALIDARG}};
     EXPECT_LT(firewall.IsRuleGroupEnabled(), 0);
     EXPECT_LT(firewall.IsRuleGroupCurrentlyEnabled(), 0);
-    EXPECT_THAT(log_.Take(),
-                ElementsAre(L"4 (QRT)Nearby::Failed calling API IsRuleGroupCurrentlyEnabled.(Firewall::IsRuleGroupEnabled)",
-                            L"4 (QRT)Nearby::Failed calling API IsRuleGroupCurrentlyEnabled. Error: 0x 80070057."
-                            L"(Firewall::IsRuleGroupCurrentlyEnabled)"));
+    EXPECT_THAT(
+        log_.Take(),
+        ElementsAre(L"4 (QRT)Nearby::Failed calling API IsRuleGroupCurrentlyEnabled.(Firewall::IsRuleGroupEnabled)",
+                    L"4 (QRT)Nearby::Failed calling API IsRuleGroupCurrentlyEnabled. Error: 0x 80070057."
+                    L"(Firewall::IsRuleGroupCurrentlyEnabled)"));
 }
 
 TEST_F(FirewallTest, WithoutConnectionEverythingFailsUntilItIsMadeAnew) {
