@@ -171,7 +171,7 @@ TEST_F(FirewallRemoval, AThreadThatDoesNotStartIsToldAndBlocksNothing) {
     EXPECT_EQ(started, 2);
 }
 
-TEST_F(FirewallRemoval, AThousandRemovalsLeaveNothingBehind) {
+TEST_F(FirewallRemoval, AHundredRemovalsLeaveNothingBehind) {
     Remove();
     const auto handles = [] {
         DWORD count = 0;
@@ -179,12 +179,12 @@ TEST_F(FirewallRemoval, AThousandRemovalsLeaveNothingBehind) {
         return count;
     };
     const DWORD before = handles();
-    for (int i = 0; i < 1000; ++i) {
+    for (int i = 0; i < 100; ++i) {
         double_->rules = {RuleFor(L"Internet (DHCPv4-In)", kHost)};
         Remove();
     }
     Until([&] { return handles() <= before + 2; });
-    EXPECT_EQ(started, 1001);
+    EXPECT_EQ(started, 101);
 }
 
 }  // namespace

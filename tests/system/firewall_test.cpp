@@ -245,7 +245,7 @@ DWORD Handles() {
     return count;
 }
 
-TEST_F(FirewallTest, AThousandCallsOfEachOperationLeaveNothingBehind) {
+TEST_F(FirewallTest, AHundredCallsOfEachOperationLeaveNothingBehind) {
     plan_.user.Set(L"1");
     const auto round = [] {
         Firewall firewall;
@@ -259,7 +259,7 @@ TEST_F(FirewallTest, AThousandCallsOfEachOperationLeaveNothingBehind) {
     };
     round();
     const DWORD handles = Handles();
-    for (int i = 0; i < 1000; ++i) {
+    for (int i = 0; i < 100; ++i) {
         round();
         if (i % 3 == 0) double_->failing = {{i % 2 == 0 ? L"put_Protocol" : L"get_Rules", E_FAIL}};
         if (i % 3 == 1) double_->failing.clear();
