@@ -54,6 +54,9 @@ private:
 std::filesystem::path PathFrom(std::string_view utf8);
 std::string TextOf(const std::filesystem::path& path);
 
+// Where tandorctl.exe lies.
+std::filesystem::path ProgramFolder();
+
 // The content of the file, or of standard input for "-". Throws CommandError.
 std::string ReadInput(const std::string& file);
 
@@ -62,6 +65,16 @@ void AddLogCommands(CLI::App& app, Context& context);
 void AddTextCommands(CLI::App& app, Context& context);
 void AddVersionCommands(CLI::App& app, Context& context);
 void AddClassifyCommand(CLI::App& app, Context& context);
+void AddDeviceCommands(CLI::App& app, Context& context);
+void AddScreenCommands(CLI::App& app, Context& context);
+void AddPanelCommand(CLI::App& app, Context& context);
+void AddHashCommand(CLI::App& app, Context& context);
+void AddSealCommands(CLI::App& app, Context& context);
+void AddReportCommands(CLI::App& app, Context& context);
+void AddOutboxCommands(CLI::App& app, Context& context);
+void AddQueueCommand(CLI::App& app, Context& context);
+void AddWatchCommand(CLI::App& app, Context& context);
+void AddLookCommands(CLI::App& app, Context& context);
 void AddFirewallCommands(CLI::App& app, Context& context);
 void AddDoctorCommand(CLI::App& app, Context& context);
 void AddTourCommand(CLI::App& app, Context& context);

@@ -18,8 +18,11 @@ struct Finding {
 using Findings = std::vector<Finding>;
 
 void CheckLogs(Findings& findings);
+void CheckDeviceStore(Findings& findings);
 void CheckRegistry(Findings& findings);
 void CheckImaging(Findings& findings);
+void CheckSealing(Findings& findings);
+void CheckWatching(Findings& findings);
 void CheckFirewall(Findings& findings);
 
 }  // namespace tandor::app

@@ -12,13 +12,16 @@
 #include "base/win_error.h"
 #include "pelora/file_info.h"
 #include "pelora/registry.h"
+#include "tandor/state_watch.h"
 #include "tandor/text.h"
 
 namespace tandor::app {
 namespace {
 
 using Check = void (*)(Findings&);
-constexpr std::array kChecks{CheckLogs, CheckRegistry, CheckImaging, CheckFirewall};
+constexpr std::array kChecks{
+    CheckLogs, CheckDeviceStore, CheckRegistry, CheckImaging, CheckSealing, CheckWatching, CheckFirewall,
+};
 constexpr std::array kVerdicts{"works", "limited", "broken"};
 
 void CheckWritable(const std::string& thing, const std::string& folder, Findings& findings) {
@@ -73,6 +76,16 @@ void CheckImaging(Findings& findings) {
                            : Finding{"thumbnails (GDI+)", Verdict::kBroken, WindowsErrorText(::GetLastError()),
                                      "install the system's media features"});
     if (gdiplus != nullptr) ::FreeLibrary(gdiplus);
+}
+
+void CheckWatching(Findings& findings) {
+    std::vector<TdOpenFile> files;
+    const unsigned long error = TdOpenFiles::List(::GetCurrentProcessId(), files);
+    findings.push_back(
+        error == ERROR_SUCCESS
+            ? Finding{"open files of processes", Verdict::kWorks,
+                      std::to_string(files.size()) + " file handles of this process", ""}
+            : Finding{"open files of processes", Verdict::kBroken, WindowsErrorText(error), "run as administrator"});
 }
 
 void CheckFirewall(Findings& findings) {

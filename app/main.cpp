@@ -38,8 +38,25 @@ void AddCommands(CLI::App& app, Context& context) {
         "Try 'tandorctl tour' to see everything at work, 'tandorctl doctor' to see what works on this machine,\n"
         "'tandorctl COMMAND --help' for one command. Exit codes: 0 done, 1 failed, 2 usage.");
     using namespace tandor::app;
-    for (const auto add : {AddLogCommands, AddTextCommands, AddVersionCommands, AddClassifyCommand, AddFirewallCommands,
-                           AddDoctorCommand, AddTourCommand}) {
+    for (const auto add : {
+             AddLogCommands,
+             AddTextCommands,
+             AddVersionCommands,
+             AddClassifyCommand,
+             AddDeviceCommands,
+             AddScreenCommands,
+             AddPanelCommand,
+             AddHashCommand,
+             AddSealCommands,
+             AddReportCommands,
+             AddOutboxCommands,
+             AddQueueCommand,
+             AddWatchCommand,
+             AddLookCommands,
+             AddFirewallCommands,
+             AddDoctorCommand,
+             AddTourCommand,
+         }) {
         add(app, context);
     }
 }
@@ -78,6 +95,7 @@ int Run(const std::vector<std::string>& arguments) {
 
 int wmain(int count, wchar_t** words) {
     ::SetConsoleOutputCP(CP_UTF8);
+    _setmode(_fileno(stdin), _O_BINARY);
     _setmode(_fileno(stdout), _O_BINARY);
     std::vector<std::string> arguments;
     for (int i = 1; i < count; ++i) arguments.push_back(tandor::Utf8FromWideLossy(words[i]));

@@ -36,11 +36,37 @@ struct TourStep {
     void (*run)(TourReport&);
 };
 
+// A step's own check; the step has failed when it does not hold. `what` says what was tried.
+void Expect(bool holds, const char* what);
+
+// Device data and settings
+void TourRemember(TourReport& report);
+void TourExport(TourReport& report);
+
 // Foundation
 void TourChannels(TourReport& report);
 void TourText(TourReport& report);
 void TourVersions(TourReport& report);
 void TourFiles(TourReport& report);
+
+// Security
+void TourSessionKey(TourReport& report);
+void TourSealing(TourReport& report);
+void TourDigests(TourReport& report);
+
+// Concurrency
+void TourPresence(TourReport& report);
+void TourPool(TourReport& report);
+void TourQueue(TourReport& report);
+
+// Screen and panel
+void TourScreen(TourReport& report);
+void TourPanel(TourReport& report);
+
+// Telemetry
+void TourTimedPairing(TourReport& report);
+void TourFault(TourReport& report);
+void TourOutbox(TourReport& report);
 
 // System
 void TourFirewall(TourReport& report);

@@ -13,8 +13,21 @@ constexpr TourStep kSteps[] = {
     {"Write to the three log channels", "Logger::Log", TourChannels},
     {"Convert, code and mask text", "TandorUtilClass", TourText},
     {"Compare and pack versions", "TandorUtilClass::CalcVersion", TourVersions},
+    {"Remember a device, list what is there", "TandorConfig, DM::DeviceMgr", TourRemember},
+    {"Export the device as JSON, read it back", "BluetoothDeviceSummarySerialize", TourExport},
     {"Sort the files of a real folder", "ZellFileClassifier::GetTransferFileType", TourFiles},
+    {"Read the extended screen's configuration", "ExScreen::ConfigMgr", TourScreen},
+    {"Judge an attached panel's colours", "GetEdidData", TourPanel},
+    {"Draw nonces and a session key", "SecurityEncryptUtil::GenerateRandom", TourSessionKey},
+    {"Seal and open messages, refuse a changed one", "SecurityEncryptUtil::AesGcmEncrypt", TourSealing},
+    {"Digests, short identifiers, the shared generator", "CTandorSecTools, DE, TrustDeviceRandom", TourDigests},
+    {"Follow a second process until it is killed", "TdProcessStateWatcher::QueryProcessState", TourPresence},
+    {"Run tasks on the pool", "TandorUtil::ThreadPool::Submit", TourPool},
+    {"Push more to a busy queue than it keeps", "IOperationQueue::Push", TourQueue},
+    {"Time the steps of a pairing, one of them missing", "Tandor::Reporter::Commit", TourTimedPairing},
+    {"Report a fault with its log files", "Tandor::KoEventReporter::KoEventReport", TourFault},
     {"Compare the firewall with the user's plan", "Firewall::AddFirewallRules", TourFirewall},
+    {"See what lies in the outbox", "pelora::Outbox", TourOutbox},
 };
 
 // Runs one step; returns what a machine reads about it.
@@ -63,6 +76,10 @@ void Tour(Context& context) {
 }
 
 }  // namespace
+
+void Expect(bool holds, const char* what) {
+    if (!holds) throw CommandError(what, "came out wrong");
+}
 
 void TourReport::Result(const std::string& name, const std::string& shown) { Result(name, shown, shown); }
 

@@ -9,9 +9,9 @@ namespace tandor {
 namespace {
 
 constexpr std::uint64_t kRenameRetry = 1000;  // ms
-constexpr int kLockTries = 100;               // of 2 ms: a writer that hangs must not hang the others
+constexpr int kLockTries = 1000;              // of 2 ms: a writer that hangs must not hang the others
 constexpr int kFollowTries = 5;
-constexpr std::uint64_t kNearlyFull = 32 * 1024;  // room for what four writers append at once before they look again
+constexpr std::uint64_t kNearlyFull = 66 * 1024;  // more than one append
 
 FileHandle OpenShared(const std::filesystem::path& path, DWORD access, DWORD disposition) {
     return FileHandle(::CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
@@ -61,15 +61,18 @@ RotatingFile::RotatingFile(std::filesystem::path path, std::uint64_t max_size, u
     : path_(std::move(path)), max_size_(max_size), rotated_files_(rotated_files), writers_(writers) {
     std::error_code ignored;  // the open below fails with the cause that matters
     std::filesystem::create_directories(path_.parent_path(), ignored);
-    Open();
+    if (!Open()) throw WindowsError("cannot open " + Utf8FromWideLossy(path_.native()), ::GetLastError());
 }
 
-void RotatingFile::Open() {
-    // Append access without write access makes every write land at the end, whatever other processes do meanwhile.
+// What was open stays open when this fails: a record must have somewhere to go.
+bool RotatingFile::Open() noexcept {
+    // Append access without write access makes every write land at the end; where the system does not do that in one
+    // step, the lock does.
     FileHandle file =
         OpenShared(path_, FILE_APPEND_DATA | FILE_READ_DATA | FILE_READ_ATTRIBUTES | SYNCHRONIZE, OPEN_ALWAYS);
-    if (!file) throw WindowsError("cannot open " + Utf8FromWideLossy(path_.native()), ::GetLastError());
+    if (!file) return false;
     file_ = std::move(file);
+    return true;
 }
 
 bool RotatingFile::LockOnce() noexcept {
@@ -84,13 +87,13 @@ bool RotatingFile::LockOnce() noexcept {
 
 // After another process renamed the files our handle still leads to the renamed one: only when the locked file is the
 // one that the path names is the lock worth anything.
-bool RotatingFile::LockCurrent() {
+bool RotatingFile::LockCurrent() noexcept {
     if (writers_ == Writers::kOneProcess) return true;
     for (int attempt = 0; attempt < kFollowTries; ++attempt) {
         const bool locked = LockOnce();
-        if (Names(path_, file_.Get())) return locked;
+        if (!NearlyFull() || Names(path_, file_.Get())) return locked;
         if (locked) Unlock();
-        Open();
+        if (!Open()) ::Sleep(1);  // somebody is in the middle of renaming it
     }
     return false;
 }
@@ -113,8 +116,13 @@ std::filesystem::path RotatingFile::RotatedName(unsigned number) const {
 }
 
 std::string RotatingFile::Rotate() {
+    // Renamed before it is deleted: a deleted file keeps its name as long as a process that fell behind has it open.
     const auto oldest = RotatedName(rotated_files_);
-    if (::DeleteFileW(oldest.c_str()) == 0 && ::GetLastError() != ERROR_FILE_NOT_FOUND) {
+    auto dropped = oldest;
+    dropped += L".dropped-" + std::to_wstring(::GetCurrentProcessId());
+    if (::MoveFileExW(oldest.c_str(), dropped.c_str(), MOVEFILE_REPLACE_EXISTING) != 0) {
+        ::DeleteFileW(dropped.c_str());
+    } else if (::GetLastError() != ERROR_FILE_NOT_FOUND) {
         return InWords("cannot drop", oldest, ::GetLastError());
     }
     for (unsigned number = rotated_files_; number > 0; --number) {
@@ -127,30 +135,27 @@ std::string RotatingFile::Rotate() {
     return {};
 }
 
-// Only a file that is nearly full can be renamed by anybody. Before that nothing has to be locked or looked up: a write
-// lands at the end of the file, whoever else writes.
+// Only a file that is nearly full can have been renamed by another process: before that nobody has to look.
 bool RotatingFile::NearlyFull() const noexcept { return Size() + kNearlyFull > max_size_; }
 
-std::string RotatingFile::Append(std::string_view records) try {
+std::string RotatingFile::Append(std::string_view records) {
     std::string trouble;
-    if (NearlyFull() && ::GetTickCount64() >= next_rename_) {
-        const bool locked = LockCurrent();
-        const bool full = Size() > 0 && Size() + records.size() > max_size_ && NearlyFull();
-        if (full && locked) {
-            trouble = Rotate();
-            if (!trouble.empty()) next_rename_ = ::GetTickCount64() + kRenameRetry;
-        }
-        if (locked) Unlock();
-        if (full && locked && trouble.empty()) Open();
+    bool locked = LockCurrent();
+    const bool full = NearlyFull() && Size() > 0 && Size() + records.size() > max_size_;
+    if (full && locked && ::GetTickCount64() >= next_rename_) {
+        trouble = Rotate();
+        Unlock();
+        if (trouble.empty() && !Open()) trouble = InWords("cannot open", path_, ::GetLastError());
+        if (!trouble.empty()) next_rename_ = ::GetTickCount64() + kRenameRetry;
+        locked = LockCurrent();
     }
     DWORD written = 0;
     if (::WriteFile(file_.Get(), records.data(), static_cast<DWORD>(records.size()), &written, nullptr) == 0 ||
         written != records.size()) {
         trouble = InWords("cannot write", path_, ::GetLastError());
     }
+    if (locked) Unlock();
     return trouble;
-} catch (const std::system_error& error) {
-    return error.what();
 }
 
 }  // namespace tandor

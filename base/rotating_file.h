@@ -23,7 +23,7 @@ public:
     // Opens or creates the file and its directories. Throws std::system_error when that fails.
     RotatingFile(std::filesystem::path path, std::uint64_t max_size, unsigned rotated_files, Writers writers);
 
-    // Appends `records` (at most 8 KiB, or one record; whole ones, so that lines of several processes never mix).
+    // Appends `records` (at most 64 KiB, or one record; whole ones, so that lines of several processes never mix).
     // Returns an empty text, or what went wrong in words; after a failed rename the records are in the file all the
     // same. Not thread-safe.
     [[nodiscard]] std::string Append(std::string_view records);
@@ -31,9 +31,9 @@ public:
     [[nodiscard]] std::uint64_t Size() const noexcept;
 
 private:
-    void Open();
+    bool Open() noexcept;
     bool LockOnce() noexcept;
-    bool LockCurrent();
+    bool LockCurrent() noexcept;
     void Unlock() noexcept;
     [[nodiscard]] bool NearlyFull() const noexcept;
     std::string Rotate();

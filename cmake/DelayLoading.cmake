@@ -1,16 +1,23 @@
 # tandor_delay_load(TARGET dll...): the system DLLs named are loaded at the first call into them, not with TARGET.
+# For an imported TARGET that holds for everything that links it.
 # With mingw the stubs are made from the tool chain's own import library; with MSVC the linker does it.
 function(tandor_delay_load target)
+    get_target_property(imported ${target} IMPORTED)
+    if(imported)
+        set(scope INTERFACE)
+    else()
+        set(scope PRIVATE)
+    endif()
     foreach(name IN LISTS ARGN)
         if(MSVC)
-            target_link_libraries(${target} PRIVATE ${name})
-            target_link_options(${target} PRIVATE /DELAYLOAD:${name}.dll)
+            target_link_libraries(${target} ${scope} ${name})
+            target_link_options(${target} ${scope} /DELAYLOAD:${name}.dll)
         else()
             tandor_delay_import_library(${name} library)
-            target_link_libraries(${target} PRIVATE ${library})
+            target_link_libraries(${target} ${scope} ${library})
         endif()
     endforeach()
-    target_link_libraries(${target} PRIVATE delayimp)
+    target_link_libraries(${target} ${scope} delayimp)
 endfunction()
 
 function(tandor_delay_import_library name result)

@@ -6,31 +6,55 @@ set(TANDOR_BASE_SOURCES
     base/utf.cpp
 )
 set(TANDOR_CORE_SOURCES
+    concurrency/handle_table.cpp
+    concurrency/operation_queue.cpp
+    concurrency/remote_command_line.cpp
+    concurrency/thread_pool.cpp
+    config/screen_check.cpp
     config/screen_reader.cpp
     config/screen_settings.cpp
     device/edid.cpp
     device/gamut.cpp
+    device/gamut_diagram.cpp
+    device/summary_reader.cpp
+    device/summary_writer.cpp
     foundation/base64.cpp
     foundation/base64_ssse3.cpp
     foundation/file_classifier.cpp
     foundation/text.cpp
     foundation/url_coding.cpp
     foundation/version.cpp
+    security/aes_gcm.cpp
+    security/device_random.cpp
+    security/digest.cpp
+    security/sealed_message.cpp
+    security/sealing.cpp
+    security/sha256.cpp
     system/firewall_rule.cpp
 )
-# Of the suite's services, what runs anywhere. It stands in PeloraSuite.dll on Windows and in the core natively.
-set(PELORA_PORTABLE_SOURCES
-    suite/file/xml_document.cpp
+# Portable as well, but they call the suite's services: the native tests link them with stand-ins for those.
+set(TANDOR_SERVICE_CALLERS
+    foundation/message.cpp
+    telemetry/data_report.cpp
+    telemetry/ko_event_reporter.cpp
+    telemetry/mode_reports.cpp
+    telemetry/report_functions.cpp
+    telemetry/reporter.cpp
+    telemetry/reporter_factories.cpp
 )
-list(TRANSFORM PELORA_PORTABLE_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
-# Of the suite's services.
-set(TANDOR_SUITE_CORE_SOURCES
+# Of the suite's services, what runs anywhere: exported classes, and what stands behind them.
+set(TANDOR_SUITE_EXPORTED_SOURCES
+    suite/file/xml_document.cpp
     suite/ipc/ipc_channel.cpp
+)
+set(TANDOR_SUITE_CORE_SOURCES
     suite/ipc/ipc_frame.cpp
     suite/telemetry/record_codec.cpp
 )
 list(TRANSFORM TANDOR_BASE_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
 list(TRANSFORM TANDOR_CORE_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
+list(TRANSFORM TANDOR_SERVICE_CALLERS PREPEND ${PROJECT_SOURCE_DIR}/)
+list(TRANSFORM TANDOR_SUITE_EXPORTED_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
 list(TRANSFORM TANDOR_SUITE_CORE_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
 
 # Called after a look at the processor.

@@ -42,11 +42,13 @@ public:
 
     void AudioSwitchKnown(bool supported) override {
         // A failed write has said so in the host log.
-        DE::Registry::SetValue(DE::RegistryRoot::kUser, L"\\SOFTWARE\\Vextro\\Pelora\\Pad\\setting", L"supportAudioSwitch",
-                               std::uint32_t{supported});
+        DE::Registry::SetValue(DE::RegistryRoot::kUser, L"\\SOFTWARE\\Vextro\\Pelora\\Pad\\setting",
+                               L"supportAudioSwitch", std::uint32_t{supported});
     }
 
-    void Note(LOG_MESSAGE_LEVEL level, std::wstring_view function, std::wstring_view text) override { LogScreen(level, function, text); }
+    void Note(LOG_MESSAGE_LEVEL level, std::wstring_view function, std::wstring_view text) override {
+        LogScreen(level, function, text);
+    }
 };
 
 }  // namespace
@@ -72,8 +74,9 @@ std::string ConfigMgr::GetDeviceType() { return ProductCheckSupport::GetDeviceTy
 bool ConfigMgr::IsHorizontal() {
     const auto size = tandor::RecommendedDisplaySize();
     if (!size) return false;
-    LogScreen(tandor::kInfo, L"ExScreen::ConfigMgr::IsHorizontal",
-              L"recommendWidth is " + std::to_wstring(size->width) + L" recommendHeight is " + std::to_wstring(size->height));
+    LogScreen(
+        tandor::kInfo, L"ExScreen::ConfigMgr::IsHorizontal",
+        L"recommendWidth is " + std::to_wstring(size->width) + L" recommendHeight is " + std::to_wstring(size->height));
     return std::uint64_t{2} * size->width == std::uint64_t{3} * size->height;
 }
 

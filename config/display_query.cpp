@@ -26,11 +26,12 @@ std::optional<Configuration> CurrentConfiguration() {
     for (int attempt = 0; attempt < kTries; ++attempt) {
         UINT32 path_count = 0;
         UINT32 mode_count = 0;
-        if (::GetDisplayConfigBufferSizes(QDC_DATABASE_CURRENT, &path_count, &mode_count) != ERROR_SUCCESS) return std::nullopt;
+        if (::GetDisplayConfigBufferSizes(QDC_DATABASE_CURRENT, &path_count, &mode_count) != ERROR_SUCCESS)
+            return std::nullopt;
         Configuration configuration{std::vector<Path>(path_count), std::vector<Mode>(mode_count)};
         DISPLAYCONFIG_TOPOLOGY_ID topology{};
-        const LONG status = ::QueryDisplayConfig(QDC_DATABASE_CURRENT, &path_count, configuration.paths.data(), &mode_count,
-                                                 configuration.modes.data(), &topology);
+        const LONG status = ::QueryDisplayConfig(QDC_DATABASE_CURRENT, &path_count, configuration.paths.data(),
+                                                 &mode_count, configuration.modes.data(), &topology);
         if (status == ERROR_INSUFFICIENT_BUFFER) continue;
         if (status != ERROR_SUCCESS) return std::nullopt;
         configuration.paths.resize(std::min<std::size_t>(path_count, configuration.paths.size()));
@@ -45,8 +46,10 @@ bool IsBuiltIn(const Path& path) {
         case DISPLAYCONFIG_OUTPUT_TECHNOLOGY_INTERNAL:
         case DISPLAYCONFIG_OUTPUT_TECHNOLOGY_LVDS:
         case DISPLAYCONFIG_OUTPUT_TECHNOLOGY_DISPLAYPORT_EMBEDDED:
-        case DISPLAYCONFIG_OUTPUT_TECHNOLOGY_UDI_EMBEDDED: return true;
-        default: return false;
+        case DISPLAYCONFIG_OUTPUT_TECHNOLOGY_UDI_EMBEDDED:
+            return true;
+        default:
+            return false;
     }
 }
 
@@ -59,7 +62,8 @@ const Path* ChoosePath(const Configuration& configuration) {
     const auto& paths = configuration.paths;
     auto found = std::find_if(paths.begin(), paths.end(), IsBuiltIn);
     if (found == paths.end()) {
-        found = std::find_if(paths.begin(), paths.end(), [&](const Path& path) { return IsAtOrigin(path, configuration); });
+        found =
+            std::find_if(paths.begin(), paths.end(), [&](const Path& path) { return IsAtOrigin(path, configuration); });
     }
     if (found == paths.end()) found = paths.begin();
     return found == paths.end() ? nullptr : &*found;
@@ -72,14 +76,17 @@ std::optional<ExScreen::Resolution> SizeOf(const Path& path, const Configuration
     preferred.header.size = sizeof(preferred);
     preferred.header.adapterId = path.targetInfo.adapterId;
     preferred.header.id = path.targetInfo.id;
-    if (::DisplayConfigGetDeviceInfo(&preferred.header) == ERROR_SUCCESS && preferred.width != 0 && preferred.height != 0) {
+    if (::DisplayConfigGetDeviceInfo(&preferred.header) == ERROR_SUCCESS && preferred.width != 0 &&
+        preferred.height != 0) {
         return ExScreen::Resolution{preferred.width, preferred.height};
     }
-    if (const Mode* const target = configuration.ModeAt(path.targetInfo.modeInfoIdx, DISPLAYCONFIG_MODE_INFO_TYPE_TARGET)) {
+    if (const Mode* const target =
+            configuration.ModeAt(path.targetInfo.modeInfoIdx, DISPLAYCONFIG_MODE_INFO_TYPE_TARGET)) {
         const DISPLAYCONFIG_2DREGION& active = target->targetMode.targetVideoSignalInfo.activeSize;
         if (active.cx != 0 && active.cy != 0) return ExScreen::Resolution{active.cx, active.cy};
     }
-    if (const Mode* const source = configuration.ModeAt(path.sourceInfo.modeInfoIdx, DISPLAYCONFIG_MODE_INFO_TYPE_SOURCE)) {
+    if (const Mode* const source =
+            configuration.ModeAt(path.sourceInfo.modeInfoIdx, DISPLAYCONFIG_MODE_INFO_TYPE_SOURCE)) {
         return ExScreen::Resolution{source->sourceMode.width, source->sourceMode.height};
     }
     return std::nullopt;

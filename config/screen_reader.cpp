@@ -116,7 +116,8 @@ private:
         const VxXmlElement element = root.FirstNode("DriverLimitSwitch");
         if (!notes.Has(element, L"driverLimit node is null")) return;
         const auto number = Number(element);
-        StoreIfReadable(ScreenValue::kDriverLimit, number ? std::optional<std::uint32_t>(*number != 0 ? 1 : 0) : std::nullopt, element);
+        StoreIfReadable(ScreenValue::kDriverLimit,
+                        number ? std::optional<std::uint32_t>(*number != 0 ? 1 : 0) : std::nullopt, element);
     }
 
     void ReadDisplayConfig(VxXmlElement root) {
@@ -127,7 +128,8 @@ private:
         if (device.IsElementNull()) return;
         for (std::size_t index = 0; index < kVideo.size(); ++index) {
             const VxXmlElement element = device.FirstNode(RuleOf(kVideo[index]).name);
-            if (!element.IsElementNull()) Store(kVideo[index], ReadVideoUint32ConfigValue(element, kVideo[index]), element);
+            if (!element.IsElementNull())
+                Store(kVideo[index], ReadVideoUint32ConfigValue(element, kVideo[index]), element);
         }
     }
 
@@ -159,8 +161,10 @@ private:
         if (!notes.Has(section, L"followPad node is null")) return;
         const VxXmlElement layout = Layout(section, notes);
         if (layout.IsElementNull()) return;
-        ReadPrimary(Sidebar(layout, "Hide", notes), ScreenValue::kFollowPadHideWidth, ScreenValue::kFollowPadHideHeight, notes);
-        ReadPrimary(Sidebar(layout, "Show", notes), ScreenValue::kFollowPadShowWidth, ScreenValue::kFollowPadShowHeight, notes);
+        ReadPrimary(Sidebar(layout, "Hide", notes), ScreenValue::kFollowPadHideWidth, ScreenValue::kFollowPadHideHeight,
+                    notes);
+        ReadPrimary(Sidebar(layout, "Show", notes), ScreenValue::kFollowPadShowWidth, ScreenValue::kFollowPadShowHeight,
+                    notes);
     }
 
     void ReadExtendConfig(VxXmlElement root) {
@@ -168,8 +172,10 @@ private:
         const VxXmlElement layout = Layout(root, notes);
         if (layout.IsElementNull()) return;
         ReadPrimary(layout, ScreenValue::kExtendPrimWidth, ScreenValue::kExtendPrimHeight, notes);
-        ReadSecondary(Sidebar(layout, "Hide", notes), ScreenValue::kExtendHideSecWidth, ScreenValue::kExtendHideSecHeight, notes);
-        ReadSecondary(Sidebar(layout, "Show", notes), ScreenValue::kExtendShowSecWidth, ScreenValue::kExtendShowSecHeight, notes);
+        ReadSecondary(Sidebar(layout, "Hide", notes), ScreenValue::kExtendHideSecWidth,
+                      ScreenValue::kExtendHideSecHeight, notes);
+        ReadSecondary(Sidebar(layout, "Show", notes), ScreenValue::kExtendShowSecWidth,
+                      ScreenValue::kExtendShowSecHeight, notes);
     }
 
     void ReadPrimary(VxXmlElement element, ScreenValue width, ScreenValue height, const Notes& notes) {
@@ -206,7 +212,8 @@ private:
     // The first "Device" whose "Type" is this PC's.
     VxXmlElement FindDevice(VxXmlElement section) const {
         VxXmlElement device = section.FirstNode("Device");
-        while (!device.IsElementNull() && device.FirstNode("Type").Value() != device_type_) device = device.NextSiblingElement("Device");
+        while (!device.IsElementNull() && device.FirstNode("Type").Value() != device_type_)
+            device = device.NextSiblingElement("Device");
         return device;
     }
 
@@ -215,7 +222,8 @@ private:
         if (!notes.Has(element, item.missing)) return;
         const auto number = Number(element);
         const bool readable = number && *number >= 0;
-        StoreIfReadable(item.value, readable ? std::optional(static_cast<std::uint32_t>(*number)) : std::nullopt, element);
+        StoreIfReadable(item.value, readable ? std::optional(static_cast<std::uint32_t>(*number)) : std::nullopt,
+                        element);
     }
 
     void StoreIfReadable(ScreenValue value, std::optional<std::uint32_t> number, VxXmlElement element) {
@@ -229,8 +237,8 @@ private:
         settings_.Stored(value) = {number, StoredValue::Source::kFile, element.Line()};
     }
 
-    static constexpr std::array kVideo{ScreenValue::kFpsThreshold, ScreenValue::kEncoderBitrate, ScreenValue::kEncoderIdrInterval,
-                                       ScreenValue::kDisplayFrequency};
+    static constexpr std::array kVideo{ScreenValue::kFpsThreshold, ScreenValue::kEncoderBitrate,
+                                       ScreenValue::kEncoderIdrInterval, ScreenValue::kDisplayFrequency};
 
     const std::string& device_type_;
     ScreenHost& host_;
@@ -241,7 +249,8 @@ private:
 ResolutionList ReadResolutionList(VxXmlElement parent, ScreenHost& host) {
     const Notes notes(host, L"ExScreen::ConfigMgr::ReadResolutionList");
     ResolutionList list;
-    for (VxXmlElement element = parent.FirstNode("Resolution"); !element.IsElementNull(); element = element.NextSiblingElement("Resolution")) {
+    for (VxXmlElement element = parent.FirstNode("Resolution"); !element.IsElementNull();
+         element = element.NextSiblingElement("Resolution")) {
         if (list.size() == kMostResolutions) {
             notes.Info(L"ReadResolutionList too many resolutions, the rest is left out");
             break;
@@ -255,7 +264,8 @@ ResolutionList ReadResolutionList(VxXmlElement parent, ScreenHost& host) {
             notes.Info(L"ReadResolutionList invalid resolution in line " + std::to_wstring(element.Line()));
             continue;
         }
-        notes.Info(L"ReadResolutionList width:" + std::to_wstring(resolution.width) + L",height:" + std::to_wstring(resolution.height));
+        notes.Info(L"ReadResolutionList width:" + std::to_wstring(resolution.width) + L",height:" +
+                   std::to_wstring(resolution.height));
         list.push_back(resolution);
     }
     return list;
@@ -285,13 +295,15 @@ void ReadResolutionConfig(VxXmlElement root, ScreenHost& host, ScreenSettings& s
 void ReadMonitorResolutionConfig(VxXmlElement root, ScreenHost& host, ScreenSettings& settings) {
     const Notes notes(host, L"ExScreen::ConfigMgr::ReadMonitorResolutionConfig");
     const VxXmlElement section = root.FirstNode("MonitorResolutionConfig");
-    if (notes.Has(section, L"monitorResolutionConfig node is null")) settings.monitor = ReadResolutionTable(section, host, notes);
+    if (notes.Has(section, L"monitorResolutionConfig node is null"))
+        settings.monitor = ReadResolutionTable(section, host, notes);
 }
 
 void ReadPadResolutionConfig(VxXmlElement root, ScreenHost& host, ScreenSettings& settings) {
     const Notes notes(host, L"ExScreen::ConfigMgr::ReadPadResolutionConfig");
     const VxXmlElement section = root.FirstNode("PadResolutionConfig");
-    if (notes.Has(section, L"padResolutionConfig node is null")) settings.pad = ReadResolutionTable(section, host, notes);
+    if (notes.Has(section, L"padResolutionConfig node is null"))
+        settings.pad = ReadResolutionTable(section, host, notes);
 }
 
 bool LoadConfigFile(ScreenHost& host, const wchar_t* relative, VxXMLDocument& document) {
@@ -303,8 +315,9 @@ bool LoadConfigFile(ScreenHost& host, const wchar_t* relative, VxXMLDocument& do
     std::replace(path.begin(), path.end(), L'\\', L'/');
 #endif
     if (document.LoadFile(path)) return true;
-    notes.Say(kFailure, document.LastFailure() == VxXMLDocument::Failure::kMissing ? L"VxExScreen config file does not exist."
-                                                                                   : L"Load config file failed.");
+    notes.Say(kFailure, document.LastFailure() == VxXMLDocument::Failure::kMissing
+                            ? L"VxExScreen config file does not exist."
+                            : L"Load config file failed.");
     return false;
 }
 

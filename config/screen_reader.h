@@ -22,7 +22,8 @@ public:
     virtual std::string DeviceType() = 0;
     // The folder below which the files lie. False when it cannot be had; the host has said why.
     virtual bool Folder(std::wstring& folder) = 0;
-    // Whether the layouts for a 3:2 landscape display apply, rather than the others. Asked at most once, when it matters.
+    // Whether the layouts for a 3:2 landscape display apply, rather than the others. Asked at most once, when it
+    // matters.
     virtual bool IsHorizontal() = 0;
     // The file says whether this PC supports audio switching.
     virtual void AudioSwitchKnown(bool supported) = 0;

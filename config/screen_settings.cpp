@@ -50,11 +50,13 @@ ExScreen::Resolution Turned(const ExScreen::Resolution& resolution) { return {re
 
 // How far two aspects are apart: 1 when equal, the larger by the smaller otherwise.
 double Distance(const ExScreen::Resolution& landscape, const AspectRatio& ratio) {
-    const double quotient = static_cast<double>(landscape.width) * ratio.height / (static_cast<double>(landscape.height) * ratio.width);
+    const double quotient =
+        static_cast<double>(landscape.width) * ratio.height / (static_cast<double>(landscape.height) * ratio.width);
     return std::max(quotient, 1 / quotient);
 }
 
-const ExScreen::ResolutionList* NearestList(const ExScreen::ResolutionTable& table, const ExScreen::Resolution& landscape) {
+const ExScreen::ResolutionList* NearestList(const ExScreen::ResolutionTable& table,
+                                            const ExScreen::Resolution& landscape) {
     const ExScreen::ResolutionList* nearest = nullptr;
     double least = std::numeric_limits<double>::infinity();
     for (const AspectRatio& ratio : kAspectRatios) {
@@ -83,7 +85,8 @@ std::uint32_t ScreenSettings::Answer(ScreenValue value) const noexcept {
     return InRange(value) ? Stored(value).value : RuleOf(value).otherwise;
 }
 
-bool ChooseResolution(const ExScreen::ResolutionTable& table, ExScreen::Resolution display, ExScreen::Resolution& chosen) {
+bool ChooseResolution(const ExScreen::ResolutionTable& table, ExScreen::Resolution display,
+                      ExScreen::Resolution& chosen) {
     if (display.width == 0 || display.height == 0) return false;
     const bool portrait = display.height > display.width;
     const ExScreen::Resolution landscape = portrait ? Turned(display) : display;

@@ -62,7 +62,9 @@ struct StoredValue {
 struct ScreenSettings {
     ScreenSettings() noexcept;
 
-    [[nodiscard]] const StoredValue& Stored(ScreenValue value) const noexcept { return values[static_cast<std::size_t>(value)]; }
+    [[nodiscard]] const StoredValue& Stored(ScreenValue value) const noexcept {
+        return values[static_cast<std::size_t>(value)];
+    }
     [[nodiscard]] StoredValue& Stored(ScreenValue value) noexcept { return values[static_cast<std::size_t>(value)]; }
     [[nodiscard]] bool InRange(ScreenValue value) const noexcept;
     // What the getter of `value` answers.
@@ -81,9 +83,11 @@ struct AspectRatio {
     std::uint32_t width;
     std::uint32_t height;
 };
-inline constexpr std::array<AspectRatio, 3> kAspectRatios{{{"Ratio3To2", 3, 2}, {"Ratio16To10", 16, 10}, {"Ratio16To9", 16, 9}}};
+inline constexpr std::array<AspectRatio, 3> kAspectRatios{
+    {{"Ratio3To2", 3, 2}, {"Ratio16To10", 16, 10}, {"Ratio16To9", 16, 9}}};
 
 // The choice that ConfigMgr::GetMonitorPreResolution describes.
-bool ChooseResolution(const ExScreen::ResolutionTable& table, ExScreen::Resolution display, ExScreen::Resolution& chosen);
+bool ChooseResolution(const ExScreen::ResolutionTable& table, ExScreen::Resolution display,
+                      ExScreen::Resolution& chosen);
 
 }  // namespace tandor

@@ -17,7 +17,9 @@ constexpr std::size_t kDescriptors = 4;
 constexpr std::uint8_t kNameTag = 0xFC;
 constexpr std::uint8_t kSerialTag = 0xFF;
 
-unsigned int Word(Bytes edid, std::size_t offset) { return edid[offset] | static_cast<unsigned int>(edid[offset + 1]) << 8; }
+unsigned int Word(Bytes edid, std::size_t offset) {
+    return edid[offset] | static_cast<unsigned int>(edid[offset + 1]) << 8;
+}
 
 // Three letters of five bits each, 1 is A, high byte first.
 std::string Maker(Bytes edid) {

@@ -24,7 +24,8 @@ bool Supports(const tandor::Gamut& reference, const GetEdidData::Points& panel) 
 
 }  // namespace
 
-bool GetEdidData::ParseCoordinateFromEdid(const unsigned char* edid, unsigned int length, std::vector<double>& coordinates) {
+bool GetEdidData::ParseCoordinateFromEdid(const unsigned char* edid, unsigned int length,
+                                          std::vector<double>& coordinates) {
     constexpr std::size_t kEntries = std::tuple_size_v<tandor::Coordinates>;
     if (edid == nullptr || coordinates.size() != kEntries) return false;
     const auto read = tandor::ReadCoordinates({edid, length});

@@ -6,12 +6,13 @@
 namespace tandor {
 namespace {
 
-// Rounding moves a point by a few units in its last place (2e-16 of its size). A point on a border must not fall out of both
-// tests that could find it, so each takes in a little more; the hull makes the surplus harmless.
+// Rounding moves a point by a few units in its last place (2e-16 of its size). A point on a border must not fall out of
+// both tests that could find it, so each takes in a little more; the hull makes the surplus harmless.
 constexpr double kSlack = 1e-14;
 
 double Cross(const Chromaticity& origin, const Chromaticity& a, const Chromaticity& b) noexcept {
-    return (a.first - origin.first) * (b.second - origin.second) - (b.first - origin.first) * (a.second - origin.second);
+    return (a.first - origin.first) * (b.second - origin.second) -
+           (b.first - origin.first) * (a.second - origin.second);
 }
 
 double Extent(const Chromaticity& a, const Chromaticity& b) noexcept {
@@ -19,11 +20,13 @@ double Extent(const Chromaticity& a, const Chromaticity& b) noexcept {
 }
 
 bool IsFinite(const Triangle& triangle) noexcept {
-    return std::all_of(triangle.begin(), triangle.end(),
-                       [](const Chromaticity& point) { return std::isfinite(point.first) && std::isfinite(point.second); });
+    return std::all_of(triangle.begin(), triangle.end(), [](const Chromaticity& point) {
+        return std::isfinite(point.first) && std::isfinite(point.second);
+    });
 }
 
-// The convex hull, counter-clockwise (A. M. Andrew, Another efficient algorithm for convex hulls in two dimensions, 1979).
+// The convex hull, counter-clockwise (A. M. Andrew, Another efficient algorithm for convex hulls in two dimensions,
+// 1979).
 Polygon Hull(Polygon& points) noexcept {
     std::sort(points.points.begin(), points.points.begin() + static_cast<std::ptrdiff_t>(points.size));
     std::array<Chromaticity, 2 * std::tuple_size_v<decltype(Polygon::points)>> chain;
@@ -100,7 +103,8 @@ Polygon Intersect(const Triangle& reference, const Triangle& other) noexcept {
     for (std::size_t i = 0; i < 3; ++i) {
         for (std::size_t j = 0; j < 3; ++j) {
             Chromaticity crossing;
-            if (CrossSegments(reference[i], reference[(i + 1) % 3], other[j], other[(j + 1) % 3], crossing)) shared.Add(crossing);
+            if (CrossSegments(reference[i], reference[(i + 1) % 3], other[j], other[(j + 1) % 3], crossing))
+                shared.Add(crossing);
         }
     }
     if (shared.size < 3) return shared;
@@ -117,7 +121,8 @@ Coverage Cover(const Triangle& reference, const Triangle& panel) noexcept {
     if (reference_area == 0 || !std::isfinite(reference_area) || !std::isfinite(panel_area)) return {};
     const Polygon shared = Intersect(reference, panel);
     const double covered = SignedArea(shared.points.data(), shared.size) / reference_area;
-    const Coverage result{panel_area / reference_area, std::min(covered, 1.0)};  // rounding must not make it more than all
+    const Coverage result{panel_area / reference_area,
+                          std::min(covered, 1.0)};  // rounding must not make it more than all
     return std::isfinite(result.area_ratio) && std::isfinite(result.coverage) ? result : Coverage{};
 }
 

@@ -12,8 +12,8 @@ using Chromaticity = std::pair<double, double>;  // x, y
 inline constexpr std::size_t kGamutPoints = 4;  // red, green, blue, white
 using Gamut = std::array<Chromaticity, kGamutPoints>;
 
-// The references that a panel is judged by. BT.2020's blue y is 0.0046 here and not 0.046: the verdicts that hosts rely on
-// were made with it.
+// The references that a panel is judged by. BT.2020's blue y is 0.0046 here and not 0.046: the verdicts that hosts rely
+// on were made with it.
 inline constexpr Gamut kP3{{{0.68, 0.32}, {0.265, 0.69}, {0.15, 0.06}, {0.3127, 0.329}}};
 inline constexpr Gamut kAdobeRgb{{{0.64, 0.33}, {0.21, 0.71}, {0.15, 0.06}, {0.3127, 0.329}}};
 inline constexpr Gamut kBt2020{{{0.708, 0.292}, {0.17, 0.797}, {0.131, 0.0046}, {0.3127, 0.329}}};
@@ -37,7 +37,8 @@ bool SamePoint(const Chromaticity& left, const Chromaticity& right) noexcept;
 // The shoelace formula over the points in their order: positive when they run counter-clockwise, 0 below three points.
 double SignedArea(const Chromaticity* points, std::size_t size) noexcept;
 
-// Whether the point lies in the triangle, of either winding; its border belongs to it. Never in a triangle without area.
+// Whether the point lies in the triangle, of either winding; its border belongs to it. Never in a triangle without
+// area.
 bool InsideTriangle(const Triangle& triangle, const Chromaticity& point) noexcept;
 
 // Where the segments a-b and c-d cross; ends belong to them. False for parallel ones, also when they overlap.
@@ -47,15 +48,16 @@ bool CrossSegments(const Chromaticity& a, const Chromaticity& b, const Chromatic
 // What two triangles share, in the winding of `reference`. Fewer than three points: no area is shared.
 Polygon Intersect(const Triangle& reference, const Triangle& other) noexcept;
 
-// Of two triangles with signed areas: panel by reference, and the shared area by the reference (0 to 1 for any winding).
-// Both are 0 when the reference has no area, and for coordinates whose areas are not finite numbers.
+// Of two triangles with signed areas: panel by reference, and the shared area by the reference (0 to 1 for any
+// winding). Both are 0 when the reference has no area, and for coordinates whose areas are not finite numbers.
 struct Coverage {
     double area_ratio = 0;
     double coverage = 0;
 };
 Coverage Cover(const Triangle& reference, const Triangle& panel) noexcept;
 
-// Whether a panel supports a reference of which it covers so much: more than 0.9. The ratio of the areas does not count.
+// Whether a panel supports a reference of which it covers so much: more than 0.9. The ratio of the areas does not
+// count.
 bool CoversEnough(const Coverage& coverage) noexcept;
 
 }  // namespace tandor

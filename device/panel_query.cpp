@@ -18,7 +18,8 @@ using tandor::ComPtr;
 
 constexpr const wchar_t* kNamespace = L"ROOT\\CIMV2";
 constexpr const wchar_t* kPanelQuery =
-    L"SELECT PNPDeviceID, MonitorManufacturer FROM Win32_DesktopMonitor WHERE         MonitorManufacturer LIKE 'Vextro Device%'";
+    L"SELECT PNPDeviceID, MonitorManufacturer FROM Win32_DesktopMonitor WHERE         MonitorManufacturer LIKE 'Vextro "
+    L"Device%'";
 constexpr const wchar_t* kCaptionQuery = L"SELECT Caption FROM Win32_DesktopMonitor";
 constexpr LONG kPatience = 10'000;  // ms for the next row; a service that hangs must not hang its caller
 
@@ -30,8 +31,8 @@ std::wstring HexOf(HRESULT status) {
 
 // The service may act for the caller. Objects that live in this process have no proxy, and nothing to set.
 HRESULT LetActForCaller(IUnknown* object) {
-    const HRESULT status = ::CoSetProxyBlanket(object, RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, nullptr, RPC_C_AUTHN_LEVEL_CALL,
-                                               RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE);
+    const HRESULT status = ::CoSetProxyBlanket(object, RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, nullptr,
+                                               RPC_C_AUTHN_LEVEL_CALL, RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE);
     return status == E_NOINTERFACE ? S_OK : status;
 }
 
@@ -40,8 +41,8 @@ HRESULT RunQuery(const wchar_t* query, ComPtr<IEnumWbemClassObject>& rows) {
     ComPtr<IWbemServices> services;
     HRESULT status = locator.Create(__uuidof(WbemLocator));
     if (SUCCEEDED(status)) {
-        status = locator->ConnectServer(tandor::ComText(kNamespace).Get(), nullptr, nullptr, nullptr, WBEM_FLAG_CONNECT_USE_MAX_WAIT,
-                                        nullptr, nullptr, services.Receive());
+        status = locator->ConnectServer(tandor::ComText(kNamespace).Get(), nullptr, nullptr, nullptr,
+                                        WBEM_FLAG_CONNECT_USE_MAX_WAIT, nullptr, nullptr, services.Receive());
     }
     if (SUCCEEDED(status)) status = LetActForCaller(services.Get());
     if (SUCCEEDED(status)) {
@@ -66,7 +67,8 @@ std::wstring FirstText(const wchar_t* query, const wchar_t* column, std::wstring
         if (status == WBEM_S_FALSE) return {};
         if (FAILED(status) || count == 0) break;
         tandor::ComVariant value;
-        if (SUCCEEDED(row->Get(column, 0, value.Receive(), nullptr, nullptr)) && value.Text() != nullptr && *value.Text() != L'\0') {
+        if (SUCCEEDED(row->Get(column, 0, value.Receive(), nullptr, nullptr)) && value.Text() != nullptr &&
+            *value.Text() != L'\0') {
             return value.Text();
         }
     }
@@ -112,7 +114,9 @@ std::vector<unsigned char> GetEdidData::GetLcdEdidData(const std::wstring& edidD
     return edid;
 }
 
-std::wstring GetEdidData::GetLCDNameByWMI() { return FirstText(kCaptionQuery, L"Caption", L"GetEdidData::GetLCDNameByWMI"); }
+std::wstring GetEdidData::GetLCDNameByWMI() {
+    return FirstText(kCaptionQuery, L"Caption", L"GetEdidData::GetLCDNameByWMI");
+}
 
 bool GetEdidData::GetColorCoordinate(std::vector<double>& coordinates) {
     coordinates.assign(std::tuple_size_v<tandor::Coordinates>, 0.0);
@@ -132,6 +136,7 @@ bool GetEdidData::IsSupportWideGamut() {
     for (const auto supports : {IsSupportP3Gamut, IsSupportAdobeRGBGamut, IsSupportBT2020Gamut}) {
         if (supports(panel)) return true;
     }
-    tandor::LogMessage(tandor::kInfo, L"GetEdidData::IsSupportWideGamut", L": Current device not supports WideColorGamut!");
+    tandor::LogMessage(tandor::kInfo, L"GetEdidData::IsSupportWideGamut",
+                       L": Current device not supports WideColorGamut!");
     return false;
 }

@@ -3,14 +3,16 @@
 namespace tandor {
 namespace {
 
-constexpr std::size_t kGather = 8 * 1024 - 512;
+// An append takes a lock between processes, which costs as much as forming a hundred lines.
+constexpr std::size_t kCapacity = 64 * 1024;
+constexpr std::size_t kGather = kCapacity - 512;
 constexpr std::uint64_t kOldest = 1000;  // ms
 
 }  // namespace
 
 ChannelSink::ChannelSink(const std::filesystem::path& path, std::uint64_t max_size, unsigned rotated_files)
     : file_(path, max_size, rotated_files, RotatingFile::Writers::kManyProcesses) {
-    gathered_.reserve(8 * 1024);
+    gathered_.reserve(kCapacity);
 }
 
 ChannelSink::~ChannelSink() {

@@ -57,8 +57,16 @@ long long TandorUtilClass::hexToDec(std::string text) {
 }
 
 std::string TandorUtilClass::Base64Encode(const unsigned char* data, unsigned int length) {
-    std::string text((std::size_t{length} + 2) / 3 * 4, '\0');
-    tandor::EncodeBase64(data, length, text.data());
+    // By way of a block in the nearest cache: to fill a long text with zeros first takes as long as the coding.
+    constexpr std::size_t kBlock = 3 * 1024;
+    char coded[kBlock / 3 * 4];
+    std::string text;
+    text.reserve((std::size_t{length} + 2) / 3 * 4);
+    for (std::size_t done = 0; done < length; done += kBlock) {
+        const std::size_t size = std::min(kBlock, length - done);
+        tandor::EncodeBase64(data + done, size, coded);
+        text.append(coded, (size + 2) / 3 * 4);
+    }
     return text;
 }
 

@@ -2,6 +2,7 @@
 #include <optional>
 
 #include "foundation/message.h"
+#include "foundation/sharing_key.h"
 #include "pelora/device_manager.h"
 #include "pelora/registry.h"
 #include "tandor/text.h"
@@ -38,6 +39,6 @@ bool TandorUtilClass::IsDeviceVersionMoreThanKOSM10() {
 
 unsigned int TandorUtilClass::GetKoShareRegistValue(const std::wstring& name, unsigned int defaultValue) {
     std::uint32_t value = defaultValue;
-    DE::Registry::GetValue(DE::RegistryRoot::kUser, L"\\SOFTWARE\\Vextro\\Pelora\\KoShare", name, value);
+    DE::Registry::GetValue(DE::RegistryRoot::kUser, tandor::kSharingKey, name, value);
     return value;
 }

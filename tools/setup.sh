@@ -9,6 +9,7 @@ packages=(
     wine64 wine xvfb xauth                                       # running what it built
     cmake ninja-build make git clang clang-tidy libclang-rt-14-dev llvm  # the native sanitizer build, the fuzzers, the checks
     g++ libgtest-dev libgmock-dev libbenchmark-dev libfmt-dev libspdlog-dev nlohmann-json3-dev libtinyxml2-dev
+    libboost-dev                                                 # a benchmark compares with its thread pool
     libssl-dev                                                   # the native build's libraries
     dpkg-dev perl tcl python3-minimal ca-certificates          # what the dependencies' build needs
 )

@@ -17,10 +17,6 @@ std::string LastLine(const std::string& file) {
     return content.substr(content.rfind('\n') + 1);
 }
 
-void Expect(bool holds, const char* what) {
-    if (!holds) throw CommandError(what, "came out wrong");
-}
-
 }  // namespace
 
 void TourChannels(TourReport& report) {

@@ -20,13 +20,6 @@
 namespace tandor::bench {
 namespace {
 
-template <class Operation>
-Body Repeat(Operation operation) {
-    return [operation](benchmark::State& state) {
-        for (auto _ : state) benchmark::DoNotOptimize(operation());
-    };
-}
-
 // ---- logging
 
 int OurMessage(const Logger& channel, int width, int height) {

@@ -1,6 +1,6 @@
 #include <windows.h>
 
-#include "base/win_handle.h"
+#include "base/win_process.h"
 #include "benchmarks/ratio.h"
 
 namespace tandor::bench {
@@ -9,18 +9,11 @@ namespace {
 Body Load(const wchar_t* arguments) {
     return [arguments](benchmark::State& state) {
         for (auto _ : state) {
-            STARTUPINFOW startup{};
-            startup.cb = sizeof(startup);
-            PROCESS_INFORMATION information{};
-            std::wstring command = std::wstring(L"load_probe.exe ") + arguments;
-            if (::CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
-                                 &information) == 0) {
-                return state.SkipWithError("load_probe.exe does not start");
-            }
-            const KernelHandle process(information.hProcess), thread(information.hThread);
+            const StartedProcess process = StartProcess(nullptr, std::wstring(L"load_probe.exe ") + arguments);
+            if (!process.handle) return state.SkipWithError("load_probe.exe does not start");
             DWORD microseconds = 0;
-            ::WaitForSingleObject(process.Get(), INFINITE);
-            ::GetExitCodeProcess(process.Get(), &microseconds);
+            ::WaitForSingleObject(process.handle.Get(), INFINITE);
+            ::GetExitCodeProcess(process.handle.Get(), &microseconds);
             if (microseconds > 60'000'000) return state.SkipWithError("the DLL does not load");
             state.SetIterationTime(microseconds / 1e6);
         }

@@ -44,3 +44,39 @@ struct BluetoothDeviceSummary {
     std::uint8_t IsSha256Auth = 0;  // not 0: the device was authorised by AuthDigest
     std::string ExtInfo;
 };
+
+// Lists of records as JSON text, written compactly, the members of an object in ascending byte order of their keys.
+// Strings stand in it as hexadecimal text, two upper-case digits a byte; readers take either case.
+//
+// All members are static, keep no state and may be called from any thread. Beside what a member states only
+// std::bad_alloc may leave.
+class TANDOR_API BluetoothDeviceSummarySerialize {
+public:
+    // The full form: "[]" or an array of objects with DevType, Summary, DevName, UserName, NickName, MacAddr,
+    // MacAddrInt, IsReverseChannel, IsPaired, ShareType, IsWifi5GAbility, IsAuthor, ModelName, PeerUuid and IsTrusted.
+    // Needs no memory beside the result.
+    static std::string ToString(const std::vector<BluetoothDeviceSummary>& devices);
+
+    // The short form: DevType, Summary, DevName, IsPaired, IsTrusted and, as PairedTime, the time at the same place of
+    // `pairedTimes`. The caller gives one for each device; where one is missing, 0 is written.
+    static std::string ToSimpleString(const std::vector<BluetoothDeviceSummary>& devices,
+                                      std::vector<unsigned long long> pairedTimes);
+
+    // The records of a text in the full form, in its order. Unknown keys are passed over; of a key that stands twice
+    // the last counts. ShareType is not read: it is 1 in every record. Text that is not JSON gives an empty list; so do
+    // "[]" and "null". Hexadecimal text is read as HexStringToBytes does. A number beyond its member's range keeps its
+    // low bits; one with a fraction loses it, and beyond the range becomes the nearest value in it.
+    //
+    // The first element that is not as it must be makes the call fail as a whole, by an exception to be caught as
+    // std::exception (its type is the JSON library's). Its what():
+    //   "[json.exception.out_of_range.403] key 'DevType' not found"
+    //   "[json.exception.type_error.302] type must be string, but is number" ("number", "boolean" where those are
+    //   wanted)
+    //   "[json.exception.type_error.304] cannot use at() with number" for an element that is no object
+    // Within one element the keys are looked at in the order that ToString's description has.
+    static std::vector<BluetoothDeviceSummary> FromString(const std::string& text);
+
+    // The bytes of hexadecimal text. An odd last character is left out; a character that is no hexadecimal digit before
+    // it makes the result empty.
+    static std::string HexStringToBytes(const std::string& hex);
+};

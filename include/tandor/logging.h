@@ -18,7 +18,7 @@ enum LOG_MESSAGE_LEVEL : int;
 //   KoViewAccountCred  512 KiB  C:\ProgramData\Comms\Pelora\log\admin\KoViewAccountCred.log
 //
 // All objects of a channel share one file, and so do all processes that write to it. Lines are gathered in memory and
-// written to the file when 8 KiB have gathered, with the first line that comes a second or more after the last write,
+// written to the file when 64 KiB have gathered, with the first line that comes a second or more after the last write,
 // with every line of level 4 or above, when an object of the channel is destroyed, and when the library is unloaded.
 //
 // Threads: construction, destruction and Log may run on any thread; one object may be shared between threads.

@@ -25,11 +25,12 @@ using ResolutionTable = std::map<std::string, ResolutionList>;  // by "Ratio3To2
 //   config\VxExScreen\VxExScreenConfig.xml            audio, rotation, driver switch, video limits, window sizes
 //   cloundConfig\VxExScreen\PadResolutionConfig.xml   lists of resolutions
 //
-// docs/screen.md describes both. A missing file, element or unreadable number leaves the default; the "KoViewMirror" channel
-// and the host log say which. A number that is read but lies outside its getter's range counts as the default at that getter.
+// docs/screen.md describes both. A missing file, element or unreadable number leaves the default; the "KoViewMirror"
+// channel and the host log say which. A number that is read but lies outside its getter's range counts as the default
+// at that getter.
 //
-// Threads: the first GetInstance reads the files on its thread while others wait; from then on the object never changes and
-// every member may be called from any thread. Only std::bad_alloc leaves.
+// Threads: the first GetInstance reads the files on its thread while others wait; from then on the object never changes
+// and every member may be called from any thread. Only std::bad_alloc leaves.
 class TANDOR_API ConfigMgr {
 public:
     static ConfigMgr& GetInstance();
@@ -60,8 +61,9 @@ public:
     unsigned int GetInCh() const;           // 0 to 8; otherwise 2
     unsigned int GetSampleRate() const;     // 0 to 200000; otherwise 48000
 
-    // Video limits, as the encoder takes them. 0 when not configured for this PC model or out of range: 15 to 120 frames per
-    // second, 6291456 to 20971520 (6 to 20 Mi per second), 3 to 20, 50 to 90 hertz. Configured... says whether there is one.
+    // Video limits, as the encoder takes them. 0 when not configured for this PC model or out of range: 15 to 120
+    // frames per second, 6291456 to 20971520 (6 to 20 Mi per second), 3 to 20, 50 to 90 hertz. Configured... says
+    // whether there is one.
     unsigned int GetFpsThreshold() const;
     unsigned int GetEncoderBitrate() const;
     unsigned int GetEncoderIdrInterval() const;
@@ -72,8 +74,8 @@ public:
     bool ConfiguredDisplayFrequency() const;
 
     bool IsSupportAutoDetect() const;
-    // Also written, when the file says it, to the DWORD "supportAudioSwitch" (0 or 1) of \SOFTWARE\Vextro\Pelora\Pad\setting in
-    // the user's hive.
+    // Also written, when the file says it, to the DWORD "supportAudioSwitch" (0 or 1) of
+    // \SOFTWARE\Vextro\Pelora\Pad\setting in the user's hive.
     bool IsSupportAudioSwitch() const;
     bool IsDriverLimitOpen() const;
     bool IsReduceResolutionDevice() const;  // no element of the files sets it: false
@@ -90,8 +92,8 @@ public:
     const ResolutionTable& GetMonitorResolutionConfig() const;
 
     // The preferred resolution for a display of `width` x `height` pixels. Of the ratios listed, the one nearest to the
-    // display's own counts; of its resolutions the first that fits into the display, and when none fits the one with the
-    // fewest pixels. A display in portrait is treated as one in landscape and the result is turned. False, with
+    // display's own counts; of its resolutions the first that fits into the display, and when none fits the one with
+    // the fewest pixels. A display in portrait is treated as one in landscape and the result is turned. False, with
     // `resolution` as it was, when the table is empty or the display has no area.
     bool GetMonitorPreResolution(unsigned int width, unsigned int height, Resolution& resolution) const;
     bool GetPadPreResolution(unsigned int width, unsigned int height, Resolution& resolution) const;

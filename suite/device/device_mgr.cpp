@@ -51,7 +51,7 @@ DeviceMgr::DeviceMgr() : impl_(new Impl) {}
 
 // Not closed at unload: other threads may have been ended inside SQLite by then, and its locks with them. The system
 // closes the files, and whoever opens the store next goes on from its log.
-DeviceMgr::~DeviceMgr() = default;
+DeviceMgr::~DeviceMgr() { impl_->store.Retire(); }
 
 DeviceMgr& DeviceMgr::GetInstance() {
     static DeviceMgr instance;

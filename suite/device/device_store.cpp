@@ -33,17 +33,20 @@ DeviceStore::Tables& DeviceStore::Opened() {
 
 template <class Operation>
 int DeviceStore::Run(Operation operation) noexcept {
+    if (retired_) return DM::DEVICE_STORE_UNAVAILABLE;
     try {
         const std::lock_guard lock(mutex_);
         try {
             return operation(Opened());
         } catch (const std::bad_alloc&) {
-            return DM::DEVICE_OUT_OF_MEMORY;
+            throw;
         } catch (const std::exception& error) {
             return Failed(error);
         }
-    } catch (const std::exception&) {  // no memory even for the report
+    } catch (const std::bad_alloc&) {
         return DM::DEVICE_OUT_OF_MEMORY;
+    } catch (const std::exception&) {  // from the handling of a failure, which has been reported
+        return DM::DEVICE_STORE_UNAVAILABLE;
     }
 }
 

@@ -1,6 +1,7 @@
 // The device manager's file: two collections of devices with their attributes, in SQLite.
 #pragma once
 
+#include <atomic>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -27,6 +28,9 @@ public:
     DeviceStore(const DeviceStore&) = delete;
     DeviceStore& operator=(const DeviceStore&) = delete;
 
+    // From now on every call reports an unavailable store and takes no lock. The file stays open.
+    void Retire() noexcept { retired_ = true; }
+
     int GetRecord(Collection collection, const std::string& device, BluetoothDeviceSummary& record) noexcept;
     int SetRecord(Collection collection, const std::string& device, const BluetoothDeviceSummary& record) noexcept;
     int Delete(Collection collection, const std::string& device, bool even_trusted) noexcept;
@@ -49,6 +53,7 @@ private:
 
     std::filesystem::path file_;
     Report report_;
+    std::atomic<bool> retired_{false};
     std::mutex mutex_;
     std::unique_ptr<Tables> tables_;
     std::string told_;

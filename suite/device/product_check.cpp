@@ -13,9 +13,13 @@ constexpr const wchar_t* kSuiteKey = L"SOFTWARE\\Vextro\\Pelora";
 constexpr const wchar_t* kBiosKey = L"HARDWARE\\DESCRIPTION\\System\\BIOS";
 
 // What makers leave in the BIOS when nobody filled it in.
-constexpr std::array<std::wstring_view, 7> kPlaceholders{
-    L"to be filled by o.e.m.", L"default string", L"system product name", L"not applicable",
-    L"not specified",          L"none",           L"o.e.m."};
+constexpr std::array<std::wstring_view, 7> kPlaceholders{L"to be filled by o.e.m.",
+                                                         L"default string",
+                                                         L"system product name",
+                                                         L"not applicable",
+                                                         L"not specified",
+                                                         L"none",
+                                                         L"o.e.m."};
 
 bool IsPlaceholder(std::wstring text) {
     std::transform(text.begin(), text.end(), text.begin(),

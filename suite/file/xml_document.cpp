@@ -9,7 +9,9 @@
 
 namespace {
 
-const tinyxml2::XMLElement* Element(const void* node) noexcept { return static_cast<const tinyxml2::XMLElement*>(node); }
+const tinyxml2::XMLElement* Element(const void* node) noexcept {
+    return static_cast<const tinyxml2::XMLElement*>(node);
+}
 
 }  // namespace
 
@@ -56,8 +58,9 @@ bool VxXMLDocument::LoadFile(const std::wstring& path) {
     std::ifstream stream(file, std::ios::binary | std::ios::ate);
     if (!stream) {
         std::error_code error;
-        return std::filesystem::exists(file, error) || error ? impl_->Fail(Failure::kUnreadable, "the file cannot be opened")
-                                                             : impl_->Fail(Failure::kMissing, "the file does not exist");
+        return std::filesystem::exists(file, error) || error
+                   ? impl_->Fail(Failure::kUnreadable, "the file cannot be opened")
+                   : impl_->Fail(Failure::kMissing, "the file does not exist");
     }
     const std::streamoff size = stream.tellg();
     if (size < 0) return impl_->Fail(Failure::kUnreadable, "the file cannot be read");
@@ -83,13 +86,15 @@ bool VxXMLDocument::Parse(std::string_view text) {
     impl_->line = 0;
     const tinyxml2::XMLError error = impl_->document.Parse(text.data(), text.size());
     if (error != tinyxml2::XML_SUCCESS) {
-        const std::string cause = error == tinyxml2::XML_ERROR_EMPTY_DOCUMENT ? "the document is empty"
-                                  : error == tinyxml2::XML_ELEMENT_DEPTH_EXCEEDED
-                                      ? "the elements are nested too deeply"
-                                      : std::string("not well-formed (") + tinyxml2::XMLDocument::ErrorIDToName(error) + ")";
+        const std::string cause =
+            error == tinyxml2::XML_ERROR_EMPTY_DOCUMENT ? "the document is empty"
+            : error == tinyxml2::XML_ELEMENT_DEPTH_EXCEEDED
+                ? "the elements are nested too deeply"
+                : std::string("not well-formed (") + tinyxml2::XMLDocument::ErrorIDToName(error) + ")";
         return impl_->Fail(Failure::kMalformed, cause, impl_->document.ErrorLineNum());
     }
-    if (impl_->document.RootElement() == nullptr) return impl_->Fail(Failure::kMalformed, "the document has no element");
+    if (impl_->document.RootElement() == nullptr)
+        return impl_->Fail(Failure::kMalformed, "the document has no element");
     return true;
 }
 

@@ -1,5 +1,6 @@
 #include <windows.h>
 
+#include <chrono>
 #include <mutex>
 
 #include "base/win_handle.h"
@@ -20,7 +21,8 @@ public:
     bool Post(const TagIPCMessageItem& item) {
         const auto frame = pelora::BuildFrame(client_, item);
         if (!frame) return false;
-        const std::lock_guard lock(mutex_);
+        const std::unique_lock lock(mutex_, std::chrono::milliseconds(kWait));
+        if (!lock) return false;  // another thread's post is held up already
         const bool was_connected = static_cast<bool>(pipe_);
         if (!was_connected && !Connect()) return false;
         DWORD trouble = Write(*frame);
@@ -79,7 +81,7 @@ private:
     const int client_;
     const bool reconnect_, wait_;
     const std::wstring name_;
-    std::mutex mutex_;
+    std::timed_mutex mutex_;
     tandor::FileHandle pipe_;
     tandor::KernelHandle event_;
     bool lost_ = false;

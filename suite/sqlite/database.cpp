@@ -101,7 +101,7 @@ std::int64_t Database::First(Statement statement) {
 }
 
 void Database::CheckWhole() {
-    Statement check = Prepare("PRAGMA quick_check(1)");
+    Statement check = Prepare("PRAGMA integrity_check(1)");
     Rows rows = check.Query();
     if (rows.Next() && rows.Bytes(0) != "ok") throw SqliteError(SQLITE_CORRUPT, std::string(rows.Bytes(0)));
 }

@@ -8,9 +8,9 @@
 #include "pelora/product.h"
 #include "pelora/registry.h"
 #include "pelora/xml.h"
-#include "support/child.h"
 #include "support/files.h"
 #include "support/host_log.h"
+#include "support/run_program.h"
 #include "tandor/screen_config.h"
 
 namespace {
@@ -60,10 +60,11 @@ public:
 
     // The lines that its first use of the configuration leaves.
     std::vector<std::string> Run() {
-        const fs::path out = folder_.path / L"out.txt";
-        tandor::test::Child child(Program().native(), L"screen-values \"" + out.native() + L"\"", {});
-        EXPECT_EQ(child.Wait(), 0);
-        std::istringstream text(tandor::test::ReadAll(out));
+        const auto run = tandor::test::RunProgram(L"\"" + Program().native() + L"\" screen-values");
+        EXPECT_EQ(run.exit_code, 0) << run.error;
+        std::string out = run.out;
+        std::erase(out, '\r');
+        std::istringstream text(out);
         std::vector<std::string> lines;
         for (std::string line; std::getline(text, line);) lines.push_back(line);
         return lines;
@@ -73,8 +74,9 @@ private:
     TemporaryFolder folder_;
 };
 
-const std::vector<std::string> kDefaults{"fps 0 0",       "bitrate 0 0",      "follow 1920x1280 0", "audio 20 320 48000 32 2",
-                                         "flags 0000",    "extend 1920x1280", "lists 0 0 0x0"};
+const std::vector<std::string> kDefaults{
+    "fps 0 0",    "bitrate 0 0",      "follow 1920x1280 0", "audio 20 320 48000 32 2",
+    "flags 0000", "extend 1920x1280", "lists 0 0 0x0"};
 
 std::vector<std::string> Expected(std::vector<std::string> lines, const std::string& type) {
     lines.push_back("type " + type);
@@ -96,8 +98,11 @@ TEST(ConfigMgr, ReadsTheShippedSamplesBesideTheProgram) {
     EXPECT_THAT(lines, Contains("audio 20 320 96000 24 4"));
     EXPECT_THAT(lines, Contains("flags 1110"));
     EXPECT_THAT(lines, Contains("lists 3 3 2560x1600"));
-    EXPECT_THAT(lines, Contains("3 [ConfigMgr]found PLR-W16B config(ExScreen::ConfigMgr::ReadAutoDetectNodeInfo)").Times(1));
-    EXPECT_THAT(lines, Contains("3 [ConfigMgr]ReadResolutionList width:2160,height:1440(ExScreen::ConfigMgr::ReadResolutionList)"));
+    EXPECT_THAT(lines,
+                Contains("3 [ConfigMgr]found PLR-W16B config(ExScreen::ConfigMgr::ReadAutoDetectNodeInfo)").Times(1));
+    EXPECT_THAT(
+        lines,
+        Contains("3 [ConfigMgr]ReadResolutionList width:2160,height:1440(ExScreen::ConfigMgr::ReadResolutionList)"));
     EXPECT_THAT(lines, Not(Contains(testing::HasSubstr("null"))));
     std::uint32_t audio_switch = 7;
     EXPECT_TRUE(Registry::GetValue(RegistryRoot::kUser, kSetting, L"supportAudioSwitch", audio_switch));
@@ -109,7 +114,8 @@ TEST(ConfigMgr, ReadsTheShippedSamplesBesideTheProgram) {
 TEST(ConfigMgr, WritesTheAudioSwitchOfAnExcludedModel) {
     const RegistryText type(kSuite, L"DeviceType", L"PC-手机");
     ScreenProgram program;
-    tandor::test::WriteAll(program.Config(), "<R><AudioSwitch><NoSupport>x;PC-\xE6\x89\x8B\xE6\x9C\xBA</NoSupport></AudioSwitch></R>");
+    tandor::test::WriteAll(program.Config(),
+                           "<R><AudioSwitch><NoSupport>x;PC-\xE6\x89\x8B\xE6\x9C\xBA</NoSupport></AudioSwitch></R>");
     EXPECT_THAT(program.Run(), Contains("type PC-\xE6\x89\x8B\xE6\x9C\xBA"));
     std::uint32_t audio_switch = 7;
     EXPECT_TRUE(Registry::GetValue(RegistryRoot::kUser, kSetting, L"supportAudioSwitch", audio_switch));
@@ -119,11 +125,14 @@ TEST(ConfigMgr, WritesTheAudioSwitchOfAnExcludedModel) {
 TEST(ConfigMgr, FilesThatCannotBeReadLeaveDefaultsAndSayWhy) {
     const RegistryText type(kSuite, L"DeviceType", L"PC-1");
     ScreenProgram program;
-    const std::string missing = "4 [ConfigMgr]VxExScreen config file does not exist.(ExScreen::ConfigMgr::LoadConfigFile)";
+    const std::string missing =
+        "4 [ConfigMgr]VxExScreen config file does not exist.(ExScreen::ConfigMgr::LoadConfigFile)";
     const std::string broken = "4 [ConfigMgr]Load config file failed.(ExScreen::ConfigMgr::LoadConfigFile)";
     const std::string stopped = "4 [ConfigMgr]load cfg file failed(ExScreen::ConfigMgr::LoadConfig)";
     const auto tagged = [](std::vector<std::string> lines) {
-        std::erase_if(lines, [](const std::string& line) { return line.find("[ConfigMgr]") == std::string::npos && line.find('(') != std::string::npos; });
+        std::erase_if(lines, [](const std::string& line) {
+            return line.find("[ConfigMgr]") == std::string::npos && line.find('(') != std::string::npos;
+        });
         return lines;
     };
     EXPECT_EQ(tagged(program.Run()), Expected({missing, stopped}, "PC-1"));
@@ -174,8 +183,9 @@ TEST(ConfigMgr, HorizontalIsWhatTheDisplaySays) {
         return;
     }
     EXPECT_EQ(horizontal, 2 * mode.dmPelsWidth == 3 * mode.dmPelsHeight);
-    EXPECT_THAT(lines, Contains(L"3 [ConfigMgr]recommendWidth is " + std::to_wstring(mode.dmPelsWidth) + L" recommendHeight is " +
-                                std::to_wstring(mode.dmPelsHeight) + L"(ExScreen::ConfigMgr::IsHorizontal)"));
+    EXPECT_THAT(lines, Contains(L"3 [ConfigMgr]recommendWidth is " + std::to_wstring(mode.dmPelsWidth) +
+                                L" recommendHeight is " + std::to_wstring(mode.dmPelsHeight) +
+                                L"(ExScreen::ConfigMgr::IsHorizontal)"));
 }
 
 }  // namespace

@@ -21,7 +21,8 @@ public:
         constexpr std::wstring_view kClass = L"ExScreen::ConfigMgr::";
         EXPECT_TRUE(function.starts_with(kClass));
         function.remove_prefix(kClass.size());
-        notes.push_back(std::to_string(level) + " " + tandor::Utf8FromWide(function) + ": " + tandor::Utf8FromWide(text));
+        notes.push_back(std::to_string(level) + " " + tandor::Utf8FromWide(function) + ": " +
+                        tandor::Utf8FromWide(text));
     }
 
     bool horizontal = true;
@@ -45,7 +46,8 @@ struct Reading {
     [[nodiscard]] std::vector<std::string> NotesOf(const std::string& function) const {
         std::vector<std::string> found;
         for (const std::string& note : host.notes) {
-            if (note.substr(2).starts_with(function + ": ")) found.push_back(note.substr(0, 2) + note.substr(function.size() + 4));
+            if (note.substr(2).starts_with(function + ": "))
+                found.push_back(note.substr(0, 2) + note.substr(function.size() + 4));
         }
         return found;
     }
@@ -67,14 +69,17 @@ TEST(ScreenReader, AnEmptyTreeLeavesDefaultsAndNamesEveryMissingNode) {
     EXPECT_FALSE(reading.settings.InRange(ScreenValue::kFpsThreshold));
     EXPECT_EQ(reading.host.asked, 0);
     EXPECT_TRUE(reading.host.audio_switch.empty());
-    EXPECT_THAT(reading.host.notes,
-                ElementsAre("3 ReadAutoDetectConfig: autoDetect node is null", "3 ReadAudioSwitchDisableConfig: audioSwitch node is null",
-                            "3 ReadLcdDirectionConfig: LcdDirection node is null", "3 ReadDriverLimitSwitch: driverLimit node is null",
-                            "3 ReadDisplayConfig: deviceConfig node is null", "3 ReadFollowPCConfig: followPC node is null",
-                            "3 ReadFollowPadConfig: followPad node is null", "3 ReadExtendConfig: horizontal and vertical node is null",
-                            "3 ReadResolutionConfig: resolutionConfig node is null",
-                            "3 ReadMonitorResolutionConfig: monitorResolutionConfig node is null",
-                            "3 ReadPadResolutionConfig: padResolutionConfig node is null"));
+    EXPECT_THAT(reading.host.notes, ElementsAre("3 ReadAutoDetectConfig: autoDetect node is null",
+                                                "3 ReadAudioSwitchDisableConfig: audioSwitch node is null",
+                                                "3 ReadLcdDirectionConfig: LcdDirection node is null",
+                                                "3 ReadDriverLimitSwitch: driverLimit node is null",
+                                                "3 ReadDisplayConfig: deviceConfig node is null",
+                                                "3 ReadFollowPCConfig: followPC node is null",
+                                                "3 ReadFollowPadConfig: followPad node is null",
+                                                "3 ReadExtendConfig: horizontal and vertical node is null",
+                                                "3 ReadResolutionConfig: resolutionConfig node is null",
+                                                "3 ReadMonitorResolutionConfig: monitorResolutionConfig node is null",
+                                                "3 ReadPadResolutionConfig: padResolutionConfig node is null"));
 }
 
 TEST(ScreenReader, VideoValuesOfTheFirstMatchingDevice) {
@@ -82,10 +87,12 @@ TEST(ScreenReader, VideoValuesOfTheFirstMatchingDevice) {
         "<DeviceConfig><Device><Type>PC-11</Type><FpsThreshold>30</FpsThreshold></Device><Device/>"
         "<Device><Type> PC-1 </Type><FpsThreshold>60</FpsThreshold><EncoderBitrate>30000000</EncoderBitrate>"
         "<EncoderIdrInterval>-3</EncoderIdrInterval></Device>"
-        "<Device><Type>PC-1</Type><FpsThreshold>90</FpsThreshold><DisplayFrequency>60</DisplayFrequency></Device></DeviceConfig>");
+        "<Device><Type>PC-1</Type><FpsThreshold>90</FpsThreshold><DisplayFrequency>60</DisplayFrequency></Device></"
+        "DeviceConfig>");
     EXPECT_EQ(reading.Answer(ScreenValue::kFpsThreshold), 60u);
     EXPECT_TRUE(reading.settings.InRange(ScreenValue::kFpsThreshold));
-    for (const ScreenValue value : {ScreenValue::kEncoderBitrate, ScreenValue::kEncoderIdrInterval, ScreenValue::kDisplayFrequency}) {
+    for (const ScreenValue value :
+         {ScreenValue::kEncoderBitrate, ScreenValue::kEncoderIdrInterval, ScreenValue::kDisplayFrequency}) {
         EXPECT_EQ(reading.settings.Stored(value).value, 0u);
         EXPECT_FALSE(reading.settings.InRange(value));
     }
@@ -98,11 +105,13 @@ TEST(ScreenReader, VideoLimitsAreInclusive) {
         ScreenValue value;
         std::int64_t least, greatest;
     };
-    for (const Case& c : {Case{ScreenValue::kFpsThreshold, 15, 120}, Case{ScreenValue::kEncoderBitrate, 6291456, 20971520},
-                          Case{ScreenValue::kEncoderIdrInterval, 3, 20}, Case{ScreenValue::kDisplayFrequency, 50, 90}}) {
+    for (const Case& c :
+         {Case{ScreenValue::kFpsThreshold, 15, 120}, Case{ScreenValue::kEncoderBitrate, 6291456, 20971520},
+          Case{ScreenValue::kEncoderIdrInterval, 3, 20}, Case{ScreenValue::kDisplayFrequency, 50, 90}}) {
         const std::string name = tandor::RuleOf(c.value).name;
         const auto read = [&](const std::string& text, std::size_t notes) {
-            const Reading reading("<DeviceConfig><Device><Type>PC-1</Type><" + name + ">" + text + "</" + name + "></Device></DeviceConfig>");
+            const Reading reading("<DeviceConfig><Device><Type>PC-1</Type><" + name + ">" + text + "</" + name +
+                                  "></Device></DeviceConfig>");
             EXPECT_EQ(reading.NotesOf("ReadVideoUint32ConfigValue").size(), notes) << name << " " << text;
             return reading.Answer(c.value);
         };
@@ -111,7 +120,8 @@ TEST(ScreenReader, VideoLimitsAreInclusive) {
         EXPECT_EQ(read(std::to_string(c.least - 1), 1), 0u);
         EXPECT_EQ(read(std::to_string(c.greatest + 1), 1), 0u);
         EXPECT_EQ(read("2147483647", 1), 0u);
-        for (const char* const junk : {"", "60fps", "0x3C", "6 0", "60.0", "2147483648", "4294967356", "99999999999999999999"}) {
+        for (const char* const junk :
+             {"", "60fps", "0x3C", "6 0", "60.0", "2147483648", "4294967356", "99999999999999999999"}) {
             EXPECT_EQ(read(junk, 0), 0u) << junk;
         }
     }
@@ -119,7 +129,8 @@ TEST(ScreenReader, VideoLimitsAreInclusive) {
 
 TEST(ScreenReader, AutoDetection) {
     const Reading listed(
-        "<AutoDetect><Support>PC-10;\n PC-1 ;x</Support><PC-1><MinVolumn>101</MinVolumn><Margin>0</Margin><SampleRate>-1</SampleRate>"
+        "<AutoDetect><Support>PC-10;\n PC-1 "
+        ";x</Support><PC-1><MinVolumn>101</MinVolumn><Margin>0</Margin><SampleRate>-1</SampleRate>"
         "<InCh>8</InCh></PC-1></AutoDetect>");
     EXPECT_EQ(listed.Answer(ScreenValue::kAutoDetect), 1u);
     EXPECT_EQ(listed.settings.Stored(ScreenValue::kMinVolume).value, 101u);
@@ -128,17 +139,23 @@ TEST(ScreenReader, AutoDetection) {
     EXPECT_EQ(listed.Answer(ScreenValue::kSampleRate), 48000u);
     EXPECT_EQ(listed.settings.Stored(ScreenValue::kSampleRate).source, tandor::StoredValue::Source::kUnreadable);
     EXPECT_EQ(listed.Answer(ScreenValue::kInputChannels), 8u);
-    EXPECT_THAT(listed.NotesOf("ReadAutoDetectNodeInfo"), ElementsAre("3 found PC-1 config", "3 default bitDepth is null"));
+    EXPECT_THAT(listed.NotesOf("ReadAutoDetectNodeInfo"),
+                ElementsAre("3 found PC-1 config", "3 default bitDepth is null"));
 
-    for (const char* const body : {"<AutoDetect><Support>PC-10;PC-11;C-1;PC-1 a</Support><PC-1><InCh>8</InCh></PC-1></AutoDetect>",
-                                   "<AutoDetect><Support/><PC-1><InCh>8</InCh></PC-1></AutoDetect>"}) {
+    for (const char* const body :
+         {"<AutoDetect><Support>PC-10;PC-11;C-1;PC-1 a</Support><PC-1><InCh>8</InCh></PC-1></AutoDetect>",
+          "<AutoDetect><Support/><PC-1><InCh>8</InCh></PC-1></AutoDetect>"}) {
         const Reading other(body);
         EXPECT_EQ(other.Answer(ScreenValue::kAutoDetect), 0u);
         EXPECT_EQ(other.Answer(ScreenValue::kInputChannels), 2u);
-        EXPECT_THAT(other.NotesOf("ReadAutoDetectConfig"), ElementsAre("3 not found device config use default instead"));
+        EXPECT_THAT(other.NotesOf("ReadAutoDetectConfig"),
+                    ElementsAre("3 not found device config use default instead"));
     }
-    EXPECT_THAT(Reading("<AutoDetect><PC-1/></AutoDetect>").NotesOf("ReadAutoDetectConfig"), ElementsAre("3 unsupportNode node is null"));
-    EXPECT_EQ(Reading("<AutoDetect><Support>PC-1</Support><PC-1/></AutoDetect>").NotesOf("ReadAutoDetectNodeInfo").size(), 6u);
+    EXPECT_THAT(Reading("<AutoDetect><PC-1/></AutoDetect>").NotesOf("ReadAutoDetectConfig"),
+                ElementsAre("3 unsupportNode node is null"));
+    EXPECT_EQ(
+        Reading("<AutoDetect><Support>PC-1</Support><PC-1/></AutoDetect>").NotesOf("ReadAutoDetectNodeInfo").size(),
+        6u);
 }
 
 TEST(ScreenReader, SwitchesAndRotation) {
@@ -150,18 +167,24 @@ TEST(ScreenReader, SwitchesAndRotation) {
     EXPECT_THAT(included.host.audio_switch, ElementsAre(true));
     EXPECT_TRUE(Reading("<AudioSwitch/>").host.audio_switch.empty());
 
-    const Reading turned("<LcdDirection><PC-2><Rotation>180</Rotation></PC-2><PC-1><Rotation>90</Rotation></PC-1></LcdDirection>");
+    const Reading turned(
+        "<LcdDirection><PC-2><Rotation>180</Rotation></PC-2><PC-1><Rotation>90</Rotation></PC-1></LcdDirection>");
     EXPECT_EQ(turned.Answer(ScreenValue::kRotation), 90u);
     EXPECT_THAT(turned.NotesOf("ReadLcdDirectionConfig"), ElementsAre("3 found device config"));
 
-    const std::pair<const char*, std::uint32_t> switches[] = {{"0", 0}, {"1", 1}, {"2", 1}, {"-1", 1}, {"on", 0}, {"", 0}, {"3000000000", 0}};
+    const std::pair<const char*, std::uint32_t> switches[] = {{"0", 0},  {"1", 1}, {"2", 1},         {"-1", 1},
+                                                              {"on", 0}, {"", 0},  {"3000000000", 0}};
     for (const auto& [text, flag] : switches) {
-        EXPECT_EQ(Reading(std::string("<DriverLimitSwitch>") + text + "</DriverLimitSwitch>").Answer(ScreenValue::kDriverLimit), flag) << text;
+        EXPECT_EQ(Reading(std::string("<DriverLimitSwitch>") + text + "</DriverLimitSwitch>")
+                      .Answer(ScreenValue::kDriverLimit),
+                  flag)
+            << text;
     }
 }
 
 constexpr const char* kLayouts =
-    "<FollowPC><Device><Type>PC-1</Type><PrimaryWidth>3000</PrimaryWidth><PrimaryHeight>100</PrimaryHeight><PrimaryDpi>501</PrimaryDpi>"
+    "<FollowPC><Device><Type>PC-1</Type><PrimaryWidth>3000</PrimaryWidth><PrimaryHeight>100</"
+    "PrimaryHeight><PrimaryDpi>501</PrimaryDpi>"
     "</Device></FollowPC>"
     "<FollowPad><Horizontal><Hide><PrimaryWidth>1001</PrimaryWidth><PrimaryHeight>1002</PrimaryHeight></Hide>"
     "<Show><PrimaryWidth>1003</PrimaryWidth></Show></Horizontal>"
@@ -173,13 +196,21 @@ constexpr const char* kLayouts =
 TEST(ScreenReader, LayoutsFollowTheDisplay) {
     const Reading horizontal(kLayouts);
     EXPECT_EQ(horizontal.host.asked, 1);
-    const std::pair<ScreenValue, std::uint32_t> expected[] = {
-        {ScreenValue::kFollowPcWidth, 3000},      {ScreenValue::kFollowPcHeight, 1280},     {ScreenValue::kFollowPcDpi, 0},
-        {ScreenValue::kFollowPadHideWidth, 1001}, {ScreenValue::kFollowPadHideHeight, 1002}, {ScreenValue::kFollowPadShowWidth, 1003},
-        {ScreenValue::kFollowPadShowHeight, 1280}, {ScreenValue::kExtendPrimWidth, 9999},    {ScreenValue::kExtendPrimHeight, 101},
-        {ScreenValue::kExtendHideSecWidth, 1920}, {ScreenValue::kExtendHideSecHeight, 1100}, {ScreenValue::kExtendShowSecWidth, 1101},
-        {ScreenValue::kExtendShowSecHeight, 70000}};
-    for (const auto& [value, number] : expected) EXPECT_EQ(horizontal.Answer(value), number) << tandor::RuleOf(value).name;
+    const std::pair<ScreenValue, std::uint32_t> expected[] = {{ScreenValue::kFollowPcWidth, 3000},
+                                                              {ScreenValue::kFollowPcHeight, 1280},
+                                                              {ScreenValue::kFollowPcDpi, 0},
+                                                              {ScreenValue::kFollowPadHideWidth, 1001},
+                                                              {ScreenValue::kFollowPadHideHeight, 1002},
+                                                              {ScreenValue::kFollowPadShowWidth, 1003},
+                                                              {ScreenValue::kFollowPadShowHeight, 1280},
+                                                              {ScreenValue::kExtendPrimWidth, 9999},
+                                                              {ScreenValue::kExtendPrimHeight, 101},
+                                                              {ScreenValue::kExtendHideSecWidth, 1920},
+                                                              {ScreenValue::kExtendHideSecHeight, 1100},
+                                                              {ScreenValue::kExtendShowSecWidth, 1101},
+                                                              {ScreenValue::kExtendShowSecHeight, 70000}};
+    for (const auto& [value, number] : expected)
+        EXPECT_EQ(horizontal.Answer(value), number) << tandor::RuleOf(value).name;
     EXPECT_THAT(horizontal.NotesOf("ReadFollowPadConfig"), ElementsAre("3 primaryHeightNode is null"));
 
     const Reading vertical(kLayouts, false);
@@ -191,16 +222,19 @@ TEST(ScreenReader, LayoutsFollowTheDisplay) {
 }
 
 std::string ResolutionXml(int width, int height) {
-    return "<Resolution><Width>" + std::to_string(width) + "</Width><Height>" + std::to_string(height) + "</Height></Resolution>";
+    return "<Resolution><Width>" + std::to_string(width) + "</Width><Height>" + std::to_string(height) +
+           "</Height></Resolution>";
 }
 
 TEST(ScreenReader, ResolutionLists) {
     std::string many;
     for (int i = 0; i < 100; ++i) many += ResolutionXml(1000 + i, 800);
-    const Reading reading("<ResolutionConfig><Mirror>" + ResolutionXml(1920, 1280) + ResolutionXml(100, 1280) + "<Resolution/>" +
-                          ResolutionXml(9999, 101) + "</Mirror><Extend>" + many + "</Extend></ResolutionConfig>" +
-                          "<MonitorResolutionConfig><Ratio3To2>" + ResolutionXml(2160, 1440) + "</Ratio3To2><Ratio16To9/></MonitorResolutionConfig>");
-    EXPECT_THAT(reading.settings.mirror, ElementsAre(ExScreen::Resolution{1920, 1280}, ExScreen::Resolution{9999, 101}));
+    const Reading reading("<ResolutionConfig><Mirror>" + ResolutionXml(1920, 1280) + ResolutionXml(100, 1280) +
+                          "<Resolution/>" + ResolutionXml(9999, 101) + "</Mirror><Extend>" + many +
+                          "</Extend></ResolutionConfig>" + "<MonitorResolutionConfig><Ratio3To2>" +
+                          ResolutionXml(2160, 1440) + "</Ratio3To2><Ratio16To9/></MonitorResolutionConfig>");
+    EXPECT_THAT(reading.settings.mirror,
+                ElementsAre(ExScreen::Resolution{1920, 1280}, ExScreen::Resolution{9999, 101}));
     EXPECT_EQ(reading.settings.extend.size(), tandor::kMostResolutions);
     EXPECT_EQ(reading.settings.monitor, (ExScreen::ResolutionTable{{"Ratio3To2", {{2160, 1440}}}}));
     const auto notes = reading.NotesOf("ReadResolutionList");
@@ -210,7 +244,8 @@ TEST(ScreenReader, ResolutionLists) {
 }
 
 TEST(ScreenSettings, ChoosesTheNearestRatioAndWhatFits) {
-    const ExScreen::ResolutionTable table{{"Ratio3To2", {{2160, 1440}, {1920, 1280}}}, {"Ratio16To9", {{2560, 1440}, {1920, 1080}}}};
+    const ExScreen::ResolutionTable table{{"Ratio3To2", {{2160, 1440}, {1920, 1280}}},
+                                          {"Ratio16To9", {{2560, 1440}, {1920, 1080}}}};
     const auto choose = [&](unsigned width, unsigned height) {
         ExScreen::Resolution chosen{1, 1};
         EXPECT_TRUE(tandor::ChooseResolution(table, {width, height}, chosen));
@@ -218,9 +253,10 @@ TEST(ScreenSettings, ChoosesTheNearestRatioAndWhatFits) {
     };
     EXPECT_EQ(choose(3000, 2000), (ExScreen::Resolution{2160, 1440}));
     EXPECT_EQ(choose(2000, 1333), (ExScreen::Resolution{1920, 1280}));
-    EXPECT_EQ(choose(1440, 2160), (ExScreen::Resolution{1440, 2160}));   // portrait
-    EXPECT_EQ(choose(1280, 1024), (ExScreen::Resolution{1920, 1280}));   // nothing fits: the smallest
-    EXPECT_EQ(choose(2560, 1600), (ExScreen::Resolution{2160, 1440}));   // 16:10 is not listed and 3:2 is nearer than 16:9
+    EXPECT_EQ(choose(1440, 2160), (ExScreen::Resolution{1440, 2160}));  // portrait
+    EXPECT_EQ(choose(1280, 1024), (ExScreen::Resolution{1920, 1280}));  // nothing fits: the smallest
+    EXPECT_EQ(choose(2560, 1600),
+              (ExScreen::Resolution{2160, 1440}));  // 16:10 is not listed and 3:2 is nearer than 16:9
     EXPECT_EQ(choose(3440, 1440), (ExScreen::Resolution{2560, 1440}));
     EXPECT_EQ(choose(4294967295u, 1), (ExScreen::Resolution{1920, 1080}));
     ExScreen::Resolution kept{1, 2};

@@ -48,7 +48,8 @@ TEST(Edid, AcceptsByTheFirstThreeBytesAlone) {
         EXPECT_FALSE(tandor::ReadCoordinates(wrong)) << i;
     }
     for (std::size_t length = 0; length < 128; ++length) {
-        const Bytes cut(edid.begin(), edid.begin() + static_cast<std::ptrdiff_t>(length));  // its end is the allocation's end
+        const Bytes cut(edid.begin(),
+                        edid.begin() + static_cast<std::ptrdiff_t>(length));  // its end is the allocation's end
         EXPECT_EQ(tandor::ReadCoordinates(cut).has_value(), length >= 35) << length;
         EXPECT_FALSE(tandor::ReadEdid(cut));
     }
@@ -96,7 +97,8 @@ TEST(Edid, AnyBytesOfAnyLengthAreRead) {
         }
         const auto coordinates = tandor::ReadCoordinates(edid);
         if (!coordinates) continue;
-        const auto result = tandor::Cover(tandor::TriangleOf(tandor::kP3), tandor::TriangleOf(tandor::GamutOf(*coordinates)));
+        const auto result =
+            tandor::Cover(tandor::TriangleOf(tandor::kP3), tandor::TriangleOf(tandor::GamutOf(*coordinates)));
         ASSERT_TRUE(result.coverage >= 0 && result.coverage <= 1);
     }
 }

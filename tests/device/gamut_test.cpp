@@ -98,8 +98,10 @@ TEST(Gamut, ImpossibleTrianglesGiveZeros) {
     constexpr double kInfinity = std::numeric_limits<double>::infinity();
     constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
     for (const double odd : {kInfinity, -kInfinity, kNan, 1e200, std::numeric_limits<double>::max()}) {
-        for (const Triangle& triangle : {Triangle{{{odd, 0}, {1, 0}, {0, 1}}}, Triangle{{{odd, odd}, {-odd, odd}, {0, -odd}}}}) {
-            for (const Coverage& result : {tandor::Cover(kP3, triangle), tandor::Cover(triangle, kP3), tandor::Cover(triangle, triangle)}) {
+        for (const Triangle& triangle :
+             {Triangle{{{odd, 0}, {1, 0}, {0, 1}}}, Triangle{{{odd, odd}, {-odd, odd}, {0, -odd}}}}) {
+            for (const Coverage& result :
+                 {tandor::Cover(kP3, triangle), tandor::Cover(triangle, kP3), tandor::Cover(triangle, triangle)}) {
                 EXPECT_TRUE(std::isfinite(result.area_ratio)) << odd;
                 EXPECT_GE(result.coverage, 0) << odd;
                 EXPECT_LE(result.coverage, 1) << odd;
@@ -131,7 +133,7 @@ TEST(Gamut, SegmentsCrossAtTheirEndsToo) {
         Chromaticity where;
     };
     const Case cases[] = {
-        {{0, 0}, {1, 1}, {0, 1}, {1, 0}, true, {.5, .5}},    {{0, 0}, {1, 0}, {1, 0}, {1, 1}, true, {1, 0}},
+        {{0, 0}, {1, 1}, {0, 1}, {1, 0}, true, {.5, .5}},     {{0, 0}, {1, 0}, {1, 0}, {1, 1}, true, {1, 0}},
         {{0, 0}, {1, 0}, {.25, 0}, {.25, 1}, true, {.25, 0}}, {{0, 0}, {1, 0}, {.25, .1}, {.25, 1}, false, {}},
         {{0, 0}, {1, 0}, {0, 1}, {1, 1}, false, {}},          {{0, 0}, {1, 0}, {.5, 0}, {2, 0}, false, {}},
         {{0, 0}, {0, 0}, {-1, 0}, {1, 0}, false, {}},

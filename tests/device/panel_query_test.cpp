@@ -30,19 +30,24 @@ protected:
         ASSERT_TRUE(Registry::SetValue(RegistryRoot::kLocalMachine, Key(), L"EDID", tandor::test::SampleEdid(gamut)));
     }
     void TearDown() override {
-        EXPECT_TRUE(Registry::DeleteKey(RegistryRoot::kLocalMachine, L"SYSTEM\\CurrentControlSet\\Enum\\DISPLAY\\VXT0042"));
+        EXPECT_TRUE(
+            Registry::DeleteKey(RegistryRoot::kLocalMachine, L"SYSTEM\\CurrentControlSet\\Enum\\DISPLAY\\VXT0042"));
         EXPECT_EQ(ManagementDouble::Live(), 0);
     }
-    static std::wstring Key() { return std::wstring(L"SYSTEM\\CurrentControlSet\\Enum\\") + kDevice + L"\\Device Parameters"; }
+    static std::wstring Key() {
+        return std::wstring(L"SYSTEM\\CurrentControlSet\\Enum\\") + kDevice + L"\\Device Parameters";
+    }
 
     HostLog log_;
 };
 
 TEST_F(PanelQuery, FindsThePanelAmongTheMonitors) {
-    ManagementDouble service({Row{{L"PNPDeviceID", std::nullopt}}, Row{}, Row{{L"PNPDeviceID", kDevice}}, Row{{L"PNPDeviceID", L"A\\B\\C"}}});
+    ManagementDouble service({Row{{L"PNPDeviceID", std::nullopt}}, Row{}, Row{{L"PNPDeviceID", kDevice}},
+                              Row{{L"PNPDeviceID", L"A\\B\\C"}}});
     EXPECT_EQ(GetEdidData::GetPnpDeviceID(), kDevice);
-    EXPECT_THAT(service->asked, ElementsAre(L"ROOT\\CIMV2|WQL|SELECT PNPDeviceID, MonitorManufacturer FROM Win32_DesktopMonitor "
-                                            L"WHERE         MonitorManufacturer LIKE 'Vextro Device%'"));
+    EXPECT_THAT(service->asked,
+                ElementsAre(L"ROOT\\CIMV2|WQL|SELECT PNPDeviceID, MonitorManufacturer FROM Win32_DesktopMonitor "
+                            L"WHERE         MonitorManufacturer LIKE 'Vextro Device%'"));
     EXPECT_EQ(service->blankets, 1);
     EXPECT_TRUE(log_.Take().empty());
 }
@@ -97,7 +102,8 @@ TEST_F(PanelQuery, WorksInEveryApartmentAndLeavesItAsItWas) {
         EXPECT_EQ(::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);  // nothing was left behind
         ::CoUninitialize();
     }).join();
-    EXPECT_EQ((*const_cast<ManagementDouble&>(service)).asked.front(), L"ROOT\\CIMV2|WQL|SELECT Caption FROM Win32_DesktopMonitor");
+    EXPECT_EQ((*const_cast<ManagementDouble&>(service)).asked.front(),
+              L"ROOT\\CIMV2|WQL|SELECT Caption FROM Win32_DesktopMonitor");
 }
 
 TEST_F(PanelQuery, ReadsTheRegistry) {
@@ -124,7 +130,8 @@ TEST_F(PanelQuery, JudgesThePanel) {
     for (const auto& [gamut, wide] : panels) {
         Put(gamut);
         EXPECT_EQ(GetEdidData::IsSupportWideGamut(), wide);
-        const std::vector<std::wstring> lines{L"3 : Current device not supports WideColorGamut!(GetEdidData::IsSupportWideGamut)"};
+        const std::vector<std::wstring> lines{
+            L"3 : Current device not supports WideColorGamut!(GetEdidData::IsSupportWideGamut)"};
         EXPECT_EQ(log_.Take(), wide ? std::vector<std::wstring>() : lines);
         std::vector<double> coordinates;
         ASSERT_TRUE(GetEdidData::GetColorCoordinate(coordinates));
@@ -158,10 +165,12 @@ TEST_F(PanelQuery, RefusesListsOfTheWrongSize) {
     EXPECT_FALSE(GetEdidData::IsSupportP3Gamut(three));
     EXPECT_EQ(GetEdidData::GamutProcess(three, adobe).size(), 3u);
     EXPECT_TRUE(GetEdidData::GamutProcess(three, {}).empty());
-    EXPECT_THAT(log_.Take(), ElementsAre(L"4 : The input parameter for the conversion is invalid!(GetEdidData::CoordinateConversion)",
-                                         L"4 : The input parameter for the gamutCoverage is invalid!(GetEdidData::GamutCoverage)",
-                                         L"4 : The input parameter for the gamutCoverage is invalid!(GetEdidData::GamutCoverage)",
-                                         L"4 : The input parameter for the gamutProcess is invalid!(GetEdidData::GamutProcess)"));
+    EXPECT_THAT(
+        log_.Take(),
+        ElementsAre(L"4 : The input parameter for the conversion is invalid!(GetEdidData::CoordinateConversion)",
+                    L"4 : The input parameter for the gamutCoverage is invalid!(GetEdidData::GamutCoverage)",
+                    L"4 : The input parameter for the gamutCoverage is invalid!(GetEdidData::GamutCoverage)",
+                    L"4 : The input parameter for the gamutProcess is invalid!(GetEdidData::GamutProcess)"));
     GetEdidData::GamutCoverage(adobe, adobe, coverage);
     EXPECT_NEAR(coverage.second, 1, 1e-12);
     EXPECT_TRUE(GetEdidData::IsSupportAdobeRGBGamut(adobe));

@@ -56,7 +56,11 @@ std::vector<std::string> MarkedLines(const std::filesystem::path& file, const st
 }
 
 // Unlike any other test's lines, and an earlier run's.
-std::string Marker(const std::string& name) { return name + std::to_string(::GetCurrentProcessId()) + "x"; }
+std::string Marker(const std::string& name) {
+    FILETIME now;
+    ::GetSystemTimeAsFileTime(&now);
+    return name + std::to_string(now.dwHighDateTime) + std::to_string(now.dwLowDateTime) + "x";
+}
 
 TEST(Logger, EachChannelWritesItsFileFromTheDefaultLevelUp) {
     const std::pair<const char*, const wchar_t*> channels[] = {{"KoViewMirror", L"usr\\KoViewMirror.log"},
@@ -88,6 +92,7 @@ TEST(Logger, EachChannelWritesItsFileFromTheDefaultLevelUp) {
 
 // A folder where the file belongs stands for everything that keeps it from being opened.
 TEST(Logger, AFileThatCannotBeOpenedIsTriedFiveTimesAndThenNeverAgain) {
+    std::filesystem::remove(kLogs / L"admin" / L"KoViewAccountCred.log");
     std::filesystem::create_directories(kLogs / L"admin" / L"KoViewAccountCred.log");
     HostLog log;
     {

@@ -8,8 +8,9 @@ using Failure = VxXMLDocument::Failure;
 
 TEST(XmlDocument, WalksElementsByName) {
     VxXMLDocument document;
-    ASSERT_TRUE(document.Parse("<?xml version='1.0'?>\n<!-- c -->\n<root>\n <a> 1 </a><b/>\n <a><!-- c -->\n  two<b>x</b> tail</a>\n"
-                               " <手机>\xD0\x9F &amp; &lt;&#x41;</手机><d><![CDATA[<raw>]]></d></root>"));
+    ASSERT_TRUE(document.Parse(
+        "<?xml version='1.0'?>\n<!-- c -->\n<root>\n <a> 1 </a><b/>\n <a><!-- c -->\n  two<b>x</b> tail</a>\n"
+        " <手机>\xD0\x9F &amp; &lt;&#x41;</手机><d><![CDATA[<raw>]]></d></root>"));
     const VxXmlElement root = document.RootElement();
     EXPECT_STREQ(root.Name(), "root");
     EXPECT_EQ(root.Line(), 3);
@@ -37,8 +38,9 @@ TEST(XmlDocument, RefusesWhatIsNotXmlAndStaysUsable) {
     std::string closed = nested;
     for (int i = 0; i < 100'000; ++i) closed += "</a>";
     VxXMLDocument document;
-    for (const std::string& text : {std::string(), std::string(" \n "), std::string("text"), std::string("<a>"), std::string("<a></b>"),
-                                    std::string("<!-- only -->"), std::string("<a/>\0<b/>", 9), std::string("\xFF\xFE<\0a\0", 6), nested, closed}) {
+    for (const std::string& text : {std::string(), std::string(" \n "), std::string("text"), std::string("<a>"),
+                                    std::string("<a></b>"), std::string("<!-- only -->"), std::string("<a/>\0<b/>", 9),
+                                    std::string("\xFF\xFE<\0a\0", 6), nested, closed}) {
         EXPECT_FALSE(document.Parse(text)) << text.substr(0, 20);
         EXPECT_EQ(document.LastFailure(), Failure::kMalformed);
         EXPECT_FALSE(document.ErrorText().empty());

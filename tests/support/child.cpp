@@ -3,8 +3,7 @@
 
 #include <shellapi.h>
 
-#include <filesystem>
-#include <fstream>
+#include <iostream>
 #include <map>
 #include <string>
 #include <thread>
@@ -13,12 +12,16 @@
 #include "base/utf.h"
 #include "base/win_handle.h"
 #include "pelora/log_service.h"
+#include "pelora/outbox.h"
+#include "support/child_roles.h"
+#include "tandor/event_reporter.h"
 #include "tandor/logging.h"
 #include "tandor/screen_config.h"
+#include "tandor/state_watch.h"
 
 namespace {
 
-using Arguments = std::vector<std::wstring>;
+using tandor::test::Arguments;
 
 void SignalReady(const std::wstring& name) {
     const tandor::KernelHandle event(::OpenEventW(EVENT_MODIFY_STATE, FALSE, name.c_str()));
@@ -31,6 +34,32 @@ int HoldFile(const Arguments& arguments) {
         arguments.at(0).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr));
     if (!file) return 1;
     SignalReady(arguments.at(1));
+    ::Sleep(INFINITE);
+    return 0;
+}
+
+// announce NAME_A NAME_B READY: announces itself as started, and stays.
+int Announce(const Arguments& arguments) {
+    TdProcessStatePresenter presenter(arguments.at(0), arguments.at(1));
+    if (!presenter.Init() || !presenter.Start()) return 1;
+    SignalReady(arguments.at(2));
+    ::Sleep(INFINITE);
+    return 0;
+}
+
+// hold-handles FILE FOLDER PIPE READY: holds a file, a folder, a named pipe on which it waits, and an event; stays.
+int HoldHandles(const Arguments& arguments) {
+    constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    const tandor::FileHandle file(
+        ::CreateFileW(arguments.at(0).c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING, 0, nullptr));
+    const tandor::FileHandle folder(::CreateFileW(arguments.at(1).c_str(), GENERIC_READ, kShareAll, nullptr,
+                                                  OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    const tandor::FileHandle pipe(::CreateNamedPipeW(arguments.at(2).c_str(), PIPE_ACCESS_DUPLEX,
+                                                     PIPE_TYPE_BYTE | PIPE_WAIT, 1, 4096, 4096, 0, nullptr));
+    const tandor::KernelHandle event(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    if (!file || !folder || !pipe || !event) return 1;
+    SignalReady(arguments.at(3));
+    ::ConnectNamedPipe(pipe.Get(), nullptr);  // a synchronous wait: questions about this handle would wait too
     ::Sleep(INFINITE);
     return 0;
 }
@@ -48,6 +77,46 @@ int LogLines(const Arguments& arguments) {
     return 0;
 }
 
+// screen-values: prints the extended screen's configuration as this program finds it, first asked for by several
+// threads at once: the host log's lines, then values.
+int ScreenValues(const Arguments&) {
+    std::vector<std::wstring> lines;
+    const auto subscription =
+        VxLogger::GetInstance().Subscribe([&](LOG_MESSAGE_LEVEL level, std::wstring_view message) {
+            lines.push_back(std::to_wstring(level) + L" " + std::wstring(message));
+        });
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) threads.emplace_back([] { ExScreen::ConfigMgr::GetInstance(); });
+    for (std::thread& thread : threads) thread.join();
+    VxLogger::GetInstance().Unsubscribe(subscription);
+    const ExScreen::ConfigMgr& config = ExScreen::ConfigMgr::GetInstance();
+    for (const std::wstring& line : lines) std::cout << tandor::Utf8FromWideLossy(line) << "\n";
+    ExScreen::Resolution pad;
+    config.GetPadPreResolution(2560, 1600, pad);
+    std::cout << "type " << config.GetDeviceType() << "\nfps " << config.GetFpsThreshold() << " "
+              << config.ConfiguredFpsThreshold() << "\nbitrate " << config.GetEncoderBitrate() << " "
+              << config.ConfiguredEncoderBitrate() << "\nfollow " << config.GetFollowPCWidth() << "x"
+              << config.GetFollowPCHeight() << " " << config.GetFollowPCDpi() << "\naudio " << config.GetVolumnThresh()
+              << " " << config.GetSpeakerMargin() << " " << config.GetSampleRate() << " " << config.GetBitDepth() << " "
+              << config.GetInCh() << "\nflags " << config.IsSupportAutoDetect() << config.IsSupportAudioSwitch()
+              << config.IsDriverLimitOpen() << config.IsReduceResolutionDevice() << "\nextend "
+              << config.GetExtendShowSecWidth() << "x" << config.GetExtendShowSecHeight() << "\nlists "
+              << config.GetMirrorResolutions().size() << " " << config.GetMonitorResolutionConfig().size() << " "
+              << pad.width << "x" << pad.height << "\n";
+    return 0;
+}
+
+// commit-reports NAME COUNT: commits ten tags and the trace identifier NAME, COUNT times.
+int CommitReports(const Arguments& arguments) {
+    const auto reporter = Tandor::ReporterFactory::GetInstance().CreateReporter(79, 10);
+    reporter->SetTraceID(std::string(arguments.at(0).begin(), arguments.at(0).end()));
+    for (int i = std::stoi(arguments.at(1)); i > 0; --i) {
+        for (int tag = 0; tag < 10; ++tag) reporter->RecordTimeStamp(tag);
+        reporter->Commit();
+    }
+    return 0;
+}
+
 // host-log TEXT COUNT: writes TEXT to the host log COUNT times, as a failure, and dies without a farewell.
 int HostLog(const Arguments& arguments) {
     for (int i = std::stoi(arguments.at(1)); i > 0; --i) {
@@ -59,32 +128,21 @@ int HostLog(const Arguments& arguments) {
     return 1;
 }
 
-// screen-values OUT: the extended screen's configuration as this program finds it, first asked for by several threads at
-// once: the host log's lines, then values. OUT is a file of UTF-8.
-int ScreenValues(const Arguments& arguments) {
-    std::vector<std::wstring> lines;
-    const auto subscription = VxLogger::GetInstance().Subscribe([&](LOG_MESSAGE_LEVEL level, std::wstring_view message) {
-        lines.push_back(std::to_wstring(level) + L" " + std::wstring(message));
-    });
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) threads.emplace_back([] { ExScreen::ConfigMgr::GetInstance(); });
-    for (std::thread& thread : threads) thread.join();
-    VxLogger::GetInstance().Unsubscribe(subscription);
-    const ExScreen::ConfigMgr& config = ExScreen::ConfigMgr::GetInstance();
-    std::ofstream out(std::filesystem::path(arguments.at(0)), std::ios::binary);
-    for (const std::wstring& line : lines) out << tandor::Utf8FromWideLossy(line) << "\n";
-    ExScreen::Resolution pad;
-    config.GetPadPreResolution(2560, 1600, pad);
-    out << "type " << config.GetDeviceType() << "\nfps " << config.GetFpsThreshold() << " " << config.ConfiguredFpsThreshold()
-        << "\nbitrate " << config.GetEncoderBitrate() << " " << config.ConfiguredEncoderBitrate() << "\nfollow "
-        << config.GetFollowPCWidth() << "x" << config.GetFollowPCHeight() << " " << config.GetFollowPCDpi() << "\naudio "
-        << config.GetVolumnThresh() << " " << config.GetSpeakerMargin() << " " << config.GetSampleRate() << " "
-        << config.GetBitDepth() << " " << config.GetInCh() << "\nflags " << config.IsSupportAutoDetect()
-        << config.IsSupportAudioSwitch() << config.IsDriverLimitOpen() << config.IsReduceResolutionDevice() << "\nextend "
-        << config.GetExtendShowSecWidth() << "x" << config.GetExtendShowSecHeight() << "\nlists "
-        << config.GetMirrorResolutions().size() << " " << config.GetMonitorResolutionConfig().size() << " " << pad.width << "x"
-        << pad.height << "\n";
-    return 0;
+// outbox-put FILE REPORT: puts records without end, and appends to REPORT the identifier of each that was stored.
+int OutboxPut(const Arguments& arguments) {
+    pelora::Outbox outbox(tandor::Utf8FromWide(arguments.at(0)));
+    const tandor::FileHandle report(::CreateFileW(arguments.at(1).c_str(), FILE_APPEND_DATA | SYNCHRONIZE,
+                                                  FILE_SHARE_READ, nullptr, OPEN_ALWAYS, 0, nullptr));
+    if (!report) return 1;
+    for (;;) {
+        pelora::OutboxRecord record;
+        record.event = "606009101";
+        record.values = {{"0", std::string(record.sequence % 5000, 'x')}};
+        if (!outbox.Put(record).empty()) return 3;
+        const std::string line = record.identifier + "\n";
+        DWORD written = 0;
+        ::WriteFile(report.Get(), line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
+    }
 }
 
 }  // namespace
@@ -93,10 +151,19 @@ int main() {
     int count = 0;
     wchar_t** const words = ::CommandLineToArgvW(::GetCommandLineW(), &count);
     const Arguments arguments(words + (count < 2 ? count : 2), words + count);
-    const std::map<std::wstring, int (*)(const Arguments&)> roles{{L"hold-file", HoldFile},
-                                                                  {L"host-log", HostLog},
-                                                                  {L"log-lines", LogLines},
-                                                                  {L"screen-values", ScreenValues}};
+    const std::map<std::wstring, int (*)(const Arguments&)> roles{
+        {L"announce", Announce},
+        {L"check-records", tandor::test::CheckRecords},
+        {L"commit-reports", CommitReports},
+        {L"hold-file", HoldFile},
+        {L"hold-handles", HoldHandles},
+        {L"host-log", HostLog},
+        {L"log-lines", LogLines},
+        {L"outbox-put", OutboxPut},
+        {L"screen-values", ScreenValues},
+        {L"store-attributes", tandor::test::StoreAttributes},
+        {L"store-records", tandor::test::StoreRecords},
+    };
     const auto role = count < 2 ? roles.end() : roles.find(words[1]);
     return role == roles.end() ? 2 : role->second(arguments);
 }

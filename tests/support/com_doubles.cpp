@@ -7,7 +7,9 @@
 namespace {
 
 struct Less {
-    bool operator()(const CLSID& left, const CLSID& right) const { return std::memcmp(&left, &right, sizeof(CLSID)) < 0; }
+    bool operator()(const CLSID& left, const CLSID& right) const {
+        return std::memcmp(&left, &right, sizeof(CLSID)) < 0;
+    }
 };
 
 std::mutex mutex;

@@ -9,8 +9,8 @@
 
 namespace tandor::test {
 
-// While it lives, objects of the class come from `create`, on every thread and in every apartment of this program. Without
-// one the class is not available. `create` hands out a reference to the interface asked for.
+// While it lives, objects of the class come from `create`, on every thread and in every apartment of this program.
+// Without one the class is not available. `create` hands out a reference to the interface asked for.
 class ComDouble {
 public:
     using Create = std::function<HRESULT(REFIID iid, void** object)>;
@@ -24,8 +24,8 @@ private:
     CLSID clsid_;
 };
 
-// Makes the base `Interfaces` (COM interfaces, or classes derived from one each) an object: reference count, QueryInterface.
-// Live() counts the objects of one kind, so that a test sees what was not released.
+// Makes the base `Interfaces` (COM interfaces, or classes derived from one each) an object: reference count,
+// QueryInterface. Live() counts the objects of one kind, so that a test sees what was not released.
 template <class... Interfaces>
 class ComObject : public Interfaces... {
 public:
@@ -54,7 +54,8 @@ public:
 private:
     template <class Interface>
     void Offer(REFIID iid, void** object) {
-        if (*object == nullptr && (iid == Interface::Id() || iid == __uuidof(IUnknown))) *object = static_cast<Interface*>(this);
+        if (*object == nullptr && (iid == Interface::Id() || iid == __uuidof(IUnknown)))
+            *object = static_cast<Interface*>(this);
     }
     LONG references_ = 1;
 };

@@ -34,8 +34,9 @@ inline void PutGamut(const Gamut& gamut, Bytes& edid) {
 // name "Pad Screen 14", serial "SN-7".
 inline Bytes SampleEdid(const Gamut& gamut) {
     Bytes edid(128);
-    const std::array<std::uint8_t, 25> head{0x00, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x00, 0x5B, 0x14, 0x42, 0x00, 0x04,
-                                            0x03, 0x02, 0x01, 12,   33,   1,    4,    0xA5, 34,   22,   120,  0x07};
+    const std::array<std::uint8_t, 25> head{0x00, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x00, 0x5B,
+                                            0x14, 0x42, 0x00, 0x04, 0x03, 0x02, 0x01, 12,   33,
+                                            1,    4,    0xA5, 34,   22,   120,  0x07};
     std::copy(head.begin(), head.end(), edid.begin());
     // 198.33 MHz; 2160 + 80 by 1440 + 37; not interlaced
     const std::array<std::uint8_t, 18> timing{0x79, 0x4D, 0x70, 0x50, 0x80, 0xA0, 0x25, 0x50, 0x30,

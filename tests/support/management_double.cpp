@@ -42,7 +42,8 @@ private:
 // Takes the security that callers set on a proxy, as the real service's proxy does.
 class Security : public Answering<IClientSecurity> {
 public:
-    HRESULT STDMETHODCALLTYPE QueryBlanket(IUnknown*, DWORD*, DWORD*, OLECHAR**, DWORD*, DWORD*, void**, DWORD*) override {
+    HRESULT STDMETHODCALLTYPE QueryBlanket(IUnknown*, DWORD*, DWORD*, OLECHAR**, DWORD*, DWORD*, void**,
+                                           DWORD*) override {
         return E_NOTIMPL;
     }
     HRESULT STDMETHODCALLTYPE CopyProxy(IUnknown*, IUnknown**) override { return E_NOTIMPL; }
@@ -51,7 +52,8 @@ public:
 class Services final : public ComObject<WbemServicesStub, Security> {
 public:
     Services(SharedScript script, std::wstring space) : script_(std::move(script)), space_(std::move(space)) {}
-    HRESULT STDMETHODCALLTYPE ExecQuery(const BSTR language, const BSTR query, LONG, IWbemContext*, IEnumWbemClassObject** rows) override {
+    HRESULT STDMETHODCALLTYPE ExecQuery(const BSTR language, const BSTR query, LONG, IWbemContext*,
+                                        IEnumWbemClassObject** rows) override {
         script_->asked.push_back(space_ + L"|" + language + L"|" + query);
         if (script_->query != S_OK) return script_->query;
         *rows = new Enumerator(script_);
@@ -70,8 +72,8 @@ private:
 class Locator final : public ComObject<Answering<IWbemLocator>> {
 public:
     explicit Locator(SharedScript script) : script_(std::move(script)) {}
-    HRESULT STDMETHODCALLTYPE ConnectServer(const BSTR space, const BSTR, const BSTR, const BSTR, LONG, const BSTR, IWbemContext*,
-                                            IWbemServices** services) override {
+    HRESULT STDMETHODCALLTYPE ConnectServer(const BSTR space, const BSTR, const BSTR, const BSTR, LONG, const BSTR,
+                                            IWbemContext*, IWbemServices** services) override {
         if (script_->connect != S_OK) return script_->connect;
         *services = new Services(script_, space);
         return WBEM_S_NO_ERROR;

@@ -21,7 +21,7 @@ public:
         std::vector<Row> rows;
         HRESULT connect = S_OK;
         HRESULT query = S_OK;
-        HRESULT next = S_OK;  // a failure of the first step through the rows
+        HRESULT next = S_OK;              // a failure of the first step through the rows
         std::vector<std::wstring> asked;  // "<namespace>|<language>|<query>"
         int blankets = 0;                 // how often the proxy's security was set
     };

@@ -7,7 +7,8 @@
 #include <string>
 #include <thread>
 
-#include "base/win_handle.h"
+#include "base/win_error.h"
+#include "base/win_process.h"
 
 namespace tandor::test {
 
@@ -37,17 +38,12 @@ inline ProgramRun RunProgram(std::wstring command_line, const std::string& input
     pipe(out_read, out_write, out_read);
     pipe(error_read, error_write, error_read);
     STARTUPINFOW startup{};
-    startup.cb = sizeof(startup);
     startup.dwFlags = STARTF_USESTDHANDLES;
     startup.hStdInput = in_read.Get();
     startup.hStdOutput = out_write.Get();
     startup.hStdError = error_write.Get();
-    PROCESS_INFORMATION information{};
-    if (::CreateProcessW(nullptr, command_line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
-                         &information) == 0) {
-        throw std::runtime_error("the program does not start");
-    }
-    const KernelHandle process(information.hProcess), thread(information.hThread);
+    const StartedProcess process = StartProcess(nullptr, std::move(command_line), startup);
+    if (!process.handle) throw WindowsError("the program does not start", ::GetLastError());
     for (KernelHandle* end : {&in_read, &out_write, &error_write}) end->Reset();
     ProgramRun run;
     std::thread error_reader([&] { run.error = ReadPipe(error_read.Get()); });
@@ -61,8 +57,8 @@ inline ProgramRun RunProgram(std::wstring command_line, const std::string& input
     error_reader.join();
     writer.join();
     DWORD code = 0;
-    if (::WaitForSingleObject(process.Get(), 60'000) == WAIT_OBJECT_0 &&
-        ::GetExitCodeProcess(process.Get(), &code) != 0) {
+    if (::WaitForSingleObject(process.handle.Get(), 60'000) == WAIT_OBJECT_0 &&
+        ::GetExitCodeProcess(process.handle.Get(), &code) != 0) {
         run.exit_code = static_cast<int>(code);
     }
     return run;

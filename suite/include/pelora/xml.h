@@ -8,7 +8,8 @@
 #include "pelora/api.h"
 
 // An element of a VxXMLDocument, or none. A handle owns nothing: it and all views it gives live as long as the document
-// and until that is loaded anew. Every operation on a null element is allowed and gives a null element or an empty text.
+// and until that is loaded anew. Every operation on a null element is allowed and gives a null element or an empty
+// text.
 //
 // Threads: any number may read one document.
 class PELORA_API VxXmlElement {
@@ -33,8 +34,8 @@ private:
     const void* node_ = nullptr;
 };
 
-// An XML document in UTF-8. At most kLargestFile bytes and 100 levels of elements are accepted; what is beyond is refused
-// before it costs memory or stack.
+// An XML document in UTF-8. At most kLargestFile bytes and 100 levels of elements are accepted; what is beyond is
+// refused before it costs memory or stack.
 //
 // Threads: loading belongs to one thread; a loaded document may be read by any number. Throws std::bad_alloc alone.
 class PELORA_API VxXMLDocument {

@@ -1,0 +1,93 @@
+#include "app/device_collection.h"
+
+#include "app/command.h"
+#include "pelora/device_manager.h"
+#include "pelora/file_info.h"
+
+namespace tandor::app {
+namespace {
+
+DM::DeviceMgr& Manager() { return DM::DeviceMgr::GetInstance(); }
+
+}  // namespace
+
+void DeviceCollection::Check(int status, const std::string& device, const std::string& attribute) const {
+    const std::string thing = device.empty() ? std::string(Kind()) + " devices" : Kind() + (" device '" + device + "'");
+    const std::string named = attribute.empty() ? thing : thing + ", attribute '" + attribute + "'";
+    const std::string list =
+        std::string("tandorctl device list") + (bound_ ? " --bound" : "") + " shows those there are";
+    switch (status) {
+        case DM::DEVICE_OK:
+            return;
+        case DM::DEVICE_NOT_FOUND:
+            throw CommandError(thing, "there is no such device", list);
+        case DM::DEVICE_NO_ATTRIBUTE:
+            throw CommandError(named, "there is no such attribute", "tandorctl device show lists what the device has");
+        case DM::DEVICE_VALUE_UNSUITABLE:
+            throw CommandError(named, "the value is none of its type", "numbers are decimal, flags 1 or 0");
+        case DM::DEVICE_BAD_NAME:
+            throw CommandError(named, "the name cannot be used", "names are not empty, and DeviceId is only read");
+        case DM::DEVICE_TRUSTED:
+            throw CommandError(thing, "it is trusted", "delete it with --even-trusted");
+        case DM::DEVICE_STORE_BUSY:
+            throw CommandError(thing, "other programs keep the store busy", "try again");
+        case DM::DEVICE_STORE_DAMAGED:
+            throw CommandError(thing, "the store was damaged and has been set aside",
+                               "a new one is begun; --follow shows where the old one lies");
+        default:
+            throw CommandError(thing, "the store under " + FileInfo::GetPeloraCommDir() + "\\device cannot be used",
+                               "--follow shows why");
+    }
+}
+
+std::vector<BluetoothDeviceSummary> DeviceCollection::Records() const {
+    std::vector<BluetoothDeviceSummary> records;
+    Check(bound_ ? Manager().GetBoundDeviceInfoList(records) : Manager().GetPresentDeviceInfoList(records), {});
+    return records;
+}
+
+BluetoothDeviceSummary DeviceCollection::Record(const std::string& device) const {
+    BluetoothDeviceSummary record;
+    Check(bound_ ? Manager().GetBoundDeviceInfo(device, record) : Manager().GetPresentDeviceInfo(device, record),
+          device);
+    return record;
+}
+
+void DeviceCollection::SetRecord(const std::string& device, const BluetoothDeviceSummary& record) const {
+    Check(bound_ ? Manager().SetBoundDeviceInfo(device, record) : Manager().SetPresentDeviceInfo(device, record),
+          device);
+}
+
+void DeviceCollection::Delete(const std::string& device, bool even_trusted) const {
+    Check(bound_ ? Manager().DeleteBoundDeviceInfo(device, even_trusted) : Manager().DeletePresentDeviceInfo(device),
+          device);
+}
+
+std::string DeviceCollection::Text(const std::string& device, const std::string& attribute) const {
+    std::string text;
+    if (!FindText(device, attribute, text)) Check(DM::DEVICE_NO_ATTRIBUTE, device, attribute);
+    return text;
+}
+
+void DeviceCollection::SetText(const std::string& device, const std::string& attribute, const std::string& text) const {
+    Check(bound_ ? Manager().SetBoundDeviceInfoByName(device, attribute, text)
+                 : Manager().SetPresentDeviceInfoByName(device, attribute, text),
+          device, attribute);
+}
+
+bool DeviceCollection::Contains(const std::string& device) const {
+    std::string text;
+    const int status = bound_ ? Manager().GetBoundDeviceInfoByName(device, "DeviceId", text)
+                              : Manager().GetPresentDeviceInfoByName(device, "DeviceId", text);
+    if (status != DM::DEVICE_NOT_FOUND) Check(status, device);
+    return status == DM::DEVICE_OK;
+}
+
+bool DeviceCollection::FindText(const std::string& device, const std::string& attribute, std::string& text) const {
+    const int status = bound_ ? Manager().GetBoundDeviceInfoByName(device, attribute, text)
+                              : Manager().GetPresentDeviceInfoByName(device, attribute, text);
+    if (status != DM::DEVICE_NO_ATTRIBUTE) Check(status, device, attribute);
+    return status == DM::DEVICE_OK;
+}
+
+}  // namespace tandor::app

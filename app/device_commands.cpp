@@ -1,0 +1,224 @@
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <fstream>
+
+#include "app/command.h"
+#include "app/device_collection.h"
+#include "app/device_import.h"
+#include "app/doctor.h"
+#include "base/decimal.h"
+#include "base/hex.h"
+#include "base/utf.h"
+#include "pelora/file_info.h"
+
+namespace tandor::app {
+namespace {
+
+// What is shown of a device: the members of its record, then the attributes that the feature keeps.
+constexpr const char* kMembers[] = {
+    "DevType",         "Summary",         "DevName",           "UserName",     "NickName",
+    "MacAddr",         "MacAddrInt",      "IsPaired",          "ShareType",    "IsReverseChannel",
+    "IsWifi5GAbility", "IsAuthor",        "ModelName",         "PeerUuid",     "AuthorState",
+    "IsTrusted",       "TrustType",       "DevSubType",        "AccountInfo",  "AuthDigest",
+    "LastSeenTime",    "IpAddr",          "ReconnectPolicy",   "ShieldState",  "OriginalName",
+    "PairedTime",      "PairedTimeCycle", "IsSupportCoreLane", "IsSha256Auth", "ExtInfo"};
+constexpr const char* kAttributes[] = {"ApkVersionNotMatch",
+                                       "isConnected",
+                                       "devName",
+                                       "IsPhoneMirrorSupported",
+                                       "IsFileSystemSupported",
+                                       "PairedIsAuthorized",
+                                       "IsConnected",
+                                       "PairedDeviceIsTrusted",
+                                       "DevicePairedTime",
+                                       "DevicePairedTimeCycle",
+                                       "PairedDeviceIsReconnect",
+                                       "pairedDeviceReconnectPermit",
+                                       "PairedDeviceBussUseState",
+                                       "MultiDeviceSyncSwitch",
+                                       "OpenAlbumTimespan",
+                                       "OpenMusicAlbumTimespan",
+                                       "OpenVideoTimespan",
+                                       "FirstAlbumOpenTime",
+                                       "LastAlbumOpenTime",
+                                       "peerDeviceVersion"};
+
+struct Options {
+    bool bound = false;
+    bool add = false;
+    bool even_trusted = false;
+    bool simple = false;
+    std::string device, attribute, value, file;
+};
+
+DeviceCollection In(const Options& options) { return DeviceCollection(options.bound); }
+
+// Bytes that are no printable UTF-8 are shown as hexadecimal text.
+std::string Shown(const std::string& bytes) {
+    const bool control =
+        std::any_of(bytes.begin(), bytes.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20; });
+    try {
+        WideFromUtf8(bytes);
+        if (!control) return bytes;
+    } catch (const std::range_error&) {  // shown the other way
+    }
+    return "hex:" + HexFromBytes(bytes, HexCase::kUpper);
+}
+
+Json AsJson(const BluetoothDeviceSummary& record) {
+    return {{"name", Shown(record.DeviceId)},     {"DevType", record.DevType},
+            {"DevName", Shown(record.DevName)},   {"ModelName", Shown(record.ModelName)},
+            {"MacAddr", Shown(record.MacAddr)},   {"IsPaired", record.IsPaired},
+            {"IsTrusted", record.IsTrusted},      {"IsAuthor", record.IsAuthor},
+            {"PeerUuid", Shown(record.PeerUuid)}, {"UserName", Shown(record.UserName)}};
+}
+
+void List(const Context& context, const Options& options) {
+    const auto records = In(options).Records();
+    Json document = Json::array();
+    std::vector<std::vector<std::string>> rows{{"NAME", "TYPE", "MODEL", "MAC", "PAIRED", "TRUSTED", "AUTHORISED"}};
+    const auto yes = [](bool value) { return value ? "yes" : "no"; };
+    for (const auto& record : records) {
+        document.push_back(AsJson(record));
+        rows.push_back({Shown(record.DeviceId), std::to_string(record.DevType), Shown(record.ModelName),
+                        Shown(record.MacAddr), yes(record.IsPaired), yes(record.IsTrusted), yes(record.IsAuthor)});
+    }
+    if (context.json) return PrintJson(document);
+    if (records.empty()) return PrintLine(fmt::format("there are no {} devices", In(options).Kind()));
+    PrintTable(rows);
+}
+
+void Show(const Context& context, const Options& options) {
+    const DeviceCollection devices = In(options);
+    Json record = Json::object();
+    Json attributes = Json::object();
+    for (const char* const name : kMembers) record[name] = Shown(devices.Text(options.device, name));
+    for (const char* const name : kAttributes) {
+        std::string text;
+        if (devices.FindText(options.device, name, text)) attributes[name] = Shown(text);
+    }
+    if (context.json) return PrintJson({{"name", options.device}, {"record", record}, {"attributes", attributes}});
+    std::vector<std::vector<std::string>> rows{{"NAME", "VALUE"}};
+    for (const Json& part : {record, attributes}) {
+        for (const auto& [name, value] : part.items()) rows.push_back({name, value.get<std::string>()});
+    }
+    PrintTable(rows);
+}
+
+void Set(const Options& options) {
+    const DeviceCollection devices = In(options);
+    if (options.add && !devices.Contains(options.device)) {
+        BluetoothDeviceSummary record;
+        record.DevName = options.device;
+        devices.SetRecord(options.device, record);
+    }
+    devices.SetText(options.device, options.attribute, options.value);
+}
+
+void Get(const Context& context, const Options& options) {
+    const std::string value = In(options).Text(options.device, options.attribute);
+    if (context.json) {
+        return PrintJson({{"device", options.device}, {"attribute", options.attribute}, {"value", Shown(value)}});
+    }
+    PrintLine(Shown(value));
+}
+
+void Export(const Options& options) {
+    const auto records = In(options).Records();
+    std::string text;
+    if (options.simple) {
+        std::vector<unsigned long long> times;
+        for (const auto& record : records) {
+            std::string stored;  // a present device's time is an attribute, a bound one's a member
+            if (!In(options).FindText(record.DeviceId, options.bound ? "PairedTime" : "DevicePairedTime", stored)) {
+                stored = "0";
+            }
+            times.push_back(ParseDecimal<unsigned long long>(stored).value_or(0));
+        }
+        text = BluetoothDeviceSummarySerialize::ToSimpleString(records, times);
+    } else {
+        text = BluetoothDeviceSummarySerialize::ToString(records);
+    }
+    if (options.file.empty() || options.file == "-") return PrintLine(text);
+    std::ofstream file(PathFrom(options.file), std::ios::binary);
+    file << text;
+    file.close();
+    if (!file) throw CommandError(options.file, "cannot be written", "check the folder and your rights to it");
+    PrintLine(fmt::format("{} {} devices written to {}", records.size(), In(options).Kind(), options.file));
+}
+
+void Import(const Context& context, const Options& options) {
+    const auto records = RecordsToImport(options.file, ReadInput(options.file));
+    const DeviceCollection devices = In(options);
+    Progress progress("storing " + options.file);
+    for (std::size_t i = 0; i < records.size(); ++i) {
+        devices.SetRecord(records[i].DeviceId, records[i]);
+        progress.Show(i + 1, records.size());
+    }
+    if (context.json) return PrintJson({{"stored", records.size()}});
+    PrintLine(fmt::format("{} {} devices stored", records.size(), devices.Kind()));
+}
+
+}  // namespace
+
+void CheckDeviceStore(Findings& findings) {
+    try {
+        const std::string counts =
+            fmt::format("{} present and {} bound devices", DeviceCollection(false).Records().size(),
+                        DeviceCollection(true).Records().size());
+        findings.push_back({"device store", Verdict::kWorks, counts, ""});
+    } catch (const CommandError& error) {
+        findings.push_back({"device store", Verdict::kBroken, error.what(),
+                            "make " + FileInfo::GetPeloraCommDir() + "\\device a folder that you may write to"});
+    }
+}
+
+void AddDeviceCommands(CLI::App& app, Context& context) {
+    CLI::App* const device =
+        app.add_subcommand("device", "The remembered devices: present ones, or with --bound, bound ones");
+    device->require_subcommand(1);
+    device->footer(
+        "Example:\n  tandorctl device set --new \"Lena's phone\" IsTrusted 1\n  tandorctl device export --output "
+        "devices.json\n"
+        "  tandorctl device import devices.json --bound");
+    const auto options = std::make_shared<Options>();
+    device->add_flag("--bound", options->bound, "The bound (paired) devices instead of the present ones");
+
+    CLI::App* const list = device->add_subcommand("list", "The devices with their most important members");
+    list->callback([options, &context] { List(context, *options); });
+
+    CLI::App* const show = device->add_subcommand("show", "Everything that is known of one device");
+    CLI::App* const set = device->add_subcommand("set", "Write an attribute, or the member of the record of that name");
+    CLI::App* const get = device->add_subcommand("get", "Read an attribute, or the member of the record of that name");
+    CLI::App* const remove = device->add_subcommand("delete", "Forget a device and its attributes");
+    for (CLI::App* const verb : {show, set, get, remove}) {
+        verb->add_option("NAME", options->device, "The device's name in the store")->required();
+    }
+    for (CLI::App* const verb : {set, get}) {
+        verb->add_option("ATTRIBUTE", options->attribute, "The attribute's name, exact case")->required();
+    }
+    set->add_option("VALUE", options->value, "Text; numbers are decimal, flags 1 or 0")->required();
+    set->add_flag("--new", options->add, "Remember the device first if it is not there");
+    remove->add_flag("--even-trusted", options->even_trusted, "Also a bound device that is trusted");
+    show->callback([options, &context] { Show(context, *options); });
+    set->callback([options] { Set(*options); });
+    get->callback([options, &context] { Get(context, *options); });
+    remove->callback([options] { In(*options).Delete(options->device, options->even_trusted); });
+
+    CLI::App* const exporting = device->add_subcommand("export", "All devices as JSON text");
+    exporting->add_flag("--simple", options->simple, "The short form: type, summary, name, flags and time of pairing");
+    exporting->add_option("-o,--output", options->file, "A file instead of standard output");
+    exporting->callback([options] { Export(*options); });
+
+    CLI::App* const importing =
+        device->add_subcommand("import", "Remember the devices of a JSON file in the full form");
+    importing->add_option("FILE", options->file, "The file, or - for standard input")->required();
+    importing->footer(
+        "Each device is kept under its DevName; the attributes of one that is there stay, and its share type becomes "
+        "1.\n"
+        "A file with anything that cannot be used is refused as a whole.");
+    importing->callback([options, &context] { Import(context, *options); });
+}
+
+}  // namespace tandor::app

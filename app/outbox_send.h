@@ -1,0 +1,36 @@
+// Sending the outbox to a collector.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <string>
+
+#include "app/http_post.h"
+#include "pelora/outbox.h"
+
+namespace tandor::app {
+
+struct SendOptions {
+    HttpPoster::Options http;
+    std::size_t batch = 100;                  // records in one request, at most
+    int attempts = 8;                         // for one batch
+    std::chrono::milliseconds backoff{1000};  // before the second attempt; doubles up to 30 s
+    std::chrono::seconds longest_wait{300};   // for what a collector asks with Retry-After
+};
+
+struct SendResult {
+    unsigned long long sent = 0;      // acknowledged with 2xx and taken out
+    unsigned long long refused = 0;   // answered so that trying again is no use; they stay
+    unsigned long long rejected = 0;  // among those sent, dropped by the collector, as its answer says
+    std::string refusal;              // the last refusing answer
+    std::string gave_up;              // why sending ended early; empty when it went through
+};
+
+// Sends what is in the outbox now, oldest first. A batch leaves the outbox after an answer of 2xx alone; answers of
+// 429, 502, 503 and 504 and broken connections are tried again, with waits that double and vary, or as long as
+// Retry-After says. Whoever receives a batch twice finds the same identifiers in it. Throws CommandError when the
+// outbox fails.
+SendResult SendOutbox(pelora::Outbox& outbox, const SendOptions& options,
+                      const std::function<void(unsigned long long done, unsigned long long total)>& progress);
+
+}  // namespace tandor::app

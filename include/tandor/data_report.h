@@ -1,0 +1,256 @@
+// Business statistics: what the user did, how long a step took, how a connection ended.
+#pragma once
+
+#include <charconv>
+#include <concepts>
+#include <map>
+#include <mutex>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "tandor/api.h"
+#include "tandor/data_report_types.h"
+
+// The one place through which statistics leave. A statistic is a number (TandorReportTypeEnum) with an ordered list of
+// values; it becomes a record of the suite's data-report service under the event 606000000 + number. A few statistics
+// about the device's modes go out as fault events with named keys instead (tandor/event_reporter.h).
+//
+// Threads: every operation may run on any thread at any time. A report waits for the data-report service, which is
+// bounded there, and locks nothing of this class; the named-key reports of a process go out one after the other.
+//
+// Throws std::bad_alloc for want of memory, std::system_error when a mutex fails, and otherwise nothing but what an
+// operation states. A report that could not be recorded is told to the host log by the data-report service.
+class TANDOR_API TandorDataReportClass {
+public:
+    static constexpr std::size_t MAX_TIME_LEN = 128;
+
+    // The process-wide instance; it lives until the library is unloaded.
+    static TandorDataReportClass* GetInstance();
+
+    // Sends one record; value i of the list is the record's value i. False: it was not recorded. Any number may be
+    // sent, also one without a name of its own.
+    bool Report(TandorReportTypeEnum type, const std::vector<std::string>& values);
+
+    // The same with the values as arguments: integers and enumerations in decimal, bool as 1 or 0, floating-point
+    // numbers with six significant digits as a stream writes them, narrow strings as they are.
+    template <class... Args>
+    bool Report(TandorReportTypeEnum type, const Args&... args) {
+        std::vector<std::string> values;
+        values.reserve(sizeof...(args));
+        ExpandArgs(values, args...);
+        return Report(type, values);
+    }
+
+    // Marks the beginning of a step, in place of an earlier mark of this type. Always true.
+    bool RecordBegin(TandorReportTypeEnum type);
+    // Sends the seconds since the mark, as one value, and removes the mark, also when sending fails. False: no mark, or
+    // not recorded.
+    bool RecordEnd(TandorReportTypeEnum type);
+
+    // Milliseconds since 1970-01-01 UTC.
+    static unsigned long long GetCurrentMilliSecond();
+    // The local time as "20260131-235959-007". Unchanged on failure, which the host log tells.
+    static void GetSystemTime(std::string& out);
+
+    // A decoder failed: number 13000 with the values 1 and the reason, at most once in 300,000 ms for the process. What
+    // comes earlier is dropped silently; a clock that was set back lets the next one through.
+    static void DecordFailDataReport(std::string reason);
+    // A renderer failed: number 13000 with the values 2 and the text, each time.
+    static void ReportRenderFailDataReport(const std::string& text);
+
+    // The report functions, in the order of their numbers, which tandor/data_report_types.h lists. Each sends its
+    // arguments in their order; a structure's members in theirs. Durations are milliseconds, sizes bytes. Those that
+    // take a wide string throw std::range_error("bad conversion"), and send nothing, for an unpaired surrogate.
+
+    // Sharing of files
+    static void ReportTandorReport80KoshareSettingSetRecvPathId(const std::wstring& path);
+    static void ReportTandorReport80KoshareSettingOpenRecvPathId();
+    static void ReportTandorReport80KoshareEnterMyshareId();
+    static void ReportTandorReport80KoshareSettingAllowDiscoveryId();
+
+    // Pairing with a phone
+    static void ReportTandorReport80PhonePairId(MyPhoneDataReportCode::Result result, int errorCode, int pairType,
+                                                const std::string& modelName, const std::string& phoneVersion,
+                                                int duration, int retries, int deviceType, const std::string& traceId);
+    static void ReportTandorReport80PhoneUnpairId(MyPhoneDataReportCode::UnpairAction action, int deviceType,
+                                                  const std::string& modelName);
+    static void ReportTandorReport80PhoneConnectStateId(MyPhoneDataReportCode::ConnectState state);
+
+    // The phone's pictures. Results: done, failed, and for transfers left out as they were there already.
+    static void ReportTandorReport80MyalbumEnterId();
+    static void ReportTandorReport80MyalbumOpenId();
+    static void ReportTandorReport80MyalbumDisconnectedId(int reason);
+    static void ReportTandorReport80MyalbumOpenResultId(MyPhoneDataReportCode::Result result, int errorCode,
+                                                        int duration);
+    static void ReportTandorReport80MyalbumPhotoCountId(int count);
+    static void ReportTandorReport80MyalbumRefreshId();
+    static void ReportTandorReport80MyalbumSetPathInSettingId(const std::wstring& path);
+    static void ReportTandorReport80MyalbumOpenPathInAlbumId();
+    static void ReportTandorReport80MyalbumOpenPathInSettingsId();
+    static void ReportTandorReport80MyalbumBackupId(int count);
+    static void ReportTandorReport80MyalbumBackupResultId(MyPhoneDataReportCode::Result result, int done, int failed,
+                                                          int skipped);
+    static void ReportTandorReport80MyalbumCancelBackupId();
+    static void ReportTandorReport80MyalbumDoubleClickPhotoId();
+    static void ReportTandorReport80MyalbumDeleteId(int count);
+    static void ReportTandorReport80MyalbumDeteleResultId(MyPhoneDataReportCode::Result result, int done, int failed);
+    static void ReportTandorReport80MyalbumUploadId(int count);
+    static void ReportTandorReport80MyalbumUploadResultId(MyPhoneDataReportCode::Result result, int done, int failed,
+                                                          int skipped);
+    static void ReportTandorReport80MyalbumCancelUploadId();
+    static void ReportTandorReport80MyalbumClickTitleButtonId();
+    static void ReportTandorReport80MyalbumAutomaticBackupId(int enabled);
+
+    // The phone's music
+    static void ReportTandorReport80MymusicEnterId();
+    static void ReportTandorReport80MymusicOpenId();
+    static void ReportTandorReport80MymusicDisconnectedId(int reason);
+    static void ReportTandorReport80MymusicOpenResultId(MyPhoneDataReportCode::Result result, int errorCode,
+                                                        int duration);
+    static void ReportTandorReport80MymusicSongCountId(int count);
+    static void ReportTandorReport80MymusicRefreshId();
+    static void ReportTandorReport80MymusicSetPathInSettingId(const std::wstring& path);
+    static void ReportTandorReport80MymusicOpenPathInSettingId();
+    static void ReportTandorReport80MymusicBackupId(int count);
+    static void ReportTandorReport80MymusicBackupResultId(MyPhoneDataReportCode::Result result, int done, int failed,
+                                                          int skipped);
+    static void ReportTandorReport80MymusicCancelBackupId();
+    static void ReportTandorReport80MymusicDoubleClickPhotoId();
+    static void ReportTandorReport80MymusicDeleteId(int count);
+    static void ReportTandorReport80MymusicDeleteResultId(MyPhoneDataReportCode::Result result, int done, int failed);
+
+    // The phone's videos
+    static void ReportTandorReport80MyVideoEnterId();
+    static void ReportTandorReport80MyvideoOpenId();
+    static void ReportTandorReport80MyvideoDisconnectedId(int reason);
+    static void ReportTandorReport80MyvideoOpenResultId(MyPhoneDataReportCode::Result result, int errorCode,
+                                                        int duration);
+    static void ReportTandorReport80MyvideoSongCountId(int count);
+    static void ReportTandorReport80MyvideoRefreshId();
+    static void ReportTandorReport80MyvideoSetPathInSettingsId(const std::wstring& path);
+    static void ReportTandorReport80MyvideoOpenPathInSettingsId();
+    static void ReportTandorReport80MyvideoBackupId(int count);
+    static void ReportTandorReport80MyvideoBackupResultId(MyPhoneDataReportCode::Result result, int done, int failed,
+                                                          int skipped);
+    static void ReportTandorReport80MyvideoCancelBackupId();
+    static void ReportTandorReport80MyvideoDoubleClickPhotoId();
+    static void ReportTandorReport80MyvideoDeleteId(int count);
+    static void ReportTandorReport80MyvideoDeleteResultId(MyPhoneDataReportCode::Result result, int done, int failed);
+    static void ReportTandorReport80MyvideoUploadId(int count);
+    static void ReportTandorReport80MyvideoUploadResultId(MyPhoneDataReportCode::Result result, int done, int failed,
+                                                          int skipped);
+    static void ReportTandorReport80MyvideoCancelUploadId();
+
+    // The short view of a phone
+    static void ReportTandorReport80PhoneBriefClickId(const std::wstring& item);
+    static void ReportTandorReport80PhoneBriefEnterId();
+
+    // Connections and transfers
+    static void ReportTandorReport90HandoffConnectDataId(const HandoffReportData::ConnectReportDataStru& data);
+    static void ReportTandorReport90HandoffPairPerformId(const HandoffReportData::PairPerformData& data);
+    static void ReportTandorReport90HandoffDisconnectTypeId(int deviceType, int disconnectType);
+    static void ReportTandorReport90HandoffUpgradeId(const HandoffReportData::UpgradeReportData& data);
+    static void ReportTandorReport90HandoffShareSingleFileId(const HandoffReportData::ShareFileReportData& data);
+    static void ReportTandorReport90HandoffTransPerformId(const HandoffReportData::TransPerformData& data);
+
+    // Casting the screen
+    static void ReportTandorReport100KocastStartResultDataId(const HandoffReportData::CastStartReportData& data);
+    static void ReportTandorReport100KocastOpenOrCloseDataId(bool open);
+    static void ReportTandorReport100KocastMaxOrMinCountDataId(int maximized, int minimized);
+    static void ReportTandorReport100KocastFirstUseKeyboardDataId(unsigned long long sinceStart);
+    static void ReportTandorReport100KocastFirstUseMouseDataId(unsigned long long sinceStart);
+    static void ReportTandorReport100KocastFirstUseTouchDataId(unsigned long long sinceStart);
+    static void ReportTandorReport100KocastFirstUseThreeNavigationDataId(unsigned long long sinceStart);
+    static void ReportTandorReport100KocastViewHelpDataId();
+    static void ReportTandorReport100WifiP2PConnectDataId(const HandoffReportData::WifiP2PConnectData& data);
+    static void ReportTandorReport100KocastHardwareDrivenResult(HandoffReportData::MIRROR_HARDWARE_STATUS status);
+    static void Report_TANDOR_REPORT_90_HANDOFF_DRAGE_IN_FILE_ID(const HandoffReportData::DragFileReportData& data);
+    static void Report_TANDOR_REPORT_90_HANDOFF_DRAGE_OUT_FILE_ID(const HandoffReportData::DragFileReportData& data);
+    static void ReportTandorReport100KosightConnectionStatusId(int status, int errorCode);
+    static void ReportTandorReport100MSDPStatus(int status, std::string detail);
+    static void ReportTandorReport101OpenFileDataId(int result, std::string extension, std::string application);
+    static void ReportWifiP2pDisconnectReson(int reason, int bussnessType, std::string detail);
+    static void ReportAnfcEvent(HandoffReportData::NFCOpenBluetoothData& data);
+
+    // Windows of the phone's applications
+    static void ReportTandorReport120MultiWinAddAppDataId(const std::string& application, int windowCount);
+    static void ReportTandorReport120MultiWinCloseWinDataId(const std::string& application, int windowCount);
+    static void ReportTandorReport120MultiWinRecPhoneEventDataId(int event);
+    static void ReportTandorReport120MultiWinTopmostDataId(bool topmost);
+    static void ReportTandorReport120MultiWinLockScreenDataId(bool locked);
+    static void ReportTandorReport130MultiWinFaultDataId(int fault, const std::string& reason);
+    static void ReportTandorReport140MultiWinPerformanceID(const HandoffReportData::PerformanceRecord& data);
+    static void ReportTandorReport140MultiWinClickRotate();
+    static void ReportTandorReport140MultiWinClickBack();
+
+    // The named-key reports. Each puts its keys into the process's reporter of its fault event and sends it; the keys
+    // have the arguments' names, but that `oldValue` and `newValue` are "old" and "new".
+    static void ReportBusinessDuration(int deviceType, int mode, std::string duration);
+    static void ReportModeSwitch(int deviceType, int oldValue, int newValue, int type);
+    static void ReportConnectEntry(int deviceType, int type);
+    static void ReportModeResult(int deviceType, int usbConnect, int mode, int result);
+    static void ReportAudioSwitch(int deviceType, int oldValue, int newValue, int type);
+    static void ReportDisconnect(int deviceType, int mode, int disconnectType);
+    static void ReportErrorBeforeFind(int deviceType, int type);
+
+    TandorDataReportClass(const TandorDataReportClass&) = delete;
+    TandorDataReportClass& operator=(const TandorDataReportClass&) = delete;
+
+private:
+    TandorDataReportClass();
+    ~TandorDataReportClass();
+
+    bool GetReportTypeDeltaTime(TandorReportTypeEnum type, double& seconds);
+
+    static void ExpandArgs(std::vector<std::string>&) {}
+    template <class First, class... Rest>
+    static void ExpandArgs(std::vector<std::string>& values, const First& first, const Rest&... rest) {
+        values.push_back(ToText(first));
+        ExpandArgs(values, rest...);
+    }
+
+    template <class Value>
+    static std::string ToText(const Value& value) {
+        if constexpr (std::is_convertible_v<const Value&, std::string>) {
+            return value;
+        } else if constexpr (std::is_enum_v<Value>) {
+            return ToText(static_cast<std::underlying_type_t<Value>>(value));
+        } else if constexpr (std::is_same_v<Value, bool>) {
+            return value ? "1" : "0";
+        } else {
+            static_assert(std::is_arithmetic_v<Value>,
+                          "a value is a number, an enumeration, a bool or a narrow string");
+            char text[32];
+            if constexpr (std::is_floating_point_v<Value>) {
+                return {text, std::to_chars(text, text + sizeof(text), static_cast<double>(value),
+                                            std::chars_format::general, 6)
+                                  .ptr};
+            } else if constexpr (std::is_signed_v<Value>) {
+                return {text, std::to_chars(text, text + sizeof(text), static_cast<long long>(value)).ptr};
+            } else {
+                return {text, std::to_chars(text, text + sizeof(text), static_cast<unsigned long long>(value)).ptr};
+            }
+        }
+    }
+
+    std::recursive_mutex lock_;
+    std::map<int, long long> start_marks_;  // report type to performance counter
+};
+
+// The transfers of this process, as the transfer module counts them; the library itself does nothing with them.
+//
+// Threads: GetInstance may be called from any thread. The record is not locked: whoever counts from several threads
+// locks, and hands out copies.
+class TANDOR_API TransferDataReportClass {
+public:
+    // The process-wide instance; it lives until the library is unloaded.
+    static TransferDataReportClass* GetInstance();
+
+    TransferDataReportClass();
+    TransferDataReportClass(const TransferDataReportClass&);
+    TransferDataReportClass& operator=(const TransferDataReportClass&);
+    ~TransferDataReportClass();
+
+    HandoffReportData::TransferRecord record;
+};

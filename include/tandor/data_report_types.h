@@ -1,0 +1,244 @@
+// The numbers of the business statistics, and what their report functions take.
+#pragma once
+
+#include <string>
+
+// The one table of the statistics: number, type, and the function of TandorDataReportClass that sends it. A statistic
+// reaches the data-report service as the event 606000000 + number. Numbers in use never change their meaning.
+// clang-format off
+#define TANDOR_REPORT_TYPES(REPORT) \
+    REPORT( 4525, TANDOR_REPORT_80_KOSHARE_SETTING_SET_RECV_PATH_ID,    ReportTandorReport80KoshareSettingSetRecvPathId) \
+    REPORT( 4526, TANDOR_REPORT_80_KOSHARE_SETTING_OPEN_RECV_PATH_ID,   ReportTandorReport80KoshareSettingOpenRecvPathId) \
+    REPORT( 4527, TANDOR_REPORT_80_KOSHARE_ENTER_MYSHARE_ID,            ReportTandorReport80KoshareEnterMyshareId) \
+    REPORT( 4528, TANDOR_REPORT_80_KOSHARE_SETTING_ALLOW_DISCOVERY_ID,  ReportTandorReport80KoshareSettingAllowDiscoveryId) \
+    \
+    REPORT( 8000, TANDOR_REPORT_80_PHONE_PAIR_ID,                       ReportTandorReport80PhonePairId) \
+    REPORT( 8001, TANDOR_REPORT_80_PHONE_UNPAIR_ID,                     ReportTandorReport80PhoneUnpairId) \
+    REPORT( 8002, TANDOR_REPORT_80_PHONE_CONNECT_STATE_ID,              ReportTandorReport80PhoneConnectStateId) \
+    \
+    REPORT( 8003, TANDOR_REPORT_80_MYALBUM_ENTER_ID,                    ReportTandorReport80MyalbumEnterId) \
+    REPORT( 8004, TANDOR_REPORT_80_MYALBUM_OPEN_ID,                     ReportTandorReport80MyalbumOpenId) \
+    REPORT( 8005, TANDOR_REPORT_80_MYALBUM_DISCONNECTED_ID,             ReportTandorReport80MyalbumDisconnectedId) \
+    REPORT( 8006, TANDOR_REPORT_80_MYALBUM_OPEN_RESULT_ID,              ReportTandorReport80MyalbumOpenResultId) \
+    REPORT( 8007, TANDOR_REPORT_80_MYALBUM_PHOTO_COUNT_ID,              ReportTandorReport80MyalbumPhotoCountId) \
+    REPORT( 8008, TANDOR_REPORT_80_MYALBUM_REFRESH_ID,                  ReportTandorReport80MyalbumRefreshId) \
+    REPORT( 8009, TANDOR_REPORT_80_MYALBUM_SET_PATH_IN_SETTING_ID,      ReportTandorReport80MyalbumSetPathInSettingId) \
+    REPORT( 8010, TANDOR_REPORT_80_MYALBUM_OPEN_PATH_IN_ALBUM_ID,       ReportTandorReport80MyalbumOpenPathInAlbumId) \
+    REPORT( 8011, TANDOR_REPORT_80_MYALBUM_OPEN_PATH_IN_SETTINGS_ID,    ReportTandorReport80MyalbumOpenPathInSettingsId) \
+    REPORT( 8012, TANDOR_REPORT_80_MYALBUM_BACKUP_ID,                   ReportTandorReport80MyalbumBackupId) \
+    REPORT( 8013, TANDOR_REPORT_80_MYALBUM_BACKUP_RESULT_ID,            ReportTandorReport80MyalbumBackupResultId) \
+    REPORT( 8014, TANDOR_REPORT_80_MYALBUM_CANCEL_BACKUP_ID,            ReportTandorReport80MyalbumCancelBackupId) \
+    REPORT( 8015, TANDOR_REPORT_80_MYALBUM_DOUBLE_CLICK_PHOTO_ID,       ReportTandorReport80MyalbumDoubleClickPhotoId) \
+    REPORT( 8016, TANDOR_REPORT_80_MYALBUM_DELETE_ID,                   ReportTandorReport80MyalbumDeleteId) \
+    REPORT( 8017, TANDOR_REPORT_80_MYALBUM_DETELE_RESULT_ID,            ReportTandorReport80MyalbumDeteleResultId) \
+    REPORT( 8018, TANDOR_REPORT_80_MYALBUM_UPLOAD_ID,                   ReportTandorReport80MyalbumUploadId) \
+    REPORT( 8019, TANDOR_REPORT_80_MYALBUM_UPLOAD_RESULT_ID,            ReportTandorReport80MyalbumUploadResultId) \
+    REPORT( 8020, TANDOR_REPORT_80_MYALBUM_CANCEL_UPLOAD_ID,            ReportTandorReport80MyalbumCancelUploadId) \
+    REPORT( 8021, TANDOR_REPORT_80_MYALBUM_CLICK_TITLE_BUTTON_ID,       ReportTandorReport80MyalbumClickTitleButtonId) \
+    REPORT( 8022, TANDOR_REPORT_80_MYALBUM_AUTOMATIC_BACKUP_ID,         ReportTandorReport80MyalbumAutomaticBackupId) \
+    \
+    REPORT( 8200, TANDOR_REPORT_80_MYMUSIC_ENTER_ID,                    ReportTandorReport80MymusicEnterId) \
+    REPORT( 8201, TANDOR_REPORT_80_MYMUSIC_OPEN_ID,                     ReportTandorReport80MymusicOpenId) \
+    REPORT( 8202, TANDOR_REPORT_80_MYMUSIC_DISCONNECTED_ID,             ReportTandorReport80MymusicDisconnectedId) \
+    REPORT( 8203, TANDOR_REPORT_80_MYMUSIC_OPEN_RESULT_ID,              ReportTandorReport80MymusicOpenResultId) \
+    REPORT( 8204, TANDOR_REPORT_80_MYMUSIC_SONG_COUNT_ID,               ReportTandorReport80MymusicSongCountId) \
+    REPORT( 8205, TANDOR_REPORT_80_MYMUSIC_REFRESH_ID,                  ReportTandorReport80MymusicRefreshId) \
+    REPORT( 8206, TANDOR_REPORT_80_MYMUSIC_SET_PATH_IN_SETTING_ID,      ReportTandorReport80MymusicSetPathInSettingId) \
+    REPORT( 8207, TANDOR_REPORT_80_MYMUSIC_OPEN_PATH_IN_SETTING_ID,     ReportTandorReport80MymusicOpenPathInSettingId) \
+    REPORT( 8208, TANDOR_REPORT_80_MYMUSIC_BACKUP_ID,                   ReportTandorReport80MymusicBackupId) \
+    REPORT( 8209, TANDOR_REPORT_80_MYMUSIC_BACKUP_RESULT_ID,            ReportTandorReport80MymusicBackupResultId) \
+    REPORT( 8210, TANDOR_REPORT_80_MYMUSIC_CANCEL_BACKUP_ID,            ReportTandorReport80MymusicCancelBackupId) \
+    REPORT( 8211, TANDOR_REPORT_80_MYMUSIC_DOUBLE_CLICK_PHOTO_ID,       ReportTandorReport80MymusicDoubleClickPhotoId) \
+    REPORT( 8212, TANDOR_REPORT_80_MYMUSIC_DELETE_ID,                   ReportTandorReport80MymusicDeleteId) \
+    REPORT( 8213, TANDOR_REPORT_80_MYMUSIC_DELETE_RESULT_ID,            ReportTandorReport80MymusicDeleteResultId) \
+    \
+    REPORT( 8300, TANDOR_REPORT_80_MYVIDEO_ENTER_ID,                    ReportTandorReport80MyVideoEnterId) \
+    REPORT( 8301, TANDOR_REPORT_80_MYVIDEO_OPEN_ID,                     ReportTandorReport80MyvideoOpenId) \
+    REPORT( 8302, TANDOR_REPORT_80_MYVIDEO_DISCONNECTED_ID,             ReportTandorReport80MyvideoDisconnectedId) \
+    REPORT( 8303, TANDOR_REPORT_80_MYVIDEO_OPEN_RESULT_ID,              ReportTandorReport80MyvideoOpenResultId) \
+    REPORT( 8304, TANDOR_REPORT_80_MYVIDEO_SONG_COUNT_ID,               ReportTandorReport80MyvideoSongCountId) \
+    REPORT( 8305, TANDOR_REPORT_80_MYVIDEO_REFRESH_ID,                  ReportTandorReport80MyvideoRefreshId) \
+    REPORT( 8306, TANDOR_REPORT_80_MYVIDEO_SET_PATH_IN_SETTINGS_ID,     ReportTandorReport80MyvideoSetPathInSettingsId) \
+    REPORT( 8307, TANDOR_REPORT_80_MYVIDEO_OPEN_PATH_IN_SETTINGS_ID,    ReportTandorReport80MyvideoOpenPathInSettingsId) \
+    REPORT( 8308, TANDOR_REPORT_80_MYVIDEO_BACKUP_ID,                   ReportTandorReport80MyvideoBackupId) \
+    REPORT( 8309, TANDOR_REPORT_80_MYVIDEO_BACKUP_RESULT_ID,            ReportTandorReport80MyvideoBackupResultId) \
+    REPORT( 8310, TANDOR_REPORT_80_MYVIDEO_CANCEL_BACKUP_ID,            ReportTandorReport80MyvideoCancelBackupId) \
+    REPORT( 8311, TANDOR_REPORT_80_MYVIDEO_DOUBLE_CLICK_PHOTO_ID,       ReportTandorReport80MyvideoDoubleClickPhotoId) \
+    REPORT( 8312, TANDOR_REPORT_80_MYVIDEO_DELETE_ID,                   ReportTandorReport80MyvideoDeleteId) \
+    REPORT( 8313, TANDOR_REPORT_80_MYVIDEO_DELETE_RESULT_ID,            ReportTandorReport80MyvideoDeleteResultId) \
+    REPORT( 8314, TANDOR_REPORT_80_MYVIDEO_UPLOAD_ID,                   ReportTandorReport80MyvideoUploadId) \
+    REPORT( 8315, TANDOR_REPORT_80_MYVIDEO_UPLOAD_RESULT_ID,            ReportTandorReport80MyvideoUploadResultId) \
+    REPORT( 8316, TANDOR_REPORT_80_MYVIDEO_CANCEL_UPLOAD_ID,            ReportTandorReport80MyvideoCancelUploadId) \
+    \
+    REPORT( 8400, TANDOR_REPORT_80_PHONE_BRIEF_CLICK_ID,                ReportTandorReport80PhoneBriefClickId) \
+    REPORT( 8401, TANDOR_REPORT_80_PHONE_BRIEF_ENTER_ID,                ReportTandorReport80PhoneBriefEnterId) \
+    \
+    REPORT( 9100, TANDOR_REPORT_90_HANDOFF_CONNECT_DATA_ID,             ReportTandorReport90HandoffConnectDataId) \
+    REPORT( 9101, TANDOR_REPORT_90_HANDOFF_PAIR_PERFORM_ID,             ReportTandorReport90HandoffPairPerformId) \
+    REPORT( 9102, TANDOR_REPORT_90_HANDOFF_DISCONNECT_TYPE_ID,          ReportTandorReport90HandoffDisconnectTypeId) \
+    REPORT( 9103, TANDOR_REPORT_90_HANDOFF_UPGRADE_ID,                  ReportTandorReport90HandoffUpgradeId) \
+    REPORT( 9200, TANDOR_REPORT_90_HANDOFF_SHARE_SINGLE_FILE_ID,        ReportTandorReport90HandoffShareSingleFileId) \
+    REPORT( 9201, TANDOR_REPORT_90_HANDOFF_TRANS_PERFORM_ID,            ReportTandorReport90HandoffTransPerformId) \
+    \
+    REPORT(10000, TANDOR_REPORT_100_KOCAST_START_RESULT_DATA_ID,        ReportTandorReport100KocastStartResultDataId) \
+    REPORT(10001, TANDOR_REPORT_100_KOCAST_OPEN_OR_CLOSE_DATA_ID,       ReportTandorReport100KocastOpenOrCloseDataId) \
+    REPORT(10002, TANDOR_REPORT_100_KOCAST_MAX_OR_MIN_COUNT_DATA_ID,    ReportTandorReport100KocastMaxOrMinCountDataId) \
+    REPORT(10003, TANDOR_REPORT_100_KOCAST_FIRST_USE_KEYBOARD_DATA_ID,  ReportTandorReport100KocastFirstUseKeyboardDataId) \
+    REPORT(10004, TANDOR_REPORT_100_KOCAST_FIRST_USE_MOUSE_DATA_ID,     ReportTandorReport100KocastFirstUseMouseDataId) \
+    REPORT(10005, TANDOR_REPORT_100_KOCAST_FIRST_USE_TOUCH_DATA_ID,     ReportTandorReport100KocastFirstUseTouchDataId) \
+    REPORT(10006, TANDOR_REPORT_100_KOCAST_FIRST_USE_THREE_NAVIGATION_DATA_ID, ReportTandorReport100KocastFirstUseThreeNavigationDataId) \
+    REPORT(10007, TANDOR_REPORT_100_KOCAST_VIEW_HELP_DATA_ID,           ReportTandorReport100KocastViewHelpDataId) \
+    REPORT(10008, TANDOR_REPORT_100_WIFI_P2P_CONNECT_DATA_ID,           ReportTandorReport100WifiP2PConnectDataId) \
+    REPORT(10010, TANDOR_REPORT_100_KOCAST_HARDWARE_DRIVEN_RESULT,      ReportTandorReport100KocastHardwareDrivenResult) \
+    REPORT(10100, TANDOR_REPORT_90_HANDOFF_DRAGE_IN_FILE_ID,            Report_TANDOR_REPORT_90_HANDOFF_DRAGE_IN_FILE_ID) \
+    REPORT(10101, TANDOR_REPORT_90_HANDOFF_DRAGE_OUT_FILE_ID,           Report_TANDOR_REPORT_90_HANDOFF_DRAGE_OUT_FILE_ID) \
+    REPORT(10200, TANDOR_REPORT_100_KOSIGHT_CONNECTION_STATUS_ID,       ReportTandorReport100KosightConnectionStatusId) \
+    REPORT(10201, TANDOR_REPORT_100_MSDP_STATUS,                        ReportTandorReport100MSDPStatus) \
+    REPORT(10207, TANDOR_REPORT_101_OPEN_FILE_DATA_ID,                  ReportTandorReport101OpenFileDataId) \
+    REPORT(11014, TANDOR_REPORT_WIFI_P2P_DISCONNECT_RESON,              ReportWifiP2pDisconnectReson) \
+    REPORT(11017, TANDOR_REPORT_ANFC_EVENT,                             ReportAnfcEvent) \
+    \
+    REPORT(12000, TANDOR_REPORT_120_MULTI_WIN_ADD_APP_DATA_ID,          ReportTandorReport120MultiWinAddAppDataId) \
+    REPORT(12001, TANDOR_REPORT_120_MULTI_WIN_CLOSE_WIN_DATA_ID,        ReportTandorReport120MultiWinCloseWinDataId) \
+    REPORT(12005, TANDOR_REPORT_120_MULTI_WIN_REC_PHONE_EVENT_DATA_ID,  ReportTandorReport120MultiWinRecPhoneEventDataId) \
+    REPORT(12008, TANDOR_REPORT_120_MULTI_WIN_TOPMOST_DATA_ID,          ReportTandorReport120MultiWinTopmostDataId) \
+    REPORT(12020, TANDOR_REPORT_120_MULTI_WIN_LOCK_SCREEN_DATA_ID,      ReportTandorReport120MultiWinLockScreenDataId) \
+    REPORT(13000, TANDOR_REPORT_130_MULTI_WIN_FAULT_DATA_ID,            ReportTandorReport130MultiWinFaultDataId) \
+    REPORT(14000, TANDOR_REPORT_140_MULTI_WIN_PERFORMANCE_ID,           ReportTandorReport140MultiWinPerformanceID) \
+    REPORT(14001, TANDOR_REPORT_140_MULTI_WIN_CLICK_ROTATE,             ReportTandorReport140MultiWinClickRotate) \
+    REPORT(14002, TANDOR_REPORT_140_MULTI_WIN_CLICK_BACK,               ReportTandorReport140MultiWinClickBack)
+// clang-format on
+
+enum TandorReportTypeEnum : int {
+#define TANDOR_REPORT_ENUMERATOR(number, type, function) type = number,
+    TANDOR_REPORT_TYPES(TANDOR_REPORT_ENUMERATOR)
+#undef TANDOR_REPORT_ENUMERATOR
+};
+
+namespace MyPhoneDataReportCode {
+
+enum Result { RESULT_SUCCESS = 0, RESULT_FAILED = 1, RESULT_CANCELED = 2, RESULT_TIMEOUT = 3 };
+
+enum ConnectState { CONNECT_STATE_DISCONNECTED = 0, CONNECT_STATE_CONNECTING = 1, CONNECT_STATE_CONNECTED = 2 };
+
+// Who ended a pairing.
+enum UnpairAction { UNPAIR_BY_PC = 0, UNPAIR_BY_PEER = 1, UNPAIR_BY_ACCOUNT = 2 };
+
+}  // namespace MyPhoneDataReportCode
+
+// What the report functions take when it is more than a few values. The members are sent in the order in which they
+// stand here. Results are 0 for success; an errorCode is 0 unless the result is a failure; times are in milliseconds.
+namespace HandoffReportData {
+
+// How the picture of a mirrored screen is decoded.
+enum MIRROR_HARDWARE_STATUS { MIRROR_HARDWARE_UNSUPPORTED = 0, MIRROR_HARDWARE_DRIVEN = 1, MIRROR_HARDWARE_FAILED = 2 };
+
+// One attempt to connect to a paired device.
+struct ConnectReportDataStru {
+    int deviceType = 0;
+    int connectType = 0;  // how it was begun: 0 by the user, 1 again after a break, 2 by touching (NFC)
+    int result = 0;
+    int errorCode = 0;
+    unsigned long long duration = 0;
+    std::string modelName;
+};
+
+// The steps of one pairing.
+struct PairPerformData {
+    int deviceType = 0;
+    int result = 0;
+    int errorCode = 0;
+    unsigned long long discoverDuration = 0;
+    unsigned long long verifyDuration = 0;
+    unsigned long long connectDuration = 0;
+};
+
+// One upgrade of the feature on either side.
+struct UpgradeReportData {
+    int deviceType = 0;
+    int result = 0;
+    std::string fromVersion;  // dotted
+    std::string toVersion;
+};
+
+// One file that was shared by itself.
+struct ShareFileReportData {
+    int direction = 0;  // 0 sent, 1 received
+    int result = 0;
+    int errorCode = 0;
+    int fileType = 0;                 // ZellTransferFileType
+    unsigned long long fileSize = 0;  // bytes
+};
+
+// One transfer of files.
+struct TransPerformData {
+    int direction = 0;  // 0 sent, 1 received
+    int result = 0;
+    int fileCount = 0;
+    unsigned long long totalSize = 0;  // bytes
+    unsigned long long duration = 0;
+    double averageRate = 0;  // bytes per second
+};
+
+// The start of one casting session.
+struct CastStartReportData {
+    int deviceType = 0;
+    int result = 0;
+    int errorCode = 0;
+    unsigned long long duration = 0;
+};
+
+// The connection of one casting session over Wi-Fi P2P.
+struct WifiP2PConnectData {
+    int isSuccess = 0;
+    int errorCode = 0;
+    int bussnessType = 0;
+    int mirrorType = 0;
+    int countryCode = 0;
+};
+
+// Files dragged into or out of a mirrored screen.
+struct DragFileReportData {
+    int fileCount = 0;
+    unsigned long long totalSize = 0;  // bytes
+    int result = 0;
+    int errorCode = 0;
+    unsigned long long duration = 0;
+};
+
+// A touch of the device that had to switch Bluetooth on.
+struct NFCOpenBluetoothData {
+    int result = 0;
+    int errorCode = 0;
+    int bluetoothState = 0;  // before the touch: 0 off, 1 on, 2 no adapter
+    unsigned long long duration = 0;
+};
+
+// How the windows of several applications performed, over one session.
+struct PerformanceRecord {
+    int windowCount = 0;  // the most at one time
+    unsigned long long duration = 0;
+    double averageFrameRate = 0;  // frames per second
+    double averageDelay = 0;      // milliseconds from the device's picture to the screen
+    int lostFrames = 0;
+};
+
+// The transfers of a process so far.
+struct TransferCounts {
+    unsigned long long files = 0;
+    unsigned long long bytes = 0;
+    unsigned long long duration = 0;
+};
+struct TransferRecord {
+    int sentFiles = 0;
+    int receivedFiles = 0;
+    int failedFiles = 0;
+    int lastResult = -1;  // -1: no transfer yet
+    int linkType = 4;     // 4: not known
+    std::string peerModel;
+    std::string peerVersion;
+    std::string traceId;
+    TransferCounts total;
+};
+
+}  // namespace HandoffReportData

@@ -1,0 +1,100 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "support/files.h"
+#include "support/run_program.h"
+
+namespace {
+
+using nlohmann::json;
+using tandor::test::ProgramRun;
+using tandor::test::RunTandorctl;
+using tandor::test::WriteAll;
+using testing::HasSubstr;
+
+constexpr const char* kAbc = "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad";
+
+class SecurityCommands : public testing::Test {
+protected:
+    [[nodiscard]] std::wstring Path(const wchar_t* name) const { return (folder_.path / name).native(); }
+    [[nodiscard]] std::wstring Quoted(const wchar_t* name) const { return L"\"" + Path(name) + L"\""; }
+
+private:
+    tandor::test::TemporaryFolder folder_;
+};
+
+TEST_F(SecurityCommands, HashWritesListsThatItChecks) {
+    WriteAll(Path(L"手机.txt"), "abc");
+    const ProgramRun hashed = RunTandorctl(L"hash " + Quoted(L"手机.txt") + L" " + Quoted(L"absent"));
+    EXPECT_EQ(hashed.exit_code, 1);  // one of the two is not there, the other is hashed all the same
+    EXPECT_TRUE(hashed.out.starts_with(std::string("\\") + kAbc + "  "));  // the name's backslashes are escaped
+    EXPECT_THAT(hashed.error, HasSubstr("absent: "));
+    EXPECT_EQ(RunTandorctl(L"hash -", "abc").out, std::string(kAbc) + "  -\n");
+    EXPECT_EQ(json::parse(RunTandorctl(L"hash --json " + Quoted(L"手机.txt")).out)[0]["sha256"], kAbc);
+
+    WriteAll(Path(L"list"), "\xEF\xBB\xBF# a comment\r\n" + hashed.out);
+    const ProgramRun good = RunTandorctl(L"hash --check " + Quoted(L"list"));
+    EXPECT_EQ(good.exit_code, 0) << good.error;
+    EXPECT_THAT(good.out, testing::EndsWith("手机.txt: OK\n"));
+    std::string changed = hashed.out;
+    changed[1] = 'c';
+    WriteAll(Path(L"list"), "not a line\n" + changed + kAbc + " *no-such-file\n");
+    const json bad = json::parse(RunTandorctl(L"hash --check --json " + Quoted(L"list")).out);
+    EXPECT_EQ(bad["failed"], 1);
+    EXPECT_EQ(bad["unreadable"], 1);
+    EXPECT_EQ(bad["malformed"], 1);
+    EXPECT_EQ(RunTandorctl(L"hash --check " + Quoted(L"list")).exit_code, 1);
+    const ProgramRun none = RunTandorctl(L"hash --check " + Quoted(L"手机.txt"));
+    EXPECT_EQ(none.exit_code, 1);
+    EXPECT_THAT(none.error, HasSubstr("no line with a digest"));
+}
+
+TEST_F(SecurityCommands, WhatIsSealedOpensAndWhatIsChangedDoesNot) {
+    const ProgramRun key = RunTandorctl(L"random 32");
+    ASSERT_EQ(key.out.size(), 65u);
+    WriteAll(Path(L"key"), key.out);
+    const std::wstring with_key = L" --key " + Quoted(L"key");
+    const std::string message("line\r\n手机\x1A\0end", 17);
+    const ProgramRun sealed = RunTandorctl(L"seal" + with_key, message);
+    ASSERT_EQ(sealed.exit_code, 0) << sealed.error;
+    EXPECT_EQ(sealed.out.size(), 2 * (message.size() + 32) + 1);
+    EXPECT_EQ(RunTandorctl(L"open" + with_key, sealed.out).out, message);
+    WriteAll(Path(L"sealed"), sealed.out);
+    EXPECT_EQ(RunTandorctl(L"open --key - " + Quoted(L"sealed"), key.out).out, message);
+    EXPECT_EQ(json::parse(RunTandorctl(L"open --json" + with_key, sealed.out).out)["bytes"], message.size());
+    EXPECT_EQ(RunTandorctl(L"open --hex" + with_key, RunTandorctl(L"seal --hex" + with_key, "00fF\n").out).out,
+              "00FF\n");
+
+    std::string changed = sealed.out;
+    changed[40] = changed[40] == '0' ? '1' : '0';
+    struct Case {
+        std::wstring arguments;
+        std::string input;
+        int exit_code;
+        const char* error;
+    };
+    const Case cases[] = {
+        {L"open" + with_key, changed, 1, "does not open under this key"},
+        {L"open" + with_key, sealed.out.substr(0, 60), 1, "does not open under this key"},
+        {L"open" + with_key, "zz", 1, "standard input: a sealed message is pairs"},
+        {L"seal" + with_key, std::string(169, 'x'), 1, "it has 169 bytes; a sealed message holds at most 168"},
+        {L"seal --hex" + with_key, "0", 1, "not pairs of hexadecimal digits"},
+        {L"seal --key " + Quoted(L"sealed"), "x", 1, "a key has 64 hexadecimal digits"},
+        {L"seal --key " + Quoted(L"absent"), "x", 1, "cannot be read"},
+        {L"seal --key -", "x", 2, "not both"},
+        {L"seal", "x", 2, "--key is required"},
+        {L"random 0", "", 2, "not in range"},
+        {L"random 4 --seed 1", "", 2, "excludes"},
+    };
+    for (const Case& c : cases) {
+        const ProgramRun run = RunTandorctl(c.arguments, c.input);
+        EXPECT_EQ(run.exit_code, c.exit_code) << run.error;
+        EXPECT_THAT(run.error, HasSubstr(c.error));
+        EXPECT_EQ(run.out, "");
+    }
+    EXPECT_EQ(RunTandorctl(L"random --seed 42 --count 2").out, "0.72756368\n0.05466521\n");
+}
+
+}  // namespace

@@ -1,0 +1,218 @@
+// What pool and queues do with the system: messages, threads and handles, processor time.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include <tlhelp32.h>
+
+#include "base/win_handle.h"
+#include "support/gate.h"
+#include "support/host_log.h"
+#include "support/import_patch.h"
+#include "support/tally.h"
+#include "tandor/operation_queue.h"
+#include "tandor/thread_pool.h"
+
+namespace {
+
+using tandor::test::Amount;
+using tandor::test::Gate;
+using tandor::test::HostLog;
+using tandor::test::ImportPatch;
+using tandor::test::Tally;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+TEST(PoolMessages, APoolSaysThatItStopsAndThatItStopped) {
+    for (const unsigned long long threads : {0, 2}) {
+        HostLog log;
+        {
+            TandorUtil::ThreadPool pool(threads);
+            pool.Start();
+            EXPECT_THAT(log.Take(), IsEmpty());
+        }
+        EXPECT_THAT(log.Take(), ElementsAre(L"3 notify all threads to stop(TandorUtil::ThreadPool::Stop)",
+                                            L"3 all threads stopped(TandorUtil::ThreadPool::Stop)"));
+    }
+}
+
+std::atomic<int> failing_waits{0};
+
+BOOL WINAPI FailingSleep(CONDITION_VARIABLE* condition, SRWLOCK* lock, DWORD milliseconds, ULONG flags) {
+    if (failing_waits.fetch_sub(1) > 0) {
+        ::SetLastError(ERROR_INVALID_HANDLE);
+        return FALSE;
+    }
+    return ::SleepConditionVariableSRW(condition, lock, milliseconds, flags);
+}
+
+TEST(PoolMessages, AWaitThatFailsIsLoggedAndTheResidentWorkerGoesOn) {
+    HostLog log;
+    failing_waits = 3;
+    const ImportPatch patch(L"TandorUtil.dll", "SleepConditionVariableSRW", &FailingSleep);
+    const std::unique_ptr<IOperationQueue> queue(OperationQueueFactory::CreateResident());
+    queue->Start();
+    while (failing_waits > 0) std::this_thread::yield();
+    Gate ran;
+    queue->Push([&] { ran.Open(); });
+    ran.Pass();
+    queue->Stop();
+    const std::wstring message = L"3 wait object failed(OperationQueueBase::DealQueue)";
+    EXPECT_THAT(log.Take(), ElementsAre(message, message, message));
+}
+
+// The C run-time's own call for a thread, which the thread library makes.
+std::atomic<bool> threads_fail{false};
+using BeginThread = uintptr_t(void* security, unsigned stack, unsigned(__stdcall* start)(void*), void* argument,
+                              unsigned flags, unsigned* id);
+BeginThread* begin_thread = nullptr;
+
+uintptr_t FailingBeginThread(void* security, unsigned stack, unsigned(__stdcall* start)(void*), void* argument,
+                             unsigned flags, unsigned* id) {
+    if (threads_fail) {
+        errno = EAGAIN;
+        return 0;
+    }
+    return begin_thread(security, stack, start, argument, flags, id);
+}
+
+TEST(PoolMessages, AWorkerThatCannotBeStartedIsLoggedAndTheNextPushTriesAgain) {
+    HMODULE const runtime = ::GetModuleHandleW(L"msvcrt.dll");
+    begin_thread = reinterpret_cast<BeginThread*>(reinterpret_cast<void*>(::GetProcAddress(runtime, "_beginthreadex")));
+    ASSERT_NE(begin_thread, nullptr);
+    const ImportPatch patch(L"libwinpthread-1.dll", "_beginthreadex", &FailingBeginThread);
+    HostLog log;
+    Tally tally;
+    const std::unique_ptr<IOperationQueue> queue(OperationQueueFactory::Create());
+    queue->Start();
+    threads_fail = true;
+    queue->Push(tally.Work());
+    threads_fail = false;
+    EXPECT_THAT(log.Take(), ElementsAre(L"4 ignore this(LowPowerOperationQueue::Push)"));
+    EXPECT_EQ(tally.run + tally.unrun, 0u);
+    queue->Push(tally.Work());
+    while (tally.run < 2) std::this_thread::yield();
+}
+
+std::vector<EXECUTION_STATE> states;
+
+EXECUTION_STATE WINAPI RecordState(EXECUTION_STATE state) {
+    states.push_back(state);
+    return ::SetThreadExecutionState(state);
+}
+
+EXECUTION_STATE WINAPI RefuseState(EXECUTION_STATE) { return 0; }
+
+TEST(SuspendController, HoldsTheSystemAwakeForItsScope) {
+    HostLog log;
+    {
+        const ImportPatch patch(L"TandorUtil.dll", "SetThreadExecutionState", &RecordState);
+        const SuspendControllerClass awake;
+        EXPECT_EQ(states, std::vector<EXECUTION_STATE>{0x80000003});
+        EXPECT_EQ(::SetThreadExecutionState(0x80000003), 0x80000003u);  // the system's answer is what was set before
+    }
+    EXPECT_EQ(states, (std::vector<EXECUTION_STATE>{0x80000003, 0x80000000}));
+    EXPECT_THAT(log.Take(), IsEmpty());
+    const ImportPatch patch(L"TandorUtil.dll", "SetThreadExecutionState", &RefuseState);
+    { const SuspendControllerClass refused; }
+    EXPECT_THAT(log.Take(),
+                ElementsAre(L"4 SetThreadExecutionState failed(SuspendControllerClass::SuspendControllerClass)"));
+}
+
+int ThreadsOfThisProcess() {
+    const tandor::FileHandle snapshot(::CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0));
+    THREADENTRY32 entry{};
+    entry.dwSize = sizeof(entry);
+    int count = 0;
+    for (BOOL found = ::Thread32First(snapshot.Get(), &entry); found != 0;
+         found = ::Thread32Next(snapshot.Get(), &entry))
+        count += entry.th32OwnerProcessID == ::GetCurrentProcessId() ? 1 : 0;
+    return count;
+}
+
+DWORD HandlesOfThisProcess() {
+    DWORD count = 0;
+    ::GetProcessHandleCount(::GetCurrentProcess(), &count);
+    return count;
+}
+
+void StartAndStop(IOperationQueue& queue, unsigned long long cycles) {
+    std::atomic<bool> end{false};
+    std::vector<std::thread> producers;
+    for (int i = 0; i < 8; ++i) {
+        producers.emplace_back([&] {
+            while (!end) {
+                queue.Push([] {});
+                std::this_thread::yield();
+            }
+        });
+    }
+    for (unsigned long long i = 0; i < cycles; ++i) {
+        queue.Start();
+        const auto done = static_cast<OperationQueueBase&>(queue).GetCounters().done;
+        while (static_cast<OperationQueueBase&>(queue).GetCounters().done == done) std::this_thread::yield();
+        queue.Stop();
+    }
+    end = true;
+    for (std::thread& producer : producers) producer.join();
+}
+
+TEST(LowPowerQueueOnTheSystem, ManyStartsAndStopsLeaveNoThreadAndNoHandle) {
+    const std::unique_ptr<IOperationQueue> queue(OperationQueueFactory::Create());
+    StartAndStop(*queue, 3);  // what the thread library keeps for itself
+    const int threads = ThreadsOfThisProcess();
+    const DWORD handles = HandlesOfThisProcess();
+    const auto cycles = Amount("TANDOR_STRESS_CYCLES", 100);
+    StartAndStop(*queue, cycles);
+    EXPECT_LE(ThreadsOfThisProcess(), threads);  // threads of earlier tests may end meanwhile
+    EXPECT_LT(HandlesOfThisProcess(), handles + cycles / 4);
+}
+
+TEST(LowPowerQueueOnTheSystem, KeepsAThreadOnlyWhileThereIsWork) {
+    const int threads = ThreadsOfThisProcess();
+    const std::unique_ptr<IOperationQueue> queue(OperationQueueFactory::Create());
+    queue->Start();
+    EXPECT_EQ(ThreadsOfThisProcess(), threads);
+    Gate gate, held;
+    queue->Push([&] {
+        held.Open();
+        gate.Pass();
+    });
+    held.Pass();
+    EXPECT_EQ(ThreadsOfThisProcess(), threads + 1);
+    gate.Open();
+    while (ThreadsOfThisProcess() != threads) ::Sleep(1);
+}
+
+ULONGLONG ProcessorTime() {
+    FILETIME created, ended;
+    ULARGE_INTEGER kernel, user;
+    ::GetProcessTimes(::GetCurrentProcess(), &created, &ended, reinterpret_cast<FILETIME*>(&kernel),
+                      reinterpret_cast<FILETIME*>(&user));
+    return kernel.QuadPart + user.QuadPart;
+}
+
+TEST(IdleOnTheSystem, PoolAndQueuesUseNoProcessorTime) {
+    TandorUtil::ThreadPool pool;
+    pool.Start();
+    const std::unique_ptr<IOperationQueue> queues[] = {
+        std::unique_ptr<IOperationQueue>(OperationQueueFactory::Create()),
+        std::unique_ptr<IOperationQueue>(OperationQueueFactory::CreateResident())};
+    std::atomic<int> ran{0};
+    for (const auto& queue : queues) {
+        queue->Start();
+        queue->Push([&] { ++ran; });
+    }
+    pool.Submit([&] { ++ran; });
+    while (ran < 3) ::Sleep(1);
+    ::Sleep(50);
+    const ULONGLONG before = ProcessorTime();
+    ::Sleep(1000);
+    EXPECT_LE(ProcessorTime() - before, 200'000u);  // 20 ms of 1 s: two ticks of the clock that counts it
+}
+
+}  // namespace

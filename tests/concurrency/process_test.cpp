@@ -1,0 +1,276 @@
+// Presence, open files and command lines, with real second processes.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <algorithm>
+#include <chrono>
+#include <memory>
+#include <optional>
+
+#include "base/utf.h"
+#include "support/child.h"
+#include "support/files.h"
+#include "support/handle_table_double.h"
+#include "support/host_log.h"
+#include "support/tally.h"
+#include "tandor/state_watch.h"
+
+namespace {
+
+using tandor::test::Amount;
+using tandor::test::Child;
+using tandor::test::HandleTableDouble;
+using tandor::test::HostLog;
+using tandor::test::ImportPatch;
+using tandor::test::TemporaryFolder;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+// Names that no other run on this machine has.
+std::wstring Name(const wchar_t* what) {
+    static int number = 0;
+    return L"Local\\tandor-Prüfung-" + std::wstring(what) + L"-" + std::to_wstring(::GetCurrentProcessId()) + L"-" +
+           std::to_wstring(++number);
+}
+
+TEST(Presence, FollowsThePresentersStates) {
+    TdProcessStatePresenter presenter(Name(L"A"), Name(L"B"));
+    const TdProcessStateWatcher watcher(presenter.GetEventAName(), presenter.GetEventBName());
+    EXPECT_EQ(watcher.QueryProcessState(), 0u);
+    EXPECT_FALSE(presenter.Stop());
+    EXPECT_FALSE(presenter.UnInit());
+    EXPECT_TRUE(presenter.Init());
+    EXPECT_EQ(watcher.QueryProcessState(), 2u);
+    EXPECT_TRUE(presenter.Start());
+    EXPECT_EQ(watcher.QueryProcessState(), 3u);
+    EXPECT_TRUE(presenter.Stop());
+    EXPECT_FALSE(presenter.Stop());
+    EXPECT_EQ(watcher.QueryProcessState(), 2u);
+    EXPECT_TRUE(presenter.UnInit());
+    EXPECT_FALSE(presenter.UnInit());
+    EXPECT_EQ(watcher.QueryProcessState(), 0u);
+    {
+        TdProcessStatePresenter started(presenter.GetEventAName(), presenter.GetEventBName());
+        EXPECT_TRUE(started.Start());
+        EXPECT_EQ(watcher.QueryProcessState(), 1u);
+        EXPECT_TRUE(started.Init());
+    }
+    EXPECT_EQ(watcher.QueryProcessState(), 0u);
+    EXPECT_EQ(TdProcessStateWatcher(L"", L"").QueryProcessState(), 0u);
+    EXPECT_FALSE(watcher.QueryEventState(L""));
+}
+
+std::vector<std::wstring> Refusal(const std::wstring& text) {
+    return {L"4 " + text + L"(TdProcessStatePresenter::TryCreateEvent)"};
+}
+
+TEST(Presence, AnEventIsNeverShared) {
+    const std::wstring a = Name(L"A"), b = Name(L"B");
+    TdProcessStatePresenter first(a, b), second(a, b), nameless(L"", L"");
+    ASSERT_TRUE(first.Init());
+    HostLog log;
+    EXPECT_FALSE(second.Init());
+    EXPECT_EQ(log.Take(), Refusal(L"event aready exist:" + a));
+    EXPECT_FALSE(first.Init());
+    EXPECT_EQ(log.Take(), Refusal(L"event aready exist:" + a));
+    EXPECT_FALSE(nameless.Start());
+    EXPECT_EQ(log.Take(), Refusal(L"event name is null"));
+    EXPECT_FALSE(second.UnInit());  // it held nothing, so it takes nothing from the first
+    EXPECT_EQ(TdProcessStateWatcher(a, b).QueryProcessState(), 2u);
+    // A name that something else than an event has.
+    const tandor::KernelHandle mutex(::CreateMutexW(nullptr, FALSE, b.c_str()));
+    EXPECT_FALSE(first.Start());
+    EXPECT_EQ(log.Take(), Refusal(L"create event failed,lasterr:6"));
+}
+
+HANDLE WINAPI FindNoEvent(DWORD, BOOL, LPCWSTR) { return nullptr; }
+
+// Between the look and the creation somebody else may create it.
+TEST(Presence, AnEventThatAppearsInBetweenIsNotSharedEither) {
+    const std::wstring a = Name(L"A");
+    TdProcessStatePresenter first(a, L""), second(a, L"");
+    ASSERT_TRUE(first.Init());
+    HostLog log;
+    const ImportPatch patch(L"TandorUtil.dll", "OpenEventW", &FindNoEvent);
+    EXPECT_FALSE(second.Init());
+    EXPECT_EQ(log.Take(), Refusal(L"event aready exist:" + a));
+}
+
+TEST(Presence, AKilledPresenterIsGoneWithinASecond) {
+    const std::wstring a = Name(L"A"), b = Name(L"B"), ready = Name(L"ready");
+    const TdProcessStateWatcher watcher(a, b);
+    std::chrono::nanoseconds longest{0};
+    for (auto kills = Amount("TANDOR_STRESS_KILLS", 10); kills > 0; --kills) {
+        Child child(L"announce " + a + L" " + b + L" " + ready, ready);
+        ASSERT_EQ(watcher.QueryProcessState(), 3u);
+        const auto killed = std::chrono::steady_clock::now();
+        child.Kill();
+        while (watcher.QueryProcessState() != 0 && std::chrono::steady_clock::now() - killed < std::chrono::seconds(5))
+            ::Sleep(1);
+        longest = std::max(longest, std::chrono::steady_clock::now() - killed);
+    }
+    EXPECT_LT(longest, std::chrono::seconds(1));
+    RecordProperty("longest_ms", static_cast<int>(longest.count() / 1'000'000));
+}
+
+std::unique_ptr<TdProcessDetectorInterface> Detector() {
+    return std::unique_ptr<TdProcessDetectorInterface>(TdProcessDetectorFactory::Create());
+}
+
+struct Seen {
+    bool is_directory;
+    std::wstring path;
+    bool operator==(const Seen&) const = default;
+};
+
+// The file's folder is spelt as its creator did; the walk gives the long form from the volume's root.
+std::wstring LongForm(const std::filesystem::path& path) {
+    wchar_t text[1024];
+    const DWORD length = ::GetLongPathNameW(path.c_str(), text, static_cast<DWORD>(std::size(text)));
+    return {text, length};
+}
+
+class OpenFiles : public testing::Test {
+protected:
+    OpenFiles() {
+        tandor::test::WriteAll(file, "content");
+        std::filesystem::create_directories(subfolder);
+        const std::wstring ready = Name(L"ready");
+        child.emplace(L"hold-handles \"" + file.wstring() + L"\" \"" + subfolder.wstring() +
+                          L"\" \\\\.\\pipe\\tandor-test-" + std::to_wstring(::GetCurrentProcessId()) + L" " + ready,
+                      ready);
+    }
+    const TemporaryFolder folder;
+    const std::filesystem::path file = folder.path / L"Vertrag ключ 手机.txt";
+    const std::filesystem::path subfolder = folder.path / L"Ordner ü";
+    std::optional<Child> child;
+};
+
+TEST_F(OpenFiles, FilesAndFoldersOfAnotherProcessAreFound) {
+    const HandleTableDouble table;
+    const auto detector = Detector();
+    ASSERT_NE(detector, nullptr);
+    std::vector<Seen> seen;
+    detector->EnumFile(child->Id(), [&](bool is_directory, const std::wstring& path) {
+        seen.push_back({is_directory, path});
+    });
+    EXPECT_THAT(seen, testing::Contains(Seen{false, LongForm(file)}));
+    EXPECT_THAT(seen, testing::Contains(Seen{true, LongForm(subfolder)}));
+    for (const Seen& one : seen) EXPECT_EQ(one.path.find(L"pipe"), std::wstring::npos);
+    detector->EnumFile(child->Id(), nullptr);
+    // What a visitor throws leaves, and leaves no handle behind.
+    DWORD before = 0, after = 0;
+    ::GetProcessHandleCount(::GetCurrentProcess(), &before);
+    EXPECT_THROW(detector->EnumFile(child->Id(), [](bool, const std::wstring&) { throw std::runtime_error("enough"); }),
+                 std::runtime_error);
+    ::GetProcessHandleCount(::GetCurrentProcess(), &after);
+    EXPECT_EQ(before, after);
+}
+
+TEST_F(OpenFiles, TheListAccountsForEveryFileHandle) {
+    std::vector<TdOpenFile> files;
+    ASSERT_EQ(TdOpenFiles::List(child->Id(), files), 0u);
+    const auto count = [&](TdOpenFile::Outcome outcome, bool is_directory, const std::wstring& path) {
+        return std::ranges::count_if(files, [&](const TdOpenFile& one) {
+            return one.outcome == outcome && one.is_directory == is_directory && one.path == path && one.handle != 0;
+        });
+    };
+    EXPECT_EQ(count(TdOpenFile::Outcome::kNamed, false, LongForm(file)), 1);
+    EXPECT_EQ(count(TdOpenFile::Outcome::kNamed, true, LongForm(subfolder)), 1);
+    EXPECT_GE(count(TdOpenFile::Outcome::kNotOnDisk, false, L""), 1);  // the pipe
+    EXPECT_EQ(TdOpenFiles::List(0xFFFFFFF0, files), static_cast<unsigned long>(ERROR_INVALID_PARAMETER));
+    EXPECT_THAT(files, IsEmpty());
+}
+
+TEST_F(OpenFiles, WithoutTheFixedNumberNothingIsFound) {
+    std::vector<TdOpenFile> files;
+    ASSERT_EQ(TdOpenFiles::List(::GetCurrentProcessId(), files), 0u);
+    if (::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "wine_get_version") == nullptr)
+        GTEST_SKIP() << "the number of file objects differs from system to system";
+    Detector()->EnumFile(child->Id(), [](bool, const std::wstring&) { ADD_FAILURE(); });
+}
+
+TEST(ProcessDetector, WhatCannotBeOpenedReportsNothing) {
+    HostLog log;
+    Detector()->EnumFile(0xFFFFFFF0, [](bool, const std::wstring&) { ADD_FAILURE(); });
+    EXPECT_THAT(log.Take(), ElementsAre(L"4 OpenProcess failed,err:87(TdProcessDetector::EnumFile)"));
+    std::wstring line = L"before";
+    EXPECT_EQ(Detector()->GetProcessCmdline(0xFFFFFFF0, line), 0);
+    EXPECT_EQ(line, L"before");
+    EXPECT_THAT(log.Take(), ElementsAre(L"4 DuplicateHandle failed(TdProcessDetector::GetProcessCmdline)"));
+}
+
+TEST(ProcessDetector, ReadsAnotherProcessesCommandLine) {
+    const std::wstring arguments =
+        L"hold-file \"Z:\\no such file 手机 ü\" ignored \"two words\" " + std::wstring(3000, L'x');
+    const std::wstring ready = Name(L"ready");
+    const TemporaryFolder folder;
+    tandor::test::WriteAll(folder.path / L"f", "x");
+    const std::wstring command = L"hold-file \"" + (folder.path / L"f").wstring() + L"\" " + ready +
+                                 L" \"two  words\" " + std::wstring(3000, L'x');
+    const Child child(command, ready);
+    std::wstring line;
+    ASSERT_EQ(Detector()->GetProcessCmdline(child.Id(), line), 1);
+    EXPECT_EQ(line, L"test_child.exe " + command);
+}
+
+FARPROC WINAPI FindNothing(HMODULE, LPCSTR) { return nullptr; }
+HMODULE WINAPI LoadNothing(LPCWSTR) { return nullptr; }
+UINT WINAPI NoSystemDirectory(LPWSTR, UINT) {
+    ::SetLastError(ERROR_ACCESS_DENIED);
+    return 0;
+}
+UINT WINAPI LongSystemDirectory(LPWSTR text, UINT size) {
+    std::fill_n(text, size - 1, L'd');
+    return size - 1;
+}
+
+TEST(ProcessDetector, IsNotCreatedWhereItCannotWork) {
+    HostLog log;
+    {
+        const ImportPatch patch(L"TandorUtil.dll", "GetProcAddress", &FindNothing);
+        EXPECT_EQ(Detector(), nullptr);
+        EXPECT_THAT(log.Take(), ElementsAre(L"4 get func failed(TdProcessDetector::Init)"));
+    }
+    {
+        const ImportPatch patch(L"TandorUtil.dll", "LoadLibraryW", &LoadNothing);
+        EXPECT_EQ(Detector(), nullptr);
+        EXPECT_THAT(log.Take(), ElementsAre(L"4 load lib failed(TdProcessDetector::Init)"));
+    }
+    {
+        const ImportPatch patch(L"TandorUtil.dll", "GetSystemDirectoryW", &LongSystemDirectory);
+        EXPECT_EQ(Detector(), nullptr);
+        EXPECT_THAT(log.Take(), ElementsAre(L"4 get NTDLL.DLL path failed(TdProcessDetector::Init)"));
+    }
+    const ImportPatch patch(L"TandorUtil.dll", "GetSystemDirectoryW", &NoSystemDirectory);
+    EXPECT_EQ(Detector(), nullptr);
+    EXPECT_THAT(log.Take(), ElementsAre(L"4 Get load lib path failed, error code: 5(TdProcessDetector::Init)"));
+}
+
+LONG NTAPI AskForMore(ULONG, void*, ULONG bytes, ULONG*) {
+    static ULONG last = 0;
+    EXPECT_TRUE(bytes == 0x80000 || bytes == 2 * last) << bytes;
+    last = bytes;
+    return static_cast<LONG>(0xC0000004);
+}
+LPVOID WINAPI LittleMemory(HANDLE heap, DWORD flags, SIZE_T bytes) {
+    return bytes > 0x1000000 ? nullptr : ::HeapAlloc(heap, flags, bytes);
+}
+FARPROC WINAPI FindAskForMore(HMODULE, LPCSTR) {
+    return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(&AskForMore));
+}
+
+TEST(ProcessDetector, ATableThatNeverFitsEndsTheWalk) {
+    const ImportPatch patch(L"TandorUtil.dll", "GetProcAddress", &FindAskForMore);
+    const auto detector = Detector();
+    HostLog log;
+    detector->EnumFile(::GetCurrentProcessId(), [](bool, const std::wstring&) { ADD_FAILURE(); });
+    EXPECT_THAT(log.Take(), ElementsAre(L"4 get sys info failed(TdProcessDetector::EnumFile)"));
+    const ImportPatch memory(L"TandorUtil.dll", "HeapAlloc", &LittleMemory);
+    detector->EnumFile(::GetCurrentProcessId(), [](bool, const std::wstring&) { ADD_FAILURE(); });
+    EXPECT_THAT(log.Take(),
+                ElementsAre(L"4 HeapAlloc for SYSTEM_HANDLE_INFORMATION failed(TdProcessDetector::EnumFile)"));
+}
+
+}  // namespace

@@ -1,0 +1,138 @@
+#include "tandor/device_summary.h"
+
+#include <gtest/gtest.h>
+
+#include "support/plain_summaries.h"
+
+namespace {
+
+using Serialize = BluetoothDeviceSummarySerialize;
+using tandor::test::Outcome;
+using tandor::test::PlainFromString;
+using tandor::test::PlainToString;
+
+BluetoothDeviceSummary Sample(int number) {
+    BluetoothDeviceSummary device;
+    device.DevType = number % 2 == 0 ? number : -number;
+    device.Summary = std::string("A\nz\0\xFF", 5) + std::string(static_cast<std::size_t>(number), '\x9C');
+    device.DevName = "\xE6\x89\x8B\xE6\x9C\xBA";
+    device.UserName = "user \"quoted\" \\";
+    device.MacAddr = "0A:1B:2C:3D:4E:5F";
+    device.MacAddrInt = 0xFFFFFFFFFFFFFFFF - static_cast<unsigned>(number);
+    device.IsPaired = number % 3 == 0;
+    device.ShareType = 5;
+    device.IsReverseChannel = number % 5 == 0;
+    device.ModelName = std::string(static_cast<std::size_t>(number), 'm');
+    device.PeerUuid = "6f1c";
+    device.IsTrusted = true;
+    return device;
+}
+
+TEST(DeviceSummary, IsWrittenAsTheDocumentWouldBe) {
+    std::vector<BluetoothDeviceSummary> devices;
+    EXPECT_EQ(Serialize::ToString(devices), "[]");
+    EXPECT_EQ(Serialize::ToSimpleString(devices, {}), "[]");
+    devices.emplace_back();
+    for (int i = 0; i < 70; ++i) devices.push_back(Sample(i));
+    devices.back().DevType = std::numeric_limits<int>::min();
+    EXPECT_EQ(Serialize::ToString(devices), PlainToString(devices));
+    EXPECT_NE(Serialize::ToString(devices).find("\"Summary\":\"410A7A00FF\""), std::string::npos);
+}
+
+TEST(DeviceSummary, TheShortFormHoldsSixMembers) {
+    const std::string one = R"({"DevName":"E6898BE69CBA","DevType":2,"IsPaired":false,"IsTrusted":true,)"
+                            R"("PairedTime":18446744073709551615,"Summary":"410A7A00FF9C9C"})";
+    const std::string other = R"({"DevName":"","DevType":0,"IsPaired":false,"IsTrusted":false,)"
+                              R"("PairedTime":0,"Summary":""})";
+    EXPECT_EQ(Serialize::ToSimpleString({Sample(2), {}}, {18446744073709551615u}), "[" + one + "," + other + "]");
+}
+
+TEST(DeviceSummary, ReadsBackWhatItWroteButTheShareType) {
+    std::vector<BluetoothDeviceSummary> devices;
+    for (int i = 0; i < 70; ++i) devices.push_back(Sample(i));
+    const auto read = Serialize::FromString(Serialize::ToString(devices));
+    for (auto& device : devices) device.ShareType = 1;
+    ASSERT_EQ(read.size(), devices.size());
+    EXPECT_EQ(PlainToString(read), PlainToString(devices));
+}
+
+// Every case is read as the plain program reads it, and where the text matters that is said beside it.
+TEST(DeviceSummary, ReadsWhateverItIsGivenAsTheDocumentWouldBeRead) {
+    const std::string good = PlainToString({Sample(3)});
+    const std::string object = good.substr(1, good.size() - 2);
+    const auto with = [&](const std::string& key, const std::string& value) {
+        auto document = nlohmann::json::parse(good);
+        document[0][key] = nlohmann::json::parse(value);
+        return document.dump();
+    };
+    const auto without = [&](const std::string& key) {
+        auto document = nlohmann::json::parse(good);
+        document[0].erase(key);
+        return document.dump();
+    };
+    std::vector<std::pair<std::string, const char*>> cases{
+        {"hello", "[]"},
+        {"", "[]"},
+        {"null", "[]"},
+        {"{}", "[]"},
+        {"[" + object, "[]"},
+        {good + "x", "[]"},
+        {"42", "[json.exception.type_error.304] cannot use at() with number"},
+        {"\"text\"", "[json.exception.type_error.304] cannot use at() with string"},
+        {"[" + object + ",[{\"DevType\":1}]]", "[json.exception.type_error.304] cannot use at() with array"},
+        {"[{}]", "[json.exception.out_of_range.403] key 'DevType' not found"},
+        {"[" + object + ",{\"DevType\":1},7]", "[json.exception.out_of_range.403] key 'Summary' not found"},
+        {"[{},", "[]"},
+        {with("Summary", "[1,{\"DevType\":1}]"), "[json.exception.type_error.302] type must be string, but is array"},
+        {with("DevType", "\"1\""), "[json.exception.type_error.302] type must be number, but is string"},
+        {with("MacAddrInt", "true"), "[json.exception.type_error.302] type must be number, but is boolean"},
+        {with("IsTrusted", "1"), "[json.exception.type_error.302] type must be boolean, but is number"},
+        {with("DevType", "true"), nullptr},
+        {with("DevType", "-1.9"), nullptr},
+        {with("DevType", "4294967297"), nullptr},
+        {with("DevType", "1e300"), nullptr},
+        {with("MacAddrInt", "-1"), nullptr},
+        {with("MacAddrInt", "-1e300"), nullptr},
+        {with("MacAddrInt", "1e19"), nullptr},
+        {with("MacAddrInt", "2e19"), nullptr},
+        {with("DevName", "\"414\""), nullptr},
+        {with("DevName", "\"4g41\""), nullptr},
+        {with("DevName", "\"zz\""), nullptr},
+        {with("DevName", "\"6a6B7\""), nullptr},
+        {with("More", "{\"DevType\":{\"DevType\":[[\"x\"]]}}"), nullptr},
+        // A key that stands twice: the last counts, whatever the first was.
+        {"[{\"DevType\":{}," + object.substr(1) + "]", nullptr},
+        {"[" + object.substr(0, object.size() - 1) + ",\"DevType\":null}]", nullptr},
+        // The elements of an object come in the order of their keys.
+        {"{\"b\":" + object + ",\"a\":" + PlainToString({{}}).substr(1), "[]"},
+        {"{\"b\":" + object + ",\"a\":7,\"a\":" + object + "}", nullptr},
+        {"{\"b\":[],\"a\":{}}", nullptr},
+    };
+    for (const char* const key :
+         {"DevType", "Summary", "DevName", "UserName", "NickName", "MacAddr", "MacAddrInt", "IsReverseChannel",
+          "IsPaired", "ShareType", "IsWifi5GAbility", "IsAuthor", "ModelName", "PeerUuid", "IsTrusted"}) {
+        cases.emplace_back(without(key), nullptr);
+        cases.emplace_back(with(key, "null"), nullptr);
+    }
+    for (const auto& [text, expected] : cases) {
+        const std::string outcome = Outcome(Serialize::FromString, text);
+        EXPECT_EQ(outcome, Outcome(PlainFromString, text)) << text;
+        EXPECT_EQ(outcome, expected == nullptr ? outcome : expected) << text;
+    }
+    for (const auto& record : Serialize::FromString(with("ShareType", "5"))) EXPECT_EQ(record.ShareType, 1);
+}
+
+TEST(DeviceSummary, DeepNestingIsNoDanger) {
+    const std::string deep(1'000'000, '[');
+    EXPECT_TRUE(Serialize::FromString(deep).empty());
+    EXPECT_THROW(Serialize::FromString(deep + std::string(deep.size(), ']')), std::exception);
+}
+
+TEST(DeviceSummary, DecodesHexadecimalTextAsAWholeOrNotAtAll) {
+    const std::pair<const char*, std::string> cases[] = {
+        {"", ""},   {"4", ""},       {"41", "A"},  {"414", "A"},   {"41g", "A"},
+        {"4g", ""}, {"4142 ", "AB"}, {"41x2", ""}, {"6A6b", "jk"}, {"00ff", std::string("\0\xFF", 2)}};
+    for (const auto& [hex, bytes] : cases) EXPECT_EQ(Serialize::HexStringToBytes(hex), bytes) << hex;
+}
+
+}  // namespace

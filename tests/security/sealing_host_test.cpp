@@ -1,0 +1,93 @@
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "base/utf.h"
+#include "support/host_log.h"
+#include "tandor/sealing.h"
+
+namespace {
+
+using Lines = std::vector<std::wstring>;
+
+const std::string kKey = "603deb1015ca71be2b73aef0857d77811f352c073b6108d72d9810a30914dff4";
+
+TEST(SealedMessages, AreSealedAndOpenedWithALineForEach) {
+    SecurityEncryptUtil util;
+    util.SetSessionKey(kKey);
+    tandor::test::HostLog log;
+    std::string sealed, opened;
+    EXPECT_EQ(util.AesGcmEncrypt("00ff", sealed), 34);
+    EXPECT_EQ(sealed.size(), 68u);
+    EXPECT_EQ(sealed.find_first_not_of("0123456789ABCDEF"), std::string::npos);
+    EXPECT_EQ(util.AesGcmDecrypt(sealed, opened), 2);
+    EXPECT_EQ(opened, "00FF");
+    EXPECT_EQ(util.AesGcmEncrypt("", sealed), 32);
+    EXPECT_EQ(util.AesGcmDecrypt(sealed, opened), 0);
+    EXPECT_EQ(opened, "");
+    const Lines encrypted{L"3 Encrpy end (SecurityEncryptUtil::AesGcmEncrypt)"};
+    const Lines decrypted{L"3 Decrypt end (SecurityEncryptUtil::AesGcmDecrypt)"};
+    EXPECT_EQ(log.Take(), (Lines{encrypted[0], decrypted[0], encrypted[0], decrypted[0]}));
+
+    std::set<std::string> vectors;
+    for (int i = 0; i < 100; ++i) {
+        util.AesGcmEncrypt("00", sealed);
+        vectors.insert(sealed.substr(0, 32));
+    }
+    EXPECT_EQ(vectors.size(), 100u);
+}
+
+TEST(SealedMessages, ThatFailSayWhyAndLeaveTheOutput) {
+    SecurityEncryptUtil util;
+    tandor::test::HostLog log;
+    std::string out = "untouched";
+    EXPECT_EQ(util.AesGcmEncrypt("00", out), -1);  // no session key
+    util.SetSessionKey(kKey);
+    std::string sealed;
+    ASSERT_EQ(util.AesGcmEncrypt("00", sealed), 33);
+    log.Take();
+    sealed.back() = sealed.back() == '0' ? '1' : '0';
+    EXPECT_EQ(util.AesGcmDecrypt(sealed, out), -1);
+    EXPECT_EQ(util.AesGcmEncrypt("zz", out), -1);
+    EXPECT_EQ(out, "untouched");
+    EXPECT_EQ(log.Take(), (Lines{L"4 error code -1(SecurityEncryptUtil::AesGcmDecrypt)",
+                                 L"4 error code -1(SecurityEncryptUtil::AesGcmEncrypt)"}));
+    // A copy has the key; an object that was moved from has none.
+    SecurityEncryptUtil copy(util);
+    SecurityEncryptUtil moved(std::move(util));
+    ASSERT_EQ(moved.AesGcmEncrypt("AB", sealed), 33);
+    EXPECT_EQ(copy.AesGcmDecrypt(sealed, out), 1);
+    EXPECT_EQ(out, "AB");
+}
+
+TEST(RandomText, IsDrawnOrRefused) {
+    SecurityEncryptUtil util;
+    tandor::test::HostLog log;
+    std::string hex = "untouched";
+    EXPECT_FALSE(util.GenerateRandom(hex, 0));
+    EXPECT_FALSE(util.GenerateRandom(hex, -1));
+    EXPECT_EQ(hex, "untouched");
+    for (const int length : {1, 16, 511, 512, 513, 5000}) {
+        std::string first, second;
+        ASSERT_TRUE(util.GenerateRandom(first, length));
+        ASSERT_TRUE(util.GenerateRandom(second, length));
+        EXPECT_EQ(first.size(), 2u * static_cast<std::size_t>(length));
+        EXPECT_TRUE(util.HexStringToByte(first, first.size(), nullptr, first.size()));
+        EXPECT_EQ(first.find('a'), std::string::npos);
+        if (length > 1) {
+            EXPECT_NE(first, second);
+        }
+    }
+    EXPECT_EQ(log.Take(), Lines{});
+
+    unsigned char buffer[8] = {};
+    EXPECT_TRUE(util.GenerateRandom(buffer, 0));
+    EXPECT_FALSE(util.GenerateRandom(buffer, -1));
+    EXPECT_FALSE(util.GenerateRandom(static_cast<unsigned char*>(nullptr), 8));
+    const std::wstring failed =
+        L"4 SecurityEncryptUtil::GenerateRandom Fail to generate designated-length rand bytes!\n"
+        L"(SecurityEncryptUtil::GenerateRandom)";
+    EXPECT_EQ(log.Take(), (Lines{failed, L"4 gen random failed, errCode -1073741811(CryptRandom::Gen)", failed}));
+}
+
+}  // namespace

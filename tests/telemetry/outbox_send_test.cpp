@@ -1,0 +1,147 @@
+#include <gtest/gtest.h>
+
+#include "support/collector.h"
+// The sockets' header has to come before windows.h.
+#include <mutex>
+#include <nlohmann/json.hpp>
+#include <random>
+#include <set>
+
+#include "base/utf.h"
+#include "pelora/outbox.h"
+#include "support/files.h"
+#include "support/run_program.h"
+
+namespace {
+
+using nlohmann::json;
+using tandor::test::Collector, tandor::test::RunTandorctl, tandor::test::TemporaryFolder;
+
+class OutboxSend : public testing::Test {
+protected:
+    OutboxSend() : path(folder.path / L"outbox.db"), outbox(tandor::Utf8FromWide(path.native())) {}
+
+    void Fill(int count) {
+        for (int i = 0; i < count; ++i) {
+            pelora::OutboxRecord record;
+            record.event = "606008003";
+            record.values = {{"0", std::to_string(i), false}};
+            ASSERT_EQ(outbox.Put(record), "");
+            identifiers.insert(record.identifier);
+        }
+    }
+    std::set<std::string> Left() {
+        std::vector<pelora::OutboxRecord> records;
+        EXPECT_EQ(outbox.Read(0, 1'000'000, ~std::size_t{0}, records), "");
+        std::set<std::string> left;
+        for (const auto& record : records) left.insert(record.identifier);
+        return left;
+    }
+    void Receive(const std::string& body) {
+        const json request = json::parse(body);
+        for (const json& record : request["resourceLogs"][0]["scopeLogs"][0]["logRecords"]) {
+            received.insert(record["attributes"][0]["value"]["stringValue"].get<std::string>());
+        }
+    }
+    tandor::test::ProgramRun Send(const Collector& collector, const std::wstring& options) {
+        return RunTandorctl(L"--json outbox --file \"" + path.native() + L"\" send --to " + collector.url +
+                            L" --backoff 5 " + options);
+    }
+
+    TemporaryFolder folder;
+    std::filesystem::path path;
+    pelora::Outbox outbox;
+    std::set<std::string> identifiers, received;
+};
+
+TEST_F(OutboxSend, LosesNothingToACollectorThatFailsAtRandom) {
+    const char* const wanted = std::getenv("TANDOR_OUTBOX_SENT");
+    Fill(wanted == nullptr ? 300 : std::atoi(wanted));
+    std::mt19937 random(7);
+    Collector collector(
+        [&random]() -> Collector::Behaviour {
+            switch (random() % 12) {
+                case 0:
+                    return {Collector::Way::kAnswer, 400, ""};
+                case 1:
+                    return {Collector::Way::kAnswer, 429, ""};
+                case 2:
+                    return {Collector::Way::kAnswer, 503, ""};
+                case 3:
+                    return {Collector::Way::kReset, 200, ""};
+                case 4:
+                    return {Collector::Way::kTakeAndReset, 200, ""};
+                case 5:
+                    return {random() % 8 == 0 ? Collector::Way::kStall : Collector::Way::kAnswer, 200, ""};
+                default:
+                    return {};
+            }
+        },
+        [this](const std::string& body) { Receive(body); });
+    // What was answered with 400 stays for another run.
+    for (int run = 0; run < 20 && !Left().empty(); ++run) {
+        Send(collector, L"--batch 20 --timeout 1");
+        std::set<std::string> known = received;
+        known.merge(Left());
+        ASSERT_EQ(known, identifiers) << "each was received or is still here, under its own identifier";
+    }
+    EXPECT_TRUE(Left().empty());
+    EXPECT_EQ(received, identifiers);
+}
+
+TEST_F(OutboxSend, NeverRepeatsWhatWasRefusedAndHonoursRetryAfter) {
+    Fill(3);
+    int answers = 0;
+    ULONGLONG asked = 0, came = 0;
+    Collector collector(
+        [&]() -> Collector::Behaviour {
+            ++answers;
+            if (answers == 1) return {Collector::Way::kAnswer, 400, ""};
+            if (answers == 2) {
+                asked = ::GetTickCount64();
+                return {Collector::Way::kAnswer, 503, "Retry-After: 1\r\n"};
+            }
+            if (answers == 3) came = ::GetTickCount64();
+            return {};
+        },
+        [this](const std::string& body) { Receive(body); });
+    const auto run = Send(collector, L"--batch 1");
+    EXPECT_EQ(run.exit_code, 1);
+    EXPECT_EQ(answers, 4) << run.out << run.error;
+    EXPECT_GE(came - asked, 950u);
+    EXPECT_EQ(Left(), std::set<std::string>{*identifiers.begin()});
+    const json result = json::parse(run.out);
+    EXPECT_EQ(result["sent"], 2);
+    EXPECT_EQ(result["refused"], 1);
+}
+
+TEST_F(OutboxSend, GivesUpWhenNobodyAnswersAndKeepsAll) {
+    Fill(2);
+    Collector collector([]() -> Collector::Behaviour { return {Collector::Way::kAnswer, 503, ""}; }, [](auto&) {});
+    const auto run = Send(collector, L"--attempts 3");
+    EXPECT_EQ(run.exit_code, 1);
+    EXPECT_EQ(collector.requests, 3);
+    EXPECT_EQ(json::parse(run.out)["gave_up"], "answer 503: {}");
+    EXPECT_EQ(Left(), identifiers);
+}
+
+TEST_F(OutboxSend, VerbsShowExportAndDrop) {
+    Fill(2);
+    const std::wstring verb = L"outbox --file \"" + path.native() + L"\" ";
+    const auto status = RunTandorctl(L"--json " + verb + L"status");
+    EXPECT_EQ(json::parse(status.out)["records"], 2) << status.error;
+    const auto lines = RunTandorctl(verb + L"export");
+    const json first = json::parse(lines.out.substr(0, lines.out.find('\n')));
+    EXPECT_EQ(first["identifier"], *identifiers.begin());
+    EXPECT_EQ(first["values"][0]["value"], "0");
+    const auto otlp = RunTandorctl(verb + L"export --format otlp");
+    Receive(otlp.out);
+    EXPECT_EQ(received, identifiers);
+    EXPECT_EQ(RunTandorctl(verb + L"show 77").exit_code, 1);
+    EXPECT_EQ(RunTandorctl(verb + L"drop").exit_code, 1);
+    EXPECT_EQ(RunTandorctl(verb + L"drop 1").exit_code, 0);
+    EXPECT_EQ(Left().size(), 1u);
+    EXPECT_EQ(RunTandorctl(L"outbox --file no-such.db status").exit_code, 1);
+}
+
+}  // namespace

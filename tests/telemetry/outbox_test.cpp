@@ -1,0 +1,235 @@
+#include "pelora/outbox.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+#include <thread>
+
+#include "base/utf.h"
+#include "pelora/data_report_service.h"
+#include "pelora/event_service.h"
+#include "suite/sqlite/database.h"
+#include "support/child.h"
+#include "support/files.h"
+#include "support/host_log.h"
+
+namespace {
+
+using pelora::Outbox, pelora::OutboxRecord, pelora::OutboxStatus;
+using tandor::test::TemporaryFolder;
+
+std::string Utf8(const std::filesystem::path& path) { return tandor::Utf8FromWide(path.native()); }
+
+OutboxRecord Record(const std::string& text) {
+    OutboxRecord record;
+    record.event = "606008003";
+    record.values = {{"0", text, false}};
+    return record;
+}
+
+std::vector<OutboxRecord> All(Outbox& outbox) {
+    std::vector<OutboxRecord> records;
+    EXPECT_EQ(outbox.Read(0, 1'000'000, ~std::size_t{0}, records), "");
+    return records;
+}
+
+TEST(Outbox, GivesBackWhatWasPutInOrderAfterOpeningAnew) {
+    const TemporaryFolder folder;
+    const std::string file = Utf8(folder.path / L"neu" / L"手机.db");
+    OutboxRecord first = Record("手机\xFF"), second = Record("b");
+    second.kind = pelora::OutboxKind::kFault;
+    second.files = {{"C:\\x.log", 12, 1700000000000}};
+    {
+        Outbox outbox(file);
+        ASSERT_EQ(outbox.Put(first), "");
+        ASSERT_EQ(outbox.Put(second), "");
+    }
+    Outbox outbox(file);
+    EXPECT_EQ(All(outbox), (std::vector{first, second}));
+    EXPECT_EQ(first.identifier.size(), 32u);
+    EXPECT_EQ(second.sequence, first.sequence + 1);
+    unsigned long long removed = 0;
+    EXPECT_EQ(outbox.Remove({second.sequence, 77}, removed), "");
+    EXPECT_EQ(removed, 1u);
+    OutboxRecord third = Record("c");
+    ASSERT_EQ(outbox.Put(third), "");
+    EXPECT_EQ(third.sequence, 3u) << "a sequence is not given twice";
+    OutboxStatus status;
+    ASSERT_EQ(outbox.Status(status), "");
+    EXPECT_EQ(status.records, 2u);
+    EXPECT_EQ(status.put, 3u);
+    EXPECT_EQ(status.removed, 1u);
+}
+
+TEST(Outbox, NeverPassesItsLimitsAndCountsWhatGaveWay) {
+    const TemporaryFolder folder;
+    const auto file = folder.path / L"outbox.db";
+    Outbox outbox(Utf8(file));
+    constexpr unsigned long long kBytes = 128 * 1024;
+    ASSERT_EQ(outbox.SetLimits({1000, kBytes}), "");
+    // About ten times the bytes; sizes on both sides of a page, and beyond many.
+    const std::size_t sizes[] = {10, 700, 2100, 4100, 20'000};
+    unsigned long long put = 0;
+    for (std::size_t sum = 0; sum < 10 * kBytes; ++put) {
+        OutboxRecord record = Record(std::string(sizes[put % std::size(sizes)], 'x'));
+        ASSERT_EQ(outbox.Put(record), "");
+        sum += record.values[0].text.size();
+        ASSERT_LE(std::filesystem::file_size(file), kBytes);
+    }
+    OutboxStatus status;
+    ASSERT_EQ(outbox.Status(status), "");
+    EXPECT_LE(status.bytes, kBytes);
+    EXPECT_EQ(status.put, put);
+    EXPECT_EQ(status.records + status.displaced, put);
+    const auto records = All(outbox);
+    ASSERT_EQ(records.size(), status.records);
+    EXPECT_GE(records.size(), 15u) << "most of the room is used";
+    for (std::size_t i = 0; i < records.size(); ++i) EXPECT_EQ(records[i].sequence, status.displaced + 1 + i);
+
+    ASSERT_EQ(outbox.SetLimits({3, kBytes}), "");
+    ASSERT_EQ(outbox.Status(status), "");
+    EXPECT_EQ(status.records, 3u);
+    EXPECT_EQ(status.displaced, put - 3);
+    EXPECT_NE(outbox.SetLimits({0, kBytes}), "");
+    EXPECT_NE(outbox.SetLimits({1, 4096}), "");
+    OutboxRecord large = Record(std::string(200'000, 'x'));
+    EXPECT_NE(outbox.Put(large), "");
+    EXPECT_EQ(All(outbox).size(), 3u) << "nothing gives way for what cannot be held";
+    large = Record(std::string(2'000'000, 'x'));
+    EXPECT_NE(outbox.Put(large), "");
+}
+
+TEST(Outbox, RecordsOfManyThreadsAreAllThereOnce) {
+    const TemporaryFolder folder;
+    Outbox outbox(Utf8(folder.path / L"outbox.db"));
+    std::vector<std::string> identifiers[4];
+    std::vector<std::thread> threads;
+    for (auto& own : identifiers) {
+        threads.emplace_back([&outbox, &own] {
+            for (int i = 0; i < 100; ++i) {
+                OutboxRecord record = Record(std::to_string(i));
+                if (outbox.Put(record).empty()) own.push_back(record.identifier);
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    std::set<std::string> acknowledged;
+    for (const auto& own : identifiers) acknowledged.insert(own.begin(), own.end());
+    std::set<std::string> stored;
+    for (const OutboxRecord& record : All(outbox)) stored.insert(record.identifier);
+    EXPECT_EQ(acknowledged.size(), 400u);
+    EXPECT_EQ(stored, acknowledged);
+}
+
+TEST(Outbox, AStoreThatCannotBeUsedFailsInTimeWithOneLine) {
+    const TemporaryFolder folder;
+    const auto file = folder.path / L"outbox.db";
+    std::filesystem::create_directories(file);  // a folder where the file should be
+    Outbox outbox(Utf8(file));
+    tandor::test::HostLog log;
+    OutboxRecord record = Record("x");
+    const std::string trouble = outbox.Put(record);
+    EXPECT_NE(trouble.find("outbox.db: "), std::string::npos) << trouble;
+    EXPECT_EQ(outbox.Put(record), trouble);
+    const auto lines = log.Take();
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0].substr(0, 10), L"4 [Outbox]");
+    std::filesystem::remove(file);
+    EXPECT_EQ(outbox.Put(record), "") << "it works again as soon as it can";
+}
+
+TEST(Outbox, ABusyStoreIsWaitedForABoundedTime) {
+    const TemporaryFolder folder;
+    const std::string file = Utf8(folder.path / L"outbox.db");
+    Outbox outbox(file);
+    OutboxRecord record = Record("x");
+    ASSERT_EQ(outbox.Put(record), "");
+    pelora::Database other(file);
+    {
+        pelora::Transaction holder(other);
+        EXPECT_NE(outbox.Put(record), "");  // returns at all, while the other never ends
+    }
+    EXPECT_EQ(outbox.Put(record), "");
+}
+
+TEST(Outbox, ADamagedFileIsSetAsideAndTheRecordKept) {
+    const TemporaryFolder folder;
+    tandor::test::WriteAll(folder.path / L"outbox.db", std::string(10'000, '?'));
+    Outbox outbox(Utf8(folder.path / L"outbox.db"));
+    OutboxRecord record = Record("x");
+    EXPECT_EQ(outbox.Put(record), "");
+    EXPECT_EQ(All(outbox).size(), 1u);
+    int aside = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(folder.path)) {
+        aside += entry.path().filename().native().starts_with(L"outbox.damaged-") ? 1 : 0;
+    }
+    EXPECT_EQ(aside, 1);
+}
+
+// Four processes report and are killed again and again. What each had acknowledged it appended to its own file.
+TEST(Outbox, NothingAcknowledgedIsLostWhenProcessesAreKilled) {
+    const TemporaryFolder folder;
+    const auto file = folder.path / L"outbox.db";
+    const auto command = [&](int number) {
+        return L"outbox-put \"" + file.native() + L"\" \"" + (folder.path / std::to_wstring(number)).native() + L"\"";
+    };
+    const char* const wanted = std::getenv("TANDOR_OUTBOX_KILLS");
+    const int kills = wanted == nullptr ? 16 : std::atoi(wanted);
+    std::vector<tandor::test::Child> writers;
+    for (int i = 0; i < 4; ++i) writers.emplace_back(command(i));
+    unsigned random = 12345;
+    for (int kill = 0; kill < kills; ++kill) {
+        random = random * 1664525 + 1013904223;
+        ::Sleep(random >> 16 & 127);
+        tandor::test::Child& writer = writers[static_cast<std::size_t>(kill % 4)];
+        writer.Kill();
+        writer = tandor::test::Child(command(kill % 4));
+    }
+    writers.clear();
+    Outbox outbox(Utf8(file));
+    std::set<std::string> stored;
+    const auto records = All(outbox);
+    for (const OutboxRecord& record : records) stored.insert(record.identifier);
+    EXPECT_EQ(stored.size(), records.size()) << "an identifier was given twice";
+    std::size_t acknowledged = 0;
+    for (int i = 0; i < 4; ++i) {
+        std::istringstream lines(tandor::test::ReadAll(folder.path / std::to_wstring(i)));
+        for (std::string line; std::getline(lines, line) && line.size() == 32; ++acknowledged) {
+            EXPECT_TRUE(stored.contains(line)) << line;
+        }
+    }
+    EXPECT_GT(acknowledged, 0u);
+    std::printf("%d kills, %zu records acknowledged, %zu stored\n", kills, acknowledged, records.size());
+}
+
+TEST(Services, RecordWhatTheyAreGiven) {
+    const TemporaryFolder folder;
+    const auto log = folder.path / L"KoView.log";
+    tandor::test::WriteAll(log, "twelve bytes");
+    KoEvent event(992614403);
+    event.PutInt("deviceType", 7).PutString("duration", "1 s").PutLong("deviceType", -1);
+    EXPECT_EQ(event.Flatten(), R"(992614403 {"deviceType":-1,"duration":"1 s"})");
+    event.PutString("text", "a\n\"手机\"").AddFilePath(Utf8(log)).AddFilePath("C:\\none.log");
+    const std::string flat = event.Flatten();
+    EXPECT_NE(flat.find(R"("text":"a\u000a\"手机\""})"), std::string::npos) << flat;
+    ASSERT_TRUE(KoView::Report(event));
+    LogInfo info = EventDataReport::Instance().GetMsg("606013000", "");
+    info.values = {{10, "k"}, {0, "a"}, {2, "c"}};
+    ASSERT_TRUE(EventDataReport::Instance().SendMsg(info));
+    std::vector<OutboxRecord> records;
+    ASSERT_EQ(Outbox::GetInstance().ReadLast(2, records), "");
+    ASSERT_EQ(records.size(), 2u);
+    EXPECT_EQ(records[0].event, "992614403");
+    EXPECT_EQ(records[0].kind, pelora::OutboxKind::kFault);
+    EXPECT_EQ(records[0].values[0], (pelora::OutboxValue{"deviceType", "-1", true}));
+    ASSERT_EQ(records[0].files.size(), 2u);
+    EXPECT_EQ(records[0].files[0].size, 12);
+    EXPECT_GT(records[0].files[0].modified, 1'600'000'000'000);
+    EXPECT_EQ(records[0].files[1], (pelora::OutboxFile{"C:\\none.log", -1, 0}));
+    const std::vector<pelora::OutboxValue> values{{"0", "a"}, {"2", "c"}, {"10", "k"}};
+    EXPECT_EQ(records[1].values, values);
+    event.Reset();
+    EXPECT_EQ(event.Flatten(), "992614403 {}");
+}
+
+}  // namespace

@@ -1,0 +1,215 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <set>
+#include <thread>
+
+#include "support/host_log.h"
+#include "support/sent_records.h"
+#include "tandor/data_report.h"
+#include "tandor/event_reporter.h"
+
+namespace {
+
+using tandor::test::HostLog;
+using tandor::test::LinesOf;
+using tandor::test::SentRecords;
+using tandor::test::ValuesOf;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+using Tandor::KoEventReporter;
+using Tandor::KoEventReporterFactory;
+using Tandor::Reporter;
+using Tandor::ReporterFactory;
+
+// Calls `work` with 0 to count - 1, each on a thread of its own, all at once.
+template <class Work>
+void InThreads(int count, const Work& work) {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < count; ++i) threads.emplace_back(work, i);
+    for (std::thread& thread : threads) thread.join();
+}
+
+TEST(Reporter, SendsTagsInOrderAndNamesTheMissingOnes) {
+    SentRecords sent;
+    HostLog log;
+    Reporter reporter(9101, 3);
+    const unsigned long long before = TandorDataReportClass::GetCurrentMilliSecond();
+    reporter.RecordTimeStamp(7);  // outside the count
+    reporter.RecordTimeStamp(1);
+    reporter.Commit();
+    const unsigned long long after = TandorDataReportClass::GetCurrentMilliSecond();
+    const auto records = sent.Take();
+    ASSERT_EQ(records.size(), 1u);
+    EXPECT_EQ(records[0].kind, pelora::OutboxKind::kBusiness);
+    EXPECT_EQ(records[0].event, "606009101");
+    const auto values = ValuesOf(records[0]);
+    ASSERT_EQ(values.size(), 3u);
+    EXPECT_EQ(values[0] + values[2], "00");
+    EXPECT_GE(std::stoull(values[1]), before);
+    EXPECT_LE(std::stoull(values[1]), after);
+    EXPECT_THAT(log.Take(), ElementsAre(L"3 tag:0 not record,commit with default value(Tandor::Reporter::Commit)",
+                                        L"3 tag:2 not record,commit with default value(Tandor::Reporter::Commit)"));
+    // The values stay, and the count may grow over what was recorded.
+    reporter.SetDataCount(8);
+    reporter.Commit();
+    const auto again = sent.Take();
+    ASSERT_EQ(again.size(), 1u);
+    EXPECT_EQ(ValuesOf(again[0]).size(), 8u);
+    EXPECT_EQ(ValuesOf(again[0])[1], values[1]);
+    EXPECT_NE(ValuesOf(again[0])[7], "0");
+}
+
+TEST(Reporter, CommitsNothingOnlyWhenTagsAreExpected) {
+    SentRecords sent;
+    HostLog log;
+    Reporter empty(9102, 2);
+    empty.SetTraceID("not enough");
+    empty.Commit();
+    EXPECT_THAT(log.Take(), ElementsAre(L"3 invalid commit, record is empty, id=9102(Tandor::Reporter::Commit)"));
+    Reporter without_tags(9103, 0);
+    without_tags.Commit();
+    without_tags.SetTraceID("");
+    without_tags.Commit();
+    without_tags.SetTraceID("Spur-é");
+    without_tags.Commit();
+    EXPECT_THAT(LinesOf(sent.Take()), ElementsAre("606009103:", "606009103: 0", "606009103: Spur-é"));
+    EXPECT_THAT(log.Take(), IsEmpty());
+}
+
+TEST(ReporterFactory, OneReporterForEachEventWhateverTheCount) {
+    auto& factory = ReporterFactory::GetInstance();
+    const auto first = factory.CreateReporter(990001, 1);
+    EXPECT_EQ(factory.CreateReporter(990001, 5), first);
+    EXPECT_NE(factory.CreateReporter(990002, 1), first);
+    SentRecords sent;
+    first->RecordTimeStamp(0);
+    first->Commit();
+    EXPECT_EQ(sent.Take().at(0).values.size(), 1u);
+}
+
+TEST(KoEventReporter, TheFirstValueWinsUntilTheReport) {
+    SentRecords sent;
+    KoEventReporter reporter(880001);
+    reporter.KoEventPutStringOnce("k", "a");
+    reporter.KoEventPutStringOnce("k", "b");
+    reporter.KoEventPutInt("n", -1);
+    reporter.KoEventPutIntOnce("n", 2);
+    reporter.KoEventPutLong("l", 1LL << 40);
+    reporter.KoEventReport();
+    reporter.KoEventPutStringOnce("k", "c");
+    reporter.KoEventReport();
+    EXPECT_THAT(LinesOf(sent.Take()),
+                ElementsAre("880001: k='a', n=-1, l=1099511627776", "880001: k='c', n=-1, l=1099511627776"));
+    // Resetting empties the event, but "once" still knows what was put.
+    reporter.KoEventPutIntOnce("n", 3);
+    reporter.KoEventReset();
+    reporter.KoEventPutIntOnce("n", 4);
+    reporter.KoEventPutString("other", "x");
+    reporter.KoEventReport();
+    EXPECT_THAT(LinesOf(sent.Take()), ElementsAre("880001: other='x'"));
+}
+
+TEST(KoEventReporter, ReportsOnlyWhatHasAKeyAndLogsIt) {
+    SentRecords sent;
+    HostLog log;
+    KoEventReporter reporter(880002);
+    reporter.KoEventAddFilePath("C:\\ficheros\\ñ.log");
+    reporter.KoEventReport();
+    EXPECT_THAT(sent.Take(), IsEmpty());
+    EXPECT_THAT(log.Take(), IsEmpty());
+    const auto before = static_cast<long long>(TandorDataReportClass::GetCurrentMilliSecond());
+    reporter.KoEventPutTimeStamp("when");
+    reporter.KoEventReport();
+    reporter.KoEventReport();
+    const auto records = sent.Take();
+    ASSERT_EQ(records.size(), 1u);
+    EXPECT_EQ(records[0].kind, pelora::OutboxKind::kFault);
+    ASSERT_EQ(records[0].files.size(), 1u);
+    EXPECT_EQ(records[0].files[0].path, "C:\\ficheros\\ñ.log");
+    EXPECT_TRUE(records[0].values.at(0).number);
+    EXPECT_GE(std::stoll(records[0].values[0].text), before);
+    auto lines = log.Take();
+    ASSERT_FALSE(lines.empty());  // lines about the channel's creation may come first
+    const std::string when = records[0].values[0].text;
+    EXPECT_EQ(lines.back(), L"3 Fault report:880002 {\"when\":" + std::wstring(when.begin(), when.end()) +
+                                L"} [\"C:\\\\ficheros\\\\ñ.log\"](Tandor::KoEventReporter::KoEventReport)");
+}
+
+TEST(KoEventReporter, AttachesTheTenDiagnosticLogsInOrder) {
+    SentRecords sent;
+    KoEventReporter reporter(880003);
+    reporter.KoEventPutInt("k", 1);
+    reporter.KoEventReportLog();
+    reporter.KoEventReport();
+    const auto records = sent.Take();
+    ASSERT_EQ(records.size(), 1u);
+    std::vector<std::string> suffixes;
+    const std::string directory = "C:\\ProgramData\\Comms\\Pelora\\log\\";
+    for (const auto& file : records[0].files) {
+        EXPECT_TRUE(file.path.starts_with(directory)) << file.path;
+        suffixes.push_back(file.path.substr(std::min(file.path.size(), directory.size())));
+    }
+    EXPECT_THAT(suffixes,
+                ElementsAre("admin\\KoViewTandor.log", "admin\\KoViewTandor.1.log", "admin\\KoViewCorelane.log",
+                            "admin\\KoViewCorelane.1.log", "admin\\KoViewConnectivity.log",
+                            "admin\\KoViewConnectivity.1.log", "usr\\KoViewMirror.log", "usr\\KoViewMirror.1.log",
+                            "admin\\KoViewAccountCred.log", "admin\\KoViewAccountCred.1.log"));
+}
+
+TEST(ReportersAtOnce, FactoriesHandOutOneObjectAndReportersStayWhole) {
+    constexpr int kThreads = 6;
+    constexpr int kRounds = 40;
+    SentRecords sent;
+    std::vector<std::set<const void*>> seen(kThreads);
+    InThreads(kThreads, [&](int thread) {
+        for (int round = 0; round < kRounds; ++round) {
+            const auto reporter = ReporterFactory::GetInstance().CreateReporter(770000 + round % 4, 3);
+            const auto faults = KoEventReporterFactory::GetInstance().CreateKoEventReporter(770010 + round % 4);
+            seen[static_cast<std::size_t>(thread)].insert({reporter.get(), faults.get()});
+            reporter->RecordTimeStamp(thread % 3);
+            reporter->SetDataCount(3);
+            reporter->SetTraceID("trace");
+            reporter->Commit();
+            faults->KoEventPutInt("thread", thread);
+            faults->KoEventPutStringOnce("first", "text");
+            faults->KoEventAddFilePath("C:\\a.log");
+            faults->KoEventReport();
+        }
+    });
+    for (const auto& objects : seen) EXPECT_EQ(objects, seen[0]);
+    EXPECT_EQ(seen[0].size(), 8u);
+    int commits = 0;
+    for (const auto& record : sent.Take()) {
+        if (record.kind == pelora::OutboxKind::kFault) {
+            EXPECT_EQ(record.values.at(0).key, "thread");
+            EXPECT_LE(record.values.size(), 2u);
+            continue;
+        }
+        ++commits;
+        EXPECT_EQ(record.values.size(), 4u);
+        EXPECT_EQ(record.values.back().text, "trace");
+    }
+    EXPECT_EQ(commits, kThreads * kRounds);
+}
+
+TEST(ReportersAtOnce, ModeReportsOfSeveralThreadsDoNotMixTheirValues) {
+    constexpr int kThreads = 4;
+    constexpr int kRounds = 30;
+    SentRecords sent;
+    InThreads(kThreads, [&](int thread) {
+        for (int round = 0; round < kRounds; ++round) {
+            TandorDataReportClass::ReportModeSwitch(thread, thread, thread, thread);
+        }
+    });
+    std::vector<int> reports(kThreads);
+    for (const auto& record : sent.Take()) {
+        ASSERT_EQ(record.values.size(), 4u);
+        for (const auto& value : record.values) EXPECT_EQ(value.text, record.values[0].text);
+        ++reports[std::stoul(record.values[0].text)];
+    }
+    EXPECT_THAT(reports, testing::Each(kRounds));
+}
+
+}  // namespace

@@ -1,0 +1,105 @@
+// What needs the system: the clocks, the channels' files, the outbox seen by a second process.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <cmath>
+#include <regex>
+
+#include "support/child.h"
+#include "support/files.h"
+#include "support/sent_records.h"
+#include "tandor/data_report.h"
+#include "tandor/event_reporter.h"
+#include "tandor/logging.h"
+
+namespace {
+
+using tandor::test::Child;
+using tandor::test::LinesOf;
+using tandor::test::ReadAll;
+using tandor::test::SentRecords;
+using tandor::test::ValuesOf;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr auto kStep = static_cast<TandorReportTypeEnum>(77);
+constexpr auto kOtherStep = static_cast<TandorReportTypeEnum>(78);
+const std::filesystem::path kFaultLog = L"C:\\ProgramData\\Comms\\Pelora\\log\\admin\\KoViewTandor.log";
+
+TEST(RecordMarks, AreConsumedByOneEndAndReplacedByALaterBegin) {
+    SentRecords sent;
+    TandorDataReportClass* const reports = TandorDataReportClass::GetInstance();
+    EXPECT_FALSE(reports->RecordEnd(kStep));
+    EXPECT_TRUE(reports->RecordBegin(kStep));
+    ::Sleep(700);
+    EXPECT_TRUE(reports->RecordBegin(kOtherStep));
+    const ULONGLONG second = ::GetTickCount64();
+    EXPECT_TRUE(reports->RecordBegin(kStep));
+    ::Sleep(60);
+    EXPECT_TRUE(reports->RecordEnd(kStep));
+    const double at_most = static_cast<double>(::GetTickCount64() - second + 20) / 1000;
+    EXPECT_FALSE(reports->RecordEnd(kStep));
+    const auto records = sent.Take();
+    ASSERT_EQ(records.size(), 1u);
+    EXPECT_EQ(records[0].event, "606000077");
+    const double seconds = std::stod(ValuesOf(records[0]).at(0));
+    EXPECT_GE(seconds, 0.045);
+    EXPECT_LE(seconds, at_most);
+    EXPECT_TRUE(reports->RecordEnd(kOtherStep));
+}
+
+TEST(DataReport, TheLocalTimeHasItsFixedForm) {
+    SYSTEMTIME now{};
+    ::GetLocalTime(&now);
+    std::string time;
+    TandorDataReportClass::GetSystemTime(time);
+    std::smatch parts;
+    ASSERT_TRUE(std::regex_match(time, parts, std::regex(R"((\d{4})(\d\d)(\d\d)-(\d\d)(\d\d)(\d\d)-(\d{3}))"))) << time;
+    const auto minutes = [](int hour, int minute) { return hour * 60 + minute; };
+    const int apart = minutes(std::stoi(parts[4]), std::stoi(parts[5])) - minutes(now.wHour, now.wMinute);
+    EXPECT_TRUE(std::abs(apart) <= 1 || std::abs(apart) >= 1439) << time;
+}
+
+TEST(KoEventReporter, TheAttachedLogsHoldThisProcessesLinesAndTheFaultItself) {
+    const std::string marker = "gathered-" + std::to_string(::GetTickCount64());
+    const Logger channel("KoViewTandor");
+    for (int i = 0; i < 3; ++i) {
+        std::wstringstream line;
+        line << marker.c_str() << L" " << i;
+        channel.Log(static_cast<LOG_MESSAGE_LEVEL>(3), line);
+    }
+    SentRecords sent;
+    Tandor::KoEventReporter reporter(660001);
+    reporter.KoEventPutString("marker", marker);
+    reporter.KoEventReportLog();
+    EXPECT_THAT(ReadAll(kFaultLog), HasSubstr(marker + " 2\r\n"));
+    reporter.KoEventReport();
+    EXPECT_THAT(ReadAll(kFaultLog), HasSubstr("- Fault report:660001 {\"marker\":\"" + marker + "\"} [\"C:"));
+    const auto records = sent.Take();
+    ASSERT_EQ(records.size(), 1u);
+    ASSERT_EQ(records[0].files.size(), 10u);
+    EXPECT_EQ(records[0].files[0].size, static_cast<long long>(std::filesystem::file_size(kFaultLog)));
+}
+
+TEST(Telemetry, SeveralProcessesReportIntoOneOutbox) {
+    constexpr int kCommits = 25;
+    SentRecords sent;
+    {
+        std::vector<Child> children;
+        for (const wchar_t* name : {L"one", L"two"}) {
+            children.emplace_back(std::wstring(L"commit-reports ") + name + L" " + std::to_wstring(kCommits));
+        }
+        for (Child& child : children) ASSERT_EQ(child.Wait(), 0);
+    }
+    std::map<std::string, int> commits;
+    for (const auto& record : sent.Take()) {
+        const auto values = ValuesOf(record);
+        ASSERT_EQ(values.size(), 11u);
+        EXPECT_NE(values[9], "0");
+        ++commits[record.event + " " + values[10]];
+    }
+    EXPECT_EQ(commits, (std::map<std::string, int>{{"606000079 one", kCommits}, {"606000079 two", kCommits}}));
+}
+
+}  // namespace
