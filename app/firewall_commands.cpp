@@ -104,8 +104,11 @@ void ShowChanges(const Context& context, const std::vector<FirewallChange>& chan
 }
 
 void ExpectName(const std::string& name) {
-    if (!name.empty()) return;
-    throw CommandError("the rule's name", "it is empty", "give one with --name");
+    constexpr std::size_t kLongest = 499;  // characters that a rule is given
+    if (name.empty()) throw CommandError("the rule's name", "it is empty", "give one with --name");
+    if (WideFromUtf8Lossy(name).size() > kLongest) {
+        throw CommandError("the rule's name", "it has more than 499 characters", "give a shorter one with --name");
+    }
 }
 
 void Expect(long status, const std::string& name) {
@@ -115,8 +118,10 @@ void Expect(long status, const std::string& name) {
                        denied ? "run as administrator" : "see the host log, or run again with --follow");
 }
 
-void ExpectSent(bool sent) {
+void ShowRequest(const Context& context, const char* request, bool sent) {
     if (!sent) throw CommandError("the assistant service", "it does not take requests", "start the suite's assistant");
+    if (context.json) return PrintJson({{"asked_the_service_to", request}});
+    PrintLine(std::string("asked the assistant service to ") + request + " the rule");
 }
 
 // A dry run must know what is there; otherwise changing what cannot be read fails on its own, with its own cause.
@@ -126,7 +131,8 @@ void ExpectReadable(const FirewallView& view, bool needed) {
 
 void Add(Context& context, const Options& options) {
     ExpectName(options.name);
-    if (options.by_service) return ExpectSent(FireWallRuleManger::GetInstance().EnableRuleByService());
+    if (options.by_service)
+        return ShowRequest(context, "enable", FireWallRuleManger::GetInstance().EnableRuleByService());
     const FirewallView view = LookAtFirewall();
     ExpectReadable(view, options.dry_run);
     const FirewallRule wanted = RuleForThisProgram(options.name, options.description);
@@ -153,7 +159,8 @@ void Add(Context& context, const Options& options) {
 
 void Remove(const Context& context, const Options& options) {
     ExpectName(options.name);
-    if (options.by_service) return ExpectSent(FireWallRuleManger::GetInstance().DisableRuleByService());
+    if (options.by_service)
+        return ShowRequest(context, "disable", FireWallRuleManger::GetInstance().DisableRuleByService());
     const FirewallView view = LookAtFirewall();
     ExpectReadable(view, options.dry_run);
     if (!options.dry_run) {
@@ -181,18 +188,22 @@ void AddFirewallCommands(CLI::App& app, Context& context) {
 
     CLI::App* const add = firewall->add_subcommand(
         "add", "Replace the rules of a name by one that allows inbound connections to this program, if the plan is on");
-    add->add_option("--description", options->description, "The rule's description (default PVAMessageCenter.exe)");
-    add->add_flag("--replace", options->replace, "Also when a rule of that name is there for another program");
     add->callback([&context, options] { Add(context, *options); });
     CLI::App* const remove = firewall->add_subcommand("remove", "Remove all rules of a name");
     remove->callback([&context, options] { Remove(context, *options); });
     for (CLI::App* const verb : {add, remove}) {
         verb->add_option("--name", options->name, "The rule's name (default PVAMessageCenter)");
-        CLI::Option* const dry_run =
-            verb->add_flag("--dry-run", options->dry_run, "Say what would change, change nothing");
-        verb->add_flag("--by-service", options->by_service,
-                       "Ask the suite's assistant service to do it for the message centre")
-            ->excludes(dry_run);
+        if (verb == add) {
+            add->add_option("--description", options->description,
+                            "The rule's description (default PVAMessageCenter.exe)");
+            add->add_flag("--replace", options->replace, "Also when a rule of that name is there for another program");
+        }
+        verb->add_flag("--dry-run", options->dry_run, "Say what would change, change nothing");
+        const auto others = verb->get_options([](const CLI::Option* option) { return !option->check_lname("help"); });
+        CLI::Option* const by_service = verb->add_flag(
+            "--by-service", options->by_service,
+            "Ask the suite's assistant service to do it, which needs no rights; goes with none of these");
+        for (CLI::Option* const other : others) by_service->excludes(other);
     }
 }
 

@@ -70,6 +70,7 @@ struct Firewall::State {
           description(FixedText(about)),
           program(ProgramPath()) {
         if (name.Get() == nullptr || group.Get() == nullptr || description.Get() == nullptr) throw std::bad_alloc();
+        Connect(L"Firewall::Firewall");
     }
 
     void Connect(const wchar_t* function) {
@@ -136,9 +137,7 @@ HRESULT Firewall::State::Configure(INetFwRule& rule) const {
 
 Firewall::Firewall() : Firewall(tandor::kMessageCentreRule, tandor::kMessageCentreDescription) {}
 
-Firewall::Firewall(const std::wstring& name, const std::wstring& description) : state_(new State(name, description)) {
-    state_->Connect(L"Firewall::Firewall");
-}
+Firewall::Firewall(const std::wstring& name, const std::wstring& description) : state_(new State(name, description)) {}
 
 Firewall::~Firewall() { delete state_; }
 

@@ -128,9 +128,13 @@ bool FireWallRuleManger::Send(int message) {
 }
 
 bool FireWallRuleManger::EnableRuleByService() {
+    request_kept_ = true;  // before it is sent: the service may start meanwhile
     const bool sent = Send(kEnableRequest);
-    request_kept_ = !sent;
-    if (!sent) OnSendFail();
+    if (sent) {
+        request_kept_ = false;
+    } else {
+        OnSendFail();
+    }
     return sent;
 }
 

@@ -81,7 +81,8 @@ public:
     bool CheckRule();
 
     // Notes in the registry that the rule is enabled, unless that is noted already, and puts the rule in place as
-    // Firewall::AddFirewallRules does. False when either fails.
+    // Firewall::AddFirewallRules does (with the plan off that is none, and still true). False when either fails; a note
+    // stays even when the firewall refuses the rule.
     bool EnableRule();
 
     // Removes the rules of the name and notes "0" in the registry. False when either fails; the note is left alone as

@@ -1,8 +1,10 @@
 #include "support/firewall_double.h"
 
-#include <algorithm>
+#include <windows.h>
 
-#include "support/firewall_stubs.h"
+#include <netfw.h>
+
+#include <algorithm>
 
 namespace tandor::test {
 namespace {
@@ -12,6 +14,7 @@ using SharedScript = std::shared_ptr<Script>;
 
 std::wstring Visible(std::wstring_view text) { return std::wstring(text.substr(0, text.find(L'\0'))); }
 std::wstring Whole(BSTR text) { return {text, ::SysStringLen(text)}; }
+std::wstring Shown(BSTR text) { return Visible(Whole(text)) + L"/" + std::to_wstring(::SysStringLen(text)); }
 std::wstring NameOf(const FirewallDouble::Rule& rule) {
     const auto name = rule.texts.find(L"Name");
     return name == rule.texts.end() ? L"" : Visible(name->second);
@@ -27,33 +30,52 @@ HRESULT Answer(Script& script, const std::wstring& call, const std::wstring& val
     return failing == script.failing.end() ? S_OK : failing->second;
 }
 
-class RuleObject final : public ComObject<FirewallRuleStub> {
+template <class Interface>
+class DispatchStub : public Answering<Interface> {
+public:
+    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*) override {
+        return E_NOTIMPL;
+    }
+};
+
+// Both accessors of a property, and an operation that the library has no use for.
+#define TANDOR_PROPERTY(name, type)                                                              \
+    HRESULT STDMETHODCALLTYPE get_##name(type* value) override { return Get(L"" #name, value); } \
+    HRESULT STDMETHODCALLTYPE put_##name(type value) override { return Put(L"" #name, value); }
+#define TANDOR_UNUSED(name, ...) \
+    HRESULT STDMETHODCALLTYPE name(__VA_ARGS__) override { return E_NOTIMPL; }
+
+class RuleObject final : public ComObject<DispatchStub<INetFwRule>> {
 public:
     explicit RuleObject(SharedScript script, FirewallDouble::Rule data = {})
         : script_(std::move(script)), data_(std::move(data)) {}
     [[nodiscard]] const FirewallDouble::Rule& Data() const { return data_; }
 
-    HRESULT STDMETHODCALLTYPE get_Name(BSTR* text) override { return Get(L"Name", text); }
-    HRESULT STDMETHODCALLTYPE put_Name(BSTR text) override { return Put(L"Name", text); }
-    HRESULT STDMETHODCALLTYPE get_Grouping(BSTR* text) override { return Get(L"Grouping", text); }
-    HRESULT STDMETHODCALLTYPE put_Grouping(BSTR text) override { return Put(L"Grouping", text); }
-    HRESULT STDMETHODCALLTYPE get_Description(BSTR* text) override { return Get(L"Description", text); }
-    HRESULT STDMETHODCALLTYPE put_Description(BSTR text) override { return Put(L"Description", text); }
-    HRESULT STDMETHODCALLTYPE get_ApplicationName(BSTR* text) override { return Get(L"ApplicationName", text); }
-    HRESULT STDMETHODCALLTYPE put_ApplicationName(BSTR text) override { return Put(L"ApplicationName", text); }
-    HRESULT STDMETHODCALLTYPE get_Direction(NET_FW_RULE_DIRECTION* value) override { return Get(L"Direction", value); }
-    HRESULT STDMETHODCALLTYPE put_Direction(NET_FW_RULE_DIRECTION value) override { return Put(L"Direction", value); }
-    HRESULT STDMETHODCALLTYPE get_Action(NET_FW_ACTION* value) override { return Get(L"Action", value); }
-    HRESULT STDMETHODCALLTYPE put_Action(NET_FW_ACTION value) override { return Put(L"Action", value); }
-    HRESULT STDMETHODCALLTYPE get_Protocol(LONG* value) override { return Get(L"Protocol", value); }
-    HRESULT STDMETHODCALLTYPE put_Protocol(LONG value) override { return Put(L"Protocol", value); }
-    HRESULT STDMETHODCALLTYPE get_Profiles(LONG* value) override { return Get(L"Profiles", value); }
-    HRESULT STDMETHODCALLTYPE put_Profiles(LONG value) override { return Put(L"Profiles", value); }
-    HRESULT STDMETHODCALLTYPE get_Enabled(VARIANT_BOOL* value) override { return Get(L"Enabled", value); }
-    HRESULT STDMETHODCALLTYPE put_Enabled(VARIANT_BOOL value) override { return Put(L"Enabled", value); }
-    HRESULT STDMETHODCALLTYPE put_EdgeTraversal(VARIANT_BOOL value) override { return Put(L"EdgeTraversal", value); }
+    TANDOR_PROPERTY(Name, BSTR)
+    TANDOR_PROPERTY(Description, BSTR)
+    TANDOR_PROPERTY(ApplicationName, BSTR)
+    TANDOR_PROPERTY(ServiceName, BSTR)
+    TANDOR_PROPERTY(Protocol, LONG)
+    TANDOR_PROPERTY(LocalPorts, BSTR)
+    TANDOR_PROPERTY(RemotePorts, BSTR)
+    TANDOR_PROPERTY(LocalAddresses, BSTR)
+    TANDOR_PROPERTY(RemoteAddresses, BSTR)
+    TANDOR_PROPERTY(IcmpTypesAndCodes, BSTR)
+    TANDOR_PROPERTY(Direction, NET_FW_RULE_DIRECTION)
+    TANDOR_PROPERTY(Interfaces, VARIANT)
+    TANDOR_PROPERTY(InterfaceTypes, BSTR)
+    TANDOR_PROPERTY(Enabled, VARIANT_BOOL)
+    TANDOR_PROPERTY(Grouping, BSTR)
+    TANDOR_PROPERTY(Profiles, LONG)
+    TANDOR_PROPERTY(EdgeTraversal, VARIANT_BOOL)
+    TANDOR_PROPERTY(Action, NET_FW_ACTION)
 
 private:
+    static HRESULT Get(const wchar_t*, VARIANT*) { return E_NOTIMPL; }
+    HRESULT Put(const std::wstring& property, const VARIANT&) { return Answer(*script_, L"put_" + property); }
     HRESULT Get(const wchar_t* property, BSTR* text) {
         const auto found = data_.texts.find(property);
         if (found == data_.texts.end()) return E_NOTIMPL;
@@ -62,8 +84,7 @@ private:
     }
     HRESULT Put(const std::wstring& property, BSTR text) {
         data_.texts[property] = Whole(text);
-        return Answer(*script_, L"put_" + property,
-                      Visible(Whole(text)) + L"/" + std::to_wstring(::SysStringLen(text)));
+        return Answer(*script_, L"put_" + property, Shown(text));
     }
     template <class Value>
     HRESULT Get(const wchar_t* property, Value* value) {
@@ -102,9 +123,9 @@ public:
         ++at_;
         return S_OK;
     }
-    HRESULT STDMETHODCALLTYPE Skip(ULONG) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Reset() override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Clone(IEnumVARIANT**) override { return E_NOTIMPL; }
+    TANDOR_UNUSED(Skip, ULONG)
+    TANDOR_UNUSED(Reset)
+    TANDOR_UNUSED(Clone, IEnumVARIANT**)
 
 private:
     SharedScript script_;
@@ -114,7 +135,7 @@ private:
 class Rules final : public ComObject<DispatchStub<INetFwRules>> {
 public:
     explicit Rules(SharedScript script) : script_(std::move(script)) {}
-    HRESULT STDMETHODCALLTYPE get_Count(LONG*) override { return E_NOTIMPL; }
+    TANDOR_UNUSED(get_Count, LONG*)
     HRESULT STDMETHODCALLTYPE Add(INetFwRule* rule) override {
         const HRESULT status = Answer(*script_, L"Add");
         if (SUCCEEDED(status)) script_->rules.push_back(static_cast<RuleObject*>(rule)->Data());
@@ -151,7 +172,7 @@ private:
     SharedScript script_;
 };
 
-class Policy final : public ComObject<FirewallPolicyStub> {
+class Policy final : public ComObject<DispatchStub<INetFwPolicy2>> {
 public:
     explicit Policy(SharedScript script) : script_(std::move(script)) {}
     HRESULT STDMETHODCALLTYPE get_Rules(INetFwRules** rules) override {
@@ -162,16 +183,38 @@ public:
     }
     HRESULT STDMETHODCALLTYPE IsRuleGroupEnabled(LONG profiles, BSTR group, VARIANT_BOOL* enabled) override {
         *enabled = script_->group_enabled;
-        return Answer(*script_, L"IsRuleGroupEnabled", std::to_wstring(profiles) + L" " + Visible(Whole(group)));
+        return Answer(*script_, L"IsRuleGroupEnabled", std::to_wstring(profiles) + L" " + Shown(group));
     }
     HRESULT STDMETHODCALLTYPE get_IsRuleGroupCurrentlyEnabled(BSTR group, VARIANT_BOOL* enabled) override {
         *enabled = script_->group_enabled;
-        return Answer(*script_, L"get_IsRuleGroupCurrentlyEnabled", Visible(Whole(group)));
+        return Answer(*script_, L"get_IsRuleGroupCurrentlyEnabled", Shown(group));
     }
+    TANDOR_UNUSED(get_CurrentProfileTypes, LONG*)
+    TANDOR_UNUSED(get_FirewallEnabled, NET_FW_PROFILE_TYPE2, VARIANT_BOOL*)
+    TANDOR_UNUSED(put_FirewallEnabled, NET_FW_PROFILE_TYPE2, VARIANT_BOOL)
+    TANDOR_UNUSED(get_ExcludedInterfaces, NET_FW_PROFILE_TYPE2, VARIANT*)
+    TANDOR_UNUSED(put_ExcludedInterfaces, NET_FW_PROFILE_TYPE2, VARIANT)
+    TANDOR_UNUSED(get_BlockAllInboundTraffic, NET_FW_PROFILE_TYPE2, VARIANT_BOOL*)
+    TANDOR_UNUSED(put_BlockAllInboundTraffic, NET_FW_PROFILE_TYPE2, VARIANT_BOOL)
+    TANDOR_UNUSED(get_NotificationsDisabled, NET_FW_PROFILE_TYPE2, VARIANT_BOOL*)
+    TANDOR_UNUSED(put_NotificationsDisabled, NET_FW_PROFILE_TYPE2, VARIANT_BOOL)
+    TANDOR_UNUSED(get_UnicastResponsesToMulticastBroadcastDisabled, NET_FW_PROFILE_TYPE2, VARIANT_BOOL*)
+    TANDOR_UNUSED(put_UnicastResponsesToMulticastBroadcastDisabled, NET_FW_PROFILE_TYPE2, VARIANT_BOOL)
+    TANDOR_UNUSED(get_ServiceRestriction, INetFwServiceRestriction**)
+    TANDOR_UNUSED(EnableRuleGroup, LONG, BSTR, VARIANT_BOOL)
+    TANDOR_UNUSED(RestoreLocalFirewallDefaults)
+    TANDOR_UNUSED(get_DefaultInboundAction, NET_FW_PROFILE_TYPE2, NET_FW_ACTION*)
+    TANDOR_UNUSED(put_DefaultInboundAction, NET_FW_PROFILE_TYPE2, NET_FW_ACTION)
+    TANDOR_UNUSED(get_DefaultOutboundAction, NET_FW_PROFILE_TYPE2, NET_FW_ACTION*)
+    TANDOR_UNUSED(put_DefaultOutboundAction, NET_FW_PROFILE_TYPE2, NET_FW_ACTION)
+    TANDOR_UNUSED(get_LocalPolicyModifyState, NET_FW_MODIFY_STATE*)
 
 private:
     SharedScript script_;
 };
+
+#undef TANDOR_PROPERTY
+#undef TANDOR_UNUSED
 
 template <class Object>
 ComDouble::Create Creating(const SharedScript& script, const std::wstring& call) {

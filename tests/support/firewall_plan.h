@@ -1,6 +1,8 @@
 // The user's firewall plan for the length of a test; what stood there before comes back.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <optional>
 #include <string>
 
@@ -21,7 +23,8 @@ public:
     RegistryText& operator=(const RegistryText&) = delete;
 
     void Set(const std::optional<std::wstring>& value) const {
-        value ? DE::Registry::SetValue(root_, key_, name_, *value) : DE::Registry::DeleteValue(root_, key_, name_);
+        EXPECT_TRUE(value ? DE::Registry::SetValue(root_, key_, name_, *value)
+                          : DE::Registry::DeleteValue(root_, key_, name_));
     }
     [[nodiscard]] std::optional<std::wstring> Get() const {
         std::wstring value;

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <thread>
 
 #include "base/win_handle.h"
@@ -10,15 +11,20 @@
 #include "support/firewall_double.h"
 #include "support/firewall_plan.h"
 #include "support/host_log.h"
+#include "support/own_resources.h"
+#include "support/tally.h"
 #include "tandor/firewall.h"
 
 namespace {
 
+using tandor::test::Amount;
 using tandor::test::FirewallDouble;
 using tandor::test::FirewallPlan;
+using tandor::test::HandlesOfThisProcess;
 using tandor::test::HostLog;
 using tandor::test::RegistryText;
 using tandor::test::RuleFor;
+using tandor::test::ThreadsOfThisProcess;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -58,6 +64,21 @@ private:
     tandor::FileHandle pipe_;
 };
 
+// The machine's registry cannot be written while it lives: what this program takes for it is a key that is gone.
+class NoMachineRegistry {
+public:
+    NoMachineRegistry() {
+        constexpr const wchar_t* kKey = L"TandorUtil tests, gone at once";
+        tandor::RegistryKey key;
+        ::RegCreateKeyExW(HKEY_CURRENT_USER, kKey, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, key.Receive(), nullptr);
+        ::RegDeleteKeyW(HKEY_CURRENT_USER, kKey);
+        EXPECT_EQ(::RegOverridePredefKey(HKEY_LOCAL_MACHINE, key.Get()), ERROR_SUCCESS);
+    }
+    ~NoMachineRegistry() { ::RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr); }
+    NoMachineRegistry(const NoMachineRegistry&) = delete;
+    NoMachineRegistry& operator=(const NoMachineRegistry&) = delete;
+};
+
 class FirewallManager : public testing::Test {
 protected:
     void SetUp() override { Manager().OnAllowFound(); }  // no request is kept from before
@@ -75,16 +96,23 @@ protected:
 };
 
 TEST_F(FirewallManager, CheckAsksTheFirewallOnlyWhenThePlanIsOn) {
-    double_->group_enabled = VARIANT_TRUE;
-    plan_.user.Set(L"11");
-    EXPECT_FALSE(Manager().CheckRule());
-    EXPECT_THAT(double_.Asked(), IsEmpty());
-    plan_.user.Set(L"1");
-    EXPECT_TRUE(Manager().CheckRule());
-    double_->group_enabled = VARIANT_FALSE;
-    EXPECT_FALSE(Manager().CheckRule());
-    double_->failing = {{L"IsRuleGroupEnabled", E_FAIL}};
-    EXPECT_FALSE(Manager().CheckRule());
+    struct Case {
+        const wchar_t* plan;
+        VARIANT_BOOL group;
+        HRESULT status;
+        bool enabled;
+    };
+    const Case cases[] = {{L"11", VARIANT_TRUE, S_OK, false},
+                          {L"1", VARIANT_TRUE, S_OK, true},
+                          {L"1", VARIANT_FALSE, S_OK, false},
+                          {L"1", VARIANT_TRUE, E_FAIL, false}};
+    for (const Case& c : cases) {
+        plan_.user.Set(c.plan);
+        double_->group_enabled = c.group;
+        double_->failing = {{L"IsRuleGroupEnabled", c.status}};
+        EXPECT_EQ(Manager().CheckRule(), c.enabled);
+        EXPECT_EQ(double_.Asked().empty(), c.plan != std::wstring(L"1"));
+    }
 }
 
 TEST_F(FirewallManager, EnablingNotesItAndDisablingTakesBothBack) {
@@ -94,7 +122,7 @@ TEST_F(FirewallManager, EnablingNotesItAndDisablingTakesBothBack) {
         double_->rules = {RuleFor(L"PVAMessageCenter", L"old")};
         EXPECT_TRUE(Manager().EnableRule());
         EXPECT_EQ(Note(), L"1");
-        EXPECT_THAT(double_.Names(), ElementsAre(L"PVAMessageCenter"));
+        ASSERT_THAT(double_.Names(), ElementsAre(L"PVAMessageCenter"));
         EXPECT_NE(double_->rules[0].texts[L"ApplicationName"], L"old");
     }
     double_->failing = {{L"Remove", E_ACCESSDENIED}};
@@ -104,11 +132,18 @@ TEST_F(FirewallManager, EnablingNotesItAndDisablingTakesBothBack) {
     EXPECT_TRUE(Manager().DisableRule());
     EXPECT_EQ(Note(), L"0");
     EXPECT_THAT(double_.Names(), IsEmpty());
-
-    log_.Take();
     double_->failing = {{L"Add", E_FAIL}};
     EXPECT_FALSE(Manager().EnableRule());
     EXPECT_THAT(log_.Take().back(), testing::StartsWith(L"3 AddFirewallRules fail: "));
+}
+
+TEST_F(FirewallManager, ANoteThatCannotBeWrittenLeavesTheFirewallAlone) {
+    plan_.user.Set(L"1");
+    const NoMachineRegistry none;
+    EXPECT_FALSE(Manager().EnableRule());
+    EXPECT_THAT(log_.Take(), ElementsAre(testing::AllOf(testing::StartsWith(L"3 write Fireware fail: "),
+                                                        testing::EndsWith(L"(FireWallRuleManger::EnableRule)"))));
+    EXPECT_THAT(double_.Asked(), IsEmpty());
 }
 
 TEST_F(FirewallManager, AForcedRequestGoesToTheServiceAndWaitsForItWhenThereIsNone) {
@@ -138,26 +173,70 @@ TEST_F(FirewallManager, AForcedRequestGoesToTheServiceAndWaitsForItWhenThereIsNo
     EXPECT_THAT(service.Messages(), IsEmpty());
 }
 
-// Answers the question of that title once it is on the screen.
-std::thread Answering(const std::wstring& title, WORD button) {
-    return std::thread([title, button] {
-        for (int i = 0; i < 10'000; ++i, ::Sleep(1)) {
-            const HWND question = ::FindWindowW(nullptr, title.c_str());
-            if (question != nullptr && ::PostMessageW(question, WM_COMMAND, button, 0) != 0) return;
-        }
-    });
-}
+// Presses a button of the question of that title, again until the question is gone: a press that comes while the
+// question is still being built is lost.
+class User {
+public:
+    User(const std::wstring& title, WPARAM button)
+        : thread_([this, title, button] {
+              for (; !answered_; ::Sleep(5)) {
+                  const HWND question = ::FindWindowW(nullptr, title.c_str());
+                  if (question != nullptr) ::PostMessageW(question, WM_COMMAND, button, 0);
+              }
+          }) {}
+    ~User() {
+        answered_ = true;
+        thread_.join();
+    }
+
+private:
+    std::atomic<bool> answered_{false};
+    std::thread thread_;
+};
 
 TEST_F(FirewallManager, WithoutTheRuleTheUserIsAskedAndMayDecline) {
     if (::GetDesktopWindow() == nullptr) GTEST_SKIP() << "no desktop";
     const std::wstring title = L"Firewall 手机 " + std::to_wstring(::GetCurrentProcessId());
     Service service;
-    for (const auto& [button, wanted] : {std::pair<WORD, bool>{IDNO, false}, {IDYES, true}}) {
-        std::thread user = Answering(title, button);
+    for (const auto& [button, wanted] : {std::pair<WPARAM, bool>{IDNO, false}, {IDYES, true}}) {
+        const User user(title, button);
         EXPECT_EQ(Manager().TryEnableRule(title, L"Allow connections?", true), wanted);
-        user.join();
     }
     EXPECT_THAT(service.Messages(), ElementsAre(kEnable));
+}
+
+// Objects of the firewall are counted after every test.
+TEST_F(FirewallManager, ManyCallsOfEachOperationLeaveNothingBehind) {
+    plan_.user.Set(L"1");
+    double_->group_enabled = VARIANT_TRUE;
+    const auto round = [&] {
+        Firewall firewall;
+        firewall.InitRules();
+        firewall.AddFirewallRules();
+        firewall.AddFirewallRuleWithEdgeTraversal();
+        firewall.IsRuleGroupEnabled();
+        firewall.IsRuleGroupCurrentlyEnabled();
+        firewall.DeleteFirewallRule();
+        firewall.DeleteExistFirewallRules();
+        Manager().CheckRule();
+        Manager().EnableRule();
+        Manager().TryEnableRule(L"t", L"x", true);
+        Manager().OnServerStarted();
+        Manager().DisableRuleByService();
+        Manager().DisableRule();
+        double_.Asked();
+        log_.Take();
+    };
+    const wchar_t* const failing[] = {L"nothing", L"get_Rules", L"rule", L"put_Protocol", L"Add", L"Remove", L"Item"};
+    round();
+    const int threads = ThreadsOfThisProcess();
+    const DWORD handles = HandlesOfThisProcess();
+    for (auto i = Amount("TANDOR_STRESS_ROUNDS", 50); i > 0; --i) {
+        double_->failing = {{failing[i % std::size(failing)], E_FAIL}};
+        round();
+    }
+    EXPECT_LE(ThreadsOfThisProcess(), threads);
+    EXPECT_LE(HandlesOfThisProcess(), handles);
 }
 
 }  // namespace
