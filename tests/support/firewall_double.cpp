@@ -110,7 +110,7 @@ public:
     HRESULT STDMETHODCALLTYPE Next(ULONG, VARIANT* entry, ULONG* count) override {
         *count = 0;
         if (script_->on_entry) script_->on_entry();
-        if (at_ == script_->failing_entry) return script_->entry_failure;
+        if (at_ == script_->failing_entry) return E_FAIL;
         if (at_ >= script_->rules.size()) return S_FALSE;
         *count = 1;
         if (at_ == script_->odd_entry) {

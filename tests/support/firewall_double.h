@@ -25,8 +25,7 @@ public:
         std::vector<std::wstring> asked;  // calls, as "put_Name PVAMessageCenter/500" (text, length) or "Add"
         std::map<std::wstring, HRESULT>
             failing;                           // by call, as "Add" or "put_Name"; "policy" and "rule" for the objects
-        std::size_t failing_entry = SIZE_MAX;  // the walk fails at this entry,
-        HRESULT entry_failure = E_FAIL;        // so
+        std::size_t failing_entry = SIZE_MAX;  // the walk fails at this entry
         std::size_t odd_entry = SIZE_MAX;      // this entry of the walk is a number instead of a rule
         std::function<void()> on_entry;        // called before each entry
         bool removes = true;                   // otherwise a removal succeeds and does nothing

