@@ -141,7 +141,7 @@ void Add(Context& context, const Options& options) {
     const auto foreign = std::find_if(changes.begin(), changes.end(), [&](const FirewallChange& change) {
         return !change.adds && change.rule.application != wanted.application;
     });
-    if (foreign != changes.end() && !options.replace && !options.dry_run) {
+    if (foreign != changes.end() && !options.replace) {
         throw CommandError("rule " + options.name, "it is there for " + Utf8FromWideLossy(foreign->rule.application),
                            "--replace puts the one for this program in its place, --name takes another name");
     }
