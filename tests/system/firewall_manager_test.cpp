@@ -4,10 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstring>
+#include <stdexcept>
 #include <thread>
 
 #include "base/win_handle.h"
-#include "pelora/ipc_messages.h"
 #include "support/firewall_double.h"
 #include "support/firewall_plan.h"
 #include "support/host_log.h"
@@ -25,6 +26,7 @@ using tandor::test::HostLog;
 using tandor::test::RegistryText;
 using tandor::test::RuleFor;
 using tandor::test::ThreadsOfThisProcess;
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -40,23 +42,21 @@ public:
         : pipe_(::CreateNamedPipeW(L"\\\\.\\Pipe\\iPaviloAssistant", PIPE_ACCESS_INBOUND, PIPE_TYPE_BYTE | PIPE_NOWAIT,
                                    1, 65536, 65536, 0, nullptr)) {}
 
-    // The messages that have come, as their numbers; each is about the rule and names this program.
+    // The numbers of the messages that have come; each is about the rule and names this program.
     std::vector<int> Messages() {
         std::vector<int> numbers;
-        unsigned char bytes[65536];
+        std::string bytes(65536, '\0');
         DWORD size = 0;
-        if (::ReadFile(pipe_.Get(), bytes, sizeof(bytes), &size, nullptr) == 0) return numbers;
-        const auto number = [&](DWORD at) { return *reinterpret_cast<const std::int32_t*>(bytes + at); };
-        for (DWORD at = 0; at + 52 <= size && number(at + 8) >= 52; at += static_cast<DWORD>(number(at + 8))) {
-            EXPECT_EQ(number(at + 12), 0x490084);
-            EXPECT_EQ(number(at + 16), 0x490000);
-            numbers.push_back(number(at + 24));
-            IpcBufferBuild buffer(bytes + at + 52, static_cast<unsigned>(number(at + 48)), true);
-            VxIpcPackage package(&buffer);
-            std::string rule, program;
-            EXPECT_TRUE(package.UnpacketString(rule) && package.UnpacketString(program));
-            EXPECT_EQ(rule, "PVAMessageCenter");
-            EXPECT_THAT(program, HasSubstr("\\windows_tests.exe"));
+        ::ReadFile(pipe_.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &size, nullptr);
+        std::int32_t header[13];  // the frame's numbers: its length is the third, the message the seventh
+        for (std::size_t at = 0; at + sizeof(header) <= size; at += static_cast<std::size_t>(header[2])) {
+            std::memcpy(header, bytes.data() + at, sizeof(header));
+            if (header[2] < static_cast<std::int32_t>(sizeof(header))) throw std::runtime_error("not a frame");
+            EXPECT_EQ(header[3], 0x490084);
+            EXPECT_EQ(header[4], 0x490000);
+            numbers.push_back(header[6]);
+            const std::string data = bytes.substr(at + sizeof(header), static_cast<std::size_t>(header[12]));
+            EXPECT_THAT(data, AllOf(HasSubstr("PVAMessageCenter"), HasSubstr("\\windows_tests.exe")));
         }
         return numbers;
     }
