@@ -14,8 +14,9 @@ struct StartedProcess {
     DWORD id = 0;
 };
 
-// Starts `program`, or with a null pointer the first word of the command line, as CreateProcessW finds it. `startup` needs no
-// size; handles are inherited when it asks for standard handles.
-StartedProcess StartProcess(const wchar_t* program, std::wstring command_line, STARTUPINFOW startup = {}, DWORD flags = 0);
+// Starts `program`, or with a null pointer the first word of the command line, as CreateProcessW finds it. `startup`
+// needs no size; handles are inherited when it asks for standard handles.
+StartedProcess StartProcess(const wchar_t* program, std::wstring command_line, STARTUPINFOW startup = {},
+                            DWORD flags = 0);
 
 }  // namespace tandor

@@ -7,7 +7,6 @@ add_library(TandorUtil SHARED
     $<TARGET_OBJECTS:tandor_core>
     concurrency/foreign_file.cpp
     concurrency/keep_awake.cpp
-    concurrency/lock_system.cpp
     concurrency/open_files.cpp
     concurrency/pool_message_system.cpp
     concurrency/presence.cpp

@@ -4,7 +4,6 @@ find_package(OpenSSL REQUIRED COMPONENTS Crypto)
 find_package(Threads REQUIRED)
 find_package(tinyxml2 REQUIRED)
 add_library(tandor_core STATIC ${TANDOR_CORE_SOURCES} ${TANDOR_SUITE_EXPORTED_SOURCES} ${TANDOR_SUITE_CORE_SOURCES}
-    concurrency/lock_native.cpp
     concurrency/pool_message_native.cpp
 )
 target_include_directories(tandor_core PUBLIC ${PROJECT_SOURCE_DIR}/suite/include)

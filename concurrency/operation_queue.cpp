@@ -8,7 +8,7 @@
 #include <system_error>
 #include <thread>
 
-#include "concurrency/lock.h"
+#include "base/lock.h"
 #include "concurrency/pool_message.h"
 
 namespace {

@@ -4,7 +4,7 @@
 #include <thread>
 #include <vector>
 
-#include "concurrency/lock.h"
+#include "base/lock.h"
 #include "concurrency/pool_message.h"
 #include "concurrency/task_ring.h"
 

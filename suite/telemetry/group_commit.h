@@ -3,10 +3,12 @@
 
 #include <algorithm>
 #include <chrono>
-#include <condition_variable>
 #include <functional>
 #include <mutex>
+#include <thread>
 #include <vector>
+
+#include "base/lock.h"
 
 namespace pelora {
 
@@ -26,15 +28,16 @@ public:
     template <class Write>
     bool Submit(Item& item, Clock::time_point deadline, Write write) {
         Entry entry{&item};
-        std::unique_lock lock(mutex_);
+        std::unique_lock guard(lock_);
         waiting_.push_back(&entry);
         while (entry.stage != Stage::kDone) {
             if (!leading_) {
-                Lead(lock, write);
+                Lead(guard, write);
             } else if (entry.stage == Stage::kTaken) {
-                changed_.wait(lock);
-            } else if (changed_.wait_until(lock, deadline) == std::cv_status::timeout &&
-                       entry.stage == Stage::kWaiting && leading_) {
+                changed_.Wait(lock_);
+            } else if (const auto left = deadline - Clock::now(); left > Clock::duration::zero()) {
+                changed_.Wait(lock_, Milliseconds(left));
+            } else {
                 std::erase(waiting_, &entry);
                 return false;
             }
@@ -49,21 +52,34 @@ private:
         Stage stage = Stage::kWaiting;
     };
 
+    static unsigned Milliseconds(Clock::duration time) {
+        return static_cast<unsigned>(std::chrono::ceil<std::chrono::milliseconds>(time).count());
+    }
+
     template <class Write>
-    void Lead(std::unique_lock<std::mutex>& lock, Write& write) {
+    void Lead(std::unique_lock<tandor::Lock>& guard, Write& write) {
         leading_ = true;
-        lock.unlock();
+        guard.unlock();
         write(Take([this] { return TakeGathered(); }));
-        lock.lock();
+        guard.lock();
         leading_ = false;
         if (taken_.empty()) taken_.swap(waiting_);  // the writer failed before it took them
         for (Entry* const entry : taken_) entry->stage = Stage::kDone;
+        expected_ = taken_.size() + waiting_.size();
         taken_.clear();
-        changed_.notify_all();
+        changed_.WakeAll();
     }
 
+    // Threads that were written for are on their way with their next item: to wait for them a moment makes one write of
+    // two or more, and a write takes many such moments.
     Batch TakeGathered() {
-        const std::lock_guard lock(mutex_);
+        const auto enough = Clock::now() + kGather;
+        std::unique_lock guard(lock_);
+        while (waiting_.size() < expected_ && Clock::now() < enough) {
+            guard.unlock();
+            std::this_thread::yield();
+            guard.lock();
+        }
         taken_.swap(waiting_);
         Batch batch;
         batch.reserve(taken_.size());
@@ -74,9 +90,12 @@ private:
         return batch;
     }
 
-    std::mutex mutex_;
-    std::condition_variable changed_;
+    static constexpr auto kGather = std::chrono::microseconds(100);
+
+    tandor::Lock lock_;  // of all that follows
+    tandor::Condition changed_;
     std::vector<Entry*> waiting_, taken_;
+    std::size_t expected_ = 0;  // how many items the last write and the time during it brought
     bool leading_ = false;
 };
 

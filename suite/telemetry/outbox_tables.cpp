@@ -33,6 +33,11 @@ std::int64_t PagesFor(std::size_t bytes, std::int64_t page_size) {
     return static_cast<std::int64_t>(bytes) / (page_size - 4) + 5;
 }
 
+std::int64_t NumberOf(Statement& statement) {
+    Rows rows = statement.Query();
+    return rows.Next() ? rows.Integer(0) : 0;
+}
+
 Database Opened(const std::string& utf8_path, int busy_wait) {
     Database database(utf8_path, busy_wait);
     database.Execute("PRAGMA journal_size_limit=8388608");
@@ -41,10 +46,10 @@ Database Opened(const std::string& utf8_path, int busy_wait) {
         "CREATE TABLE IF NOT EXISTS records(sequence INTEGER PRIMARY KEY, time INTEGER NOT NULL,"
         " process INTEGER NOT NULL, kind INTEGER NOT NULL, content BLOB NOT NULL);"
         "CREATE TABLE IF NOT EXISTS state(one INTEGER PRIMARY KEY CHECK(one = 1), identity BLOB NOT NULL,"
-        " next INTEGER NOT NULL, records INTEGER NOT NULL, displaced INTEGER NOT NULL, removed INTEGER NOT NULL,"
+        " next INTEGER NOT NULL, displaced INTEGER NOT NULL, removed INTEGER NOT NULL,"
         " max_records INTEGER NOT NULL, max_bytes INTEGER NOT NULL)");
     const OutboxLimits limits;
-    database.Prepare("INSERT OR IGNORE INTO state VALUES(1, ?1, 1, 0, 0, 0, ?2, ?3)")
+    database.Prepare("INSERT OR IGNORE INTO state VALUES(1, ?1, 1, 0, 0, ?2, ?3)")
         .Run(std::string_view(NewIdentity()), static_cast<std::int64_t>(limits.records),
              static_cast<std::int64_t>(limits.bytes));
     transaction.Commit();
@@ -55,9 +60,9 @@ Database Opened(const std::string& utf8_path, int busy_wait) {
 
 OutboxTables::OutboxTables(const std::string& utf8_path, int busy_wait)
     : database_(Opened(utf8_path, busy_wait)),
-      read_state_(database_.Prepare("SELECT identity, next, records, displaced, removed, max_records, max_bytes"
-                                    " FROM state")),
-      write_state_(database_.Prepare("UPDATE state SET next = ?1, records = ?2, displaced = ?3, removed = ?4")),
+      read_state_(database_.Prepare("SELECT identity, next, displaced, removed, max_records, max_bytes FROM state")),
+      newest_(database_.Prepare("SELECT max(sequence) FROM records")),
+      write_state_(database_.Prepare("UPDATE state SET next = ?1, displaced = ?2, removed = ?3")),
       insert_(database_.Prepare("INSERT INTO records VALUES(?1, ?2, ?3, ?4, ?5)")),
       drop_oldest_(database_.Prepare("DELETE FROM records WHERE sequence = (SELECT min(sequence) FROM records)")),
       read_(database_.Prepare("SELECT sequence, time, process, kind, content FROM records WHERE sequence > ?1"
@@ -68,31 +73,24 @@ OutboxTables::OutboxTables(const std::string& utf8_path, int busy_wait)
       free_pages_(database_.Prepare("PRAGMA freelist_count")),
       page_size_(database_.Number("PRAGMA page_size")) {}
 
+// The row of state is written only when something leaves: what has been put since then shows in the newest record.
 OutboxTables::State OutboxTables::ReadState() {
     Rows row = read_state_.Query();
     if (!row.Next()) throw SqliteError(kDamagedCode, "its row of state is missing");
     State state;
     state.identity = row.Bytes(0);
-    state.next = row.Integer(1);
-    state.records = row.Integer(2);
-    state.displaced = row.Integer(3);
-    state.removed = row.Integer(4);
-    state.max_records = row.Integer(5);
-    state.max_pages = row.Integer(6) / page_size_;
+    state.next = std::max(row.Integer(1), NumberOf(newest_) + 1);
+    state.displaced = row.Integer(2);
+    state.removed = row.Integer(3);
+    state.records = state.next - 1 - state.displaced - state.removed;
+    state.max_records = row.Integer(4);
+    state.max_pages = row.Integer(5) / page_size_;
     return state;
 }
 
-void OutboxTables::WriteState(const State& state) {
-    write_state_.Run(state.next, state.records, state.displaced, state.removed);
-}
+void OutboxTables::WriteState(const State& state) { write_state_.Run(state.next, state.displaced, state.removed); }
 
-std::int64_t OutboxTables::UsedPages() {
-    const auto number = [](Statement& statement) {
-        Rows rows = statement.Query();
-        return rows.Next() ? rows.Integer(0) : 0;
-    };
-    return number(pages_) - number(free_pages_);
-}
+std::int64_t OutboxTables::UsedPages() { return NumberOf(pages_) - NumberOf(free_pages_); }
 
 // Freed pages are used again before the file grows, so it never passes the limit.
 void OutboxTables::MakeRoom(State& state, std::int64_t records, std::int64_t pages) {
@@ -126,8 +124,9 @@ void OutboxTables::Store(PendingRecord& pending, State& state) {
 void OutboxTables::Put(const std::vector<PendingRecord*>& batch) {
     Transaction transaction(database_);
     State state = ReadState();
+    const std::int64_t displaced = state.displaced;
     for (PendingRecord* const pending : batch) Store(*pending, state);
-    WriteState(state);
+    if (state.displaced != displaced) WriteState(state);
     transaction.Commit();
 }
 
@@ -201,21 +200,21 @@ unsigned long long OutboxTables::RemoveThrough(unsigned long long sequence) {
 
 OutboxStatus OutboxTables::Status() {
     Statement query = database_.Prepare(
-        "SELECT max_records, max_bytes, records, next - 1, displaced, removed, page_count,"
-        " (SELECT time FROM records ORDER BY sequence LIMIT 1),"
+        "SELECT max_records, max_bytes, max(next - 1, (SELECT ifnull(max(sequence), 0) FROM records)), displaced,"
+        " removed, page_count, (SELECT time FROM records ORDER BY sequence LIMIT 1),"
         " (SELECT time FROM records ORDER BY sequence DESC LIMIT 1) FROM state, pragma_page_count");
     Rows row = query.Query();
     if (!row.Next()) throw SqliteError(kDamagedCode, "its row of state is missing");
     const auto number = [&row](int column) { return static_cast<unsigned long long>(row.Integer(column)); };
     OutboxStatus status;
     status.limits = {number(0), number(1)};
-    status.records = number(2);
-    status.put = number(3);
-    status.displaced = number(4);
-    status.removed = number(5);
-    status.bytes = number(6) * static_cast<unsigned long long>(page_size_);
-    status.oldest = row.Integer(7);
-    status.newest = row.Integer(8);
+    status.put = number(2);
+    status.displaced = number(3);
+    status.removed = number(4);
+    status.records = status.put - status.displaced - status.removed;
+    status.bytes = number(5) * static_cast<unsigned long long>(page_size_);
+    status.oldest = row.Integer(6);
+    status.newest = row.Integer(7);
     return status;
 }
 

@@ -1,7 +1,7 @@
 // The lock of the native build, in terms that its sanitizers know.
 #include <chrono>
 
-#include "concurrency/lock.h"
+#include "base/lock.h"
 
 namespace tandor {
 

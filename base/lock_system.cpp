@@ -1,6 +1,6 @@
 #include <windows.h>
 
-#include "concurrency/lock.h"
+#include "base/lock.h"
 
 namespace tandor {
 namespace {
