@@ -26,6 +26,7 @@ constexpr TourStep kSteps[] = {
     {"Push more to a busy queue than it keeps", "IOperationQueue::Push", TourQueue},
     {"Time the steps of a pairing, one of them missing", "Tandor::Reporter::Commit", TourTimedPairing},
     {"Report a fault with its log files", "Tandor::KoEventReporter::KoEventReport", TourFault},
+    {"Compare the firewall with the user's plan", "Firewall::AddFirewallRules", TourFirewall},
     {"See what lies in the outbox", "pelora::Outbox", TourOutbox},
 };
 

@@ -31,6 +31,10 @@ add_library(TandorUtil SHARED
     security/crypt_random.cpp
     security/file_digest.cpp
     security/sealing_host.cpp
+    system/firewall.cpp
+    system/firewall_manager.cpp
+    system/firewall_reader.cpp
+    system/firewall_removal.cpp
     system/http_download.cpp
     system/http_transfer.cpp
     telemetry/data_process_report.cpp

@@ -30,6 +30,7 @@ set(TANDOR_CORE_SOURCES
     security/sealed_message.cpp
     security/sealing.cpp
     security/sha256.cpp
+    system/firewall_rule.cpp
     system/http_headers.cpp
 )
 # Portable as well, but they call the suite's services: the native tests link them with stand-ins for those.
