@@ -53,6 +53,7 @@ void AddCommands(CLI::App& app, Context& context) {
              AddQueueCommand,
              AddWatchCommand,
              AddLookCommands,
+             AddConsoleCommands,
              AddDoctorCommand,
              AddTourCommand,
          }) {

@@ -30,6 +30,8 @@ set(TANDOR_CORE_SOURCES
     security/sealed_message.cpp
     security/sealing.cpp
     security/sha256.cpp
+    system/driver_store.cpp
+    system/hardware_id.cpp
 )
 # Portable as well, but they call the suite's services: the native tests link them with stand-ins for those.
 set(TANDOR_SERVICE_CALLERS

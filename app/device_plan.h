@@ -1,0 +1,28 @@
+// What a command of the device console would do, without doing it.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "app/command.h"
+
+namespace tandor::app {
+
+struct DeviceOrder {
+    std::string command;      // a word of the device console, or "stage"
+    std::string hardware_id;  // none for "stage"
+    std::string inf;          // none for "enable" and "disable"
+};
+
+struct DevicePlan {
+    std::vector<std::string> steps;
+    std::vector<std::string> notes;
+    bool can_succeed = true;
+};
+
+// Looks at the INF and at the devices there are. Throws CommandError when the order cannot even begin.
+DevicePlan PlanOf(const DeviceOrder& order);
+
+void ShowPlan(const Context& context, const DeviceOrder& order, const DevicePlan& plan);
+
+}  // namespace tandor::app
