@@ -42,13 +42,6 @@ std::vector<DeviceNode> AllDevices() {
     return nodes;
 }
 
-std::vector<DeviceNode> DevicesWith(const std::string& hardware_id) {
-    std::vector<DeviceNode> nodes;
-    if (const unsigned long error = DeviceInventory::Find(WideFromUtf8(hardware_id), nodes); error != 0)
-        throw DeviceError("the list of devices", error);
-    return nodes;
-}
-
 void Show(const Context& context, const std::vector<DeviceNode>& nodes) {
     if (context.json) return PrintJson({{"devices", JsonOf(nodes)}});
     ShowDevices(nodes);
@@ -74,7 +67,7 @@ void Find(Context& context, const ConsoleOptions& options) {
 }
 
 void Status(Context& context, const ConsoleOptions& options) {
-    const std::vector<DeviceNode> nodes = DevicesWith(options.order.hardware_id);
+    const std::vector<DeviceNode> nodes = Targets(options.order);
     const bool all_started =
         std::ranges::all_of(nodes, [](const DeviceNode& node) { return node.state == DeviceNode::State::kStarted; });
     context.exit_code = nodes.empty() || !all_started ? 1 : 0;
@@ -90,15 +83,18 @@ void Execute(Context& context, const ConsoleOptions& options) {
         return;
     }
     const std::string thing = order.command + " " + order.hardware_id;
-    if (order.command == "install" && !options.again && !DevicesWith(order.hardware_id).empty())
+    if (order.command == "install" && !options.again && !Targets(order).empty())
         throw CommandError(thing, "a device with this identifier is there", "use update, or --again for one more");
-    // The system takes complete paths only.
-    if (!order.inf.empty()) order.inf = TextOf(std::filesystem::absolute(PathFrom(order.inf)));
+    // The system takes complete paths only. What is taken out may be there without its INF.
+    if (order.command == "remove")
+        order.inf = TextOf(std::filesystem::absolute(PathFrom(order.inf)));
+    else if (!order.inf.empty())
+        order.inf = Utf8FromWideLossy(ReadInf(order).path);
     if (!DeviceConsole::GetInstance().ExecCommand(WideFromUtf8(order.command), WideFromUtf8(order.hardware_id),
                                                   WideFromUtf8(order.inf))) {
         throw DeviceError(thing, ::GetLastError());
     }
-    const std::vector<DeviceNode> nodes = DevicesWith(order.hardware_id);
+    const std::vector<DeviceNode> nodes = Targets(order);
     if (context.json) {
         return PrintJson({{"command", order.command}, {"hardware_id", order.hardware_id}, {"devices", JsonOf(nodes)}});
     }
@@ -114,7 +110,7 @@ const char* StagedMeaning(DWORD exit_code) {
 
 void Stage(Context& context, const ConsoleOptions& options) {
     if (options.dry_run) return Execute(context, options);
-    const std::wstring inf = WideFromUtf8(options.order.inf);
+    const std::wstring inf = ReadInf(options.order).path;
     const bool staged = DeviceConsole::GetInstance().ExecPnpCommand(inf);
     const DWORD code = ::GetLastError();
     if (!staged) throw DeviceError("stage " + options.order.inf, code);

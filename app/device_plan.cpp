@@ -14,20 +14,6 @@ using Vxa::Exp::DriverInf;
 
 constexpr const char* kNobody = "no present device has this hardware identifier";
 
-std::vector<DeviceNode> Targets(const DeviceOrder& order) {
-    std::vector<DeviceNode> nodes;
-    const unsigned long error = DeviceInventory::Find(WideFromUtf8(order.hardware_id), nodes);
-    if (error != 0) throw DeviceError("the list of devices", error);
-    return nodes;
-}
-
-DriverInf ReadInf(const DeviceOrder& order) {
-    DriverInf inf;
-    const unsigned long error = DeviceInventory::ReadInf(WideFromUtf8(order.inf), inf);
-    if (error != 0) throw DeviceError(order.inf, error);
-    return inf;
-}
-
 // A step for each device that the order means.
 void AddEach(const DeviceOrder& order, const char* format, DevicePlan& plan) {
     for (const DeviceNode& node : Targets(order))
@@ -88,6 +74,20 @@ DevicePlan PlanStage(const DeviceOrder& order) {
 }
 
 }  // namespace
+
+std::vector<DeviceNode> Targets(const DeviceOrder& order) {
+    std::vector<DeviceNode> nodes;
+    const unsigned long error = DeviceInventory::Find(WideFromUtf8(order.hardware_id), nodes);
+    if (error != 0) throw DeviceError("the list of devices", error);
+    return nodes;
+}
+
+DriverInf ReadInf(const DeviceOrder& order) {
+    DriverInf inf;
+    const unsigned long error = DeviceInventory::ReadInf(WideFromUtf8(order.inf), inf);
+    if (error != 0) throw DeviceError(order.inf, error);
+    return inf;
+}
 
 DevicePlan PlanOf(const DeviceOrder& order) {
     if (order.command == "install") return PlanInstall(order);

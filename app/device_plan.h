@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "app/command.h"
+#include "tandor/device_console.h"
 
 namespace tandor::app {
 
@@ -13,6 +14,12 @@ struct DeviceOrder {
     std::string hardware_id;  // none for "stage"
     std::string inf;          // none for "enable" and "disable"
 };
+
+// The order's INF file. Throws CommandError when it cannot be used.
+Vxa::Exp::DriverInf ReadInf(const DeviceOrder& order);
+
+// The devices that the order means.
+std::vector<Vxa::Exp::DeviceNode> Targets(const DeviceOrder& order);
 
 struct DevicePlan {
     std::vector<std::string> steps;

@@ -3,6 +3,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "pelora/registry.h"
 #include "support/files.h"
 #include "support/run_program.h"
 #include "support/setup_spy.h"
@@ -15,6 +16,19 @@ using tandor::test::ProgramRun;
 using tandor::test::RunTandorctl;
 using tandor::test::SystemFile;
 using testing::HasSubstr;
+
+// The device-installation library that tandorctl finds. Wine takes its own unless it is told otherwise.
+class NewdevDouble {
+public:
+    NewdevDouble() { DE::Registry::SetValue(DE::RegistryRoot::kCurrentUser, kKey, L"newdev", std::wstring(L"native")); }
+    ~NewdevDouble() { DE::Registry::DeleteKey(DE::RegistryRoot::kCurrentUser, kKey); }
+    NewdevDouble(const NewdevDouble&) = delete;
+    NewdevDouble& operator=(const NewdevDouble&) = delete;
+
+private:
+    static constexpr auto kKey = L"Software\\Wine\\AppDefaults\\tandorctl.exe\\DllOverrides";
+    SystemFile file_{L"newdev_double.dll", L"newdev.dll"};
+};
 
 class ConsoleCommands : public testing::Test {
 protected:
@@ -45,7 +59,7 @@ TEST_F(ConsoleCommands, InstallsShowsAndPlans) {
     EXPECT_EQ(Run(L"find", false).exit_code, 1);  // the plan made nothing
     EXPECT_EQ(Run(L"enable --dry-run", false).exit_code, 1);
     {
-        const SystemFile newdev(L"newdev_double.dll", L"newdev.dll");
+        const NewdevDouble newdev;
         const ProgramRun install = Run(L"install");
         EXPECT_EQ(install.exit_code, 0) << install.error;
         EXPECT_EQ(json::parse(install.out)["devices"][0]["class"], "System");

@@ -1,6 +1,10 @@
 #include "support/setup_spy.h"
 
+#include <cstring>
 #include <filesystem>
+#include <stdexcept>
+#include <tuple>
+#include <utility>
 
 namespace tandor::test {
 namespace {
@@ -74,8 +78,11 @@ struct Spied<entry, Result(Arguments...)> {
         if constexpr (entry == kSetParams) return TRUE;
         if constexpr (entry == kInstaller)
             if (std::get<0>(std::tuple(arguments...)) == DIF_PROPERTYCHANGE) return TRUE;
+        if constexpr (entry == kGetParams) {  // Wine gives none of a removed device
+            std::get<2>(std::tuple(arguments...))->Flags = spy->install_flags;
+            return TRUE;
+        }
         const Result result = real(arguments...);
-        if constexpr (entry == kGetParams) std::get<2>(std::tuple(arguments...))->Flags |= spy->install_flags;
         if constexpr (std::is_same_v<Result, HDEVINFO>) spy->open_lists += result != INVALID_HANDLE_VALUE ? 1 : 0;
         if constexpr (entry == kDestroy) --spy->open_lists;
         return result;
@@ -171,7 +178,9 @@ SystemFile::SystemFile(const wchar_t* source, const wchar_t* name)
 }
 
 SystemFile::~SystemFile() {
-    ::DeleteFileW(path_.c_str());
+    // A program that somebody did not wait for may still run.
+    for (int i = 0; i < 1000 && ::DeleteFileW(path_.c_str()) == 0 && ::GetLastError() != ERROR_FILE_NOT_FOUND; ++i)
+        ::Sleep(10);
     PutBack();
 }
 

@@ -32,7 +32,7 @@ public:
     // The call that begins like this fails so often with this error.
     void Fail(std::wstring call, DWORD error, int times = 1);
 
-    DWORD install_flags = 0;          // what the devices' install parameters hold besides their own
+    DWORD install_flags = 0;          // of the devices' install parameters
     std::atomic<int> open_lists = 0;  // device lists that were not destroyed yet
 
     // For the doubles' functions: records the call and says whether it is to fail.

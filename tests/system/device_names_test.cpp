@@ -22,7 +22,7 @@ TEST(HardwareId, FillsAListUpToTheSystemsLimit) {
     list.fill(L'#');
     ASSERT_TRUE(tandor::PutIdentifier(L"Root\\Pad", list));
     EXPECT_EQ(std::wstring_view(list.data(), list.size()), L"Root\\Pad" + std::wstring(194, L'\0'));
-    for (const auto bad : {std::wstring(), longest + L"x", std::wstring(L"a\0b"sv)}) {
+    for (const std::wstring& bad : {std::wstring(), longest + L"x", std::wstring(L"a\0b"sv)}) {
         EXPECT_FALSE(tandor::PutIdentifier(bad, list));
         EXPECT_EQ(list[0], L'R');
     }
