@@ -113,6 +113,9 @@ void Stage(Context& context, const ConsoleOptions& options) {
     const std::wstring inf = ReadInf(options.order).path;
     const bool staged = DeviceConsole::GetInstance().ExecPnpCommand(inf);
     const DWORD code = ::GetLastError();
+    if (code == ERROR_FILE_NOT_FOUND)  // the INF is there
+        throw CommandError("stage " + options.order.inf,
+                           "the system's pnputil.exe or a file of the package is missing");
     if (!staged) throw DeviceError("stage " + options.order.inf, code);
     Vxa::Exp::DriverInf driver;
     Json folders = Json::array();
@@ -140,10 +143,13 @@ CLI::App* AddVerb(CLI::App& console, Context& context, const std::shared_ptr<Con
 
 void AddOrder(CLI::App& command, ConsoleOptions& options, bool needs_id, bool needs_inf) {
     const auto not_empty = [](const std::string& text) { return text.empty() ? std::string("it is empty") : ""; };
+    const auto fits = [](const std::string& id) {
+        return id.empty() || WideFromUtf8(id).size() > 200 ? std::string("a hardware id has 1 to 200 characters") : "";
+    };
     if (needs_id) {
         command.add_option("HARDWARE_ID", options.order.hardware_id, "As the device has it, as in Root\\VirtualPad")
             ->required()
-            ->check(not_empty);
+            ->check(fits);
     }
     if (needs_inf)
         command.add_option("INF", options.order.inf, "The driver package's INF file")->required()->check(not_empty);

@@ -85,7 +85,7 @@ std::vector<DeviceNode> Targets(const DeviceOrder& order) {
 DriverInf ReadInf(const DeviceOrder& order) {
     DriverInf inf;
     const unsigned long error = DeviceInventory::ReadInf(WideFromUtf8(order.inf), inf);
-    if (error != 0) throw DeviceError(order.inf, error);
+    if (error != 0) throw DeviceError(order.inf, error, "check that it is a driver's INF file");
     return inf;
 }
 

@@ -41,7 +41,6 @@ constexpr Explanation kExplanations[] = {
     {ERROR_INVALID_NAME, nullptr, "check the path"},
     {ERROR_FILENAME_EXCED_RANGE, nullptr, "use a shorter path, of at most 259 characters"},
     {ERROR_BAD_PATHNAME, nullptr, "use a shorter path, of at most 259 characters"},
-    {ERROR_INVALID_PARAMETER, nullptr, "a hardware identifier has 1 to 200 characters"},
     {ERROR_INVALID_FUNCTION, "the system's device-installation library cannot be used", "--follow shows what it lacks"},
     {ERROR_TIMEOUT, "the system's pnputil.exe still runs after five minutes", "look for it in the task manager"},
     {ERROR_NO_SUCH_DEVINST, "no present device has this hardware identifier", "'tandorctl console list' shows them"},
@@ -100,13 +99,13 @@ void ShowDevices(const std::vector<DeviceNode>& nodes) {
     PrintTable(rows);
 }
 
-CommandError DeviceError(const std::string& thing, unsigned long error) {
+CommandError DeviceError(const std::string& thing, unsigned long error, const char* remedy) {
     const auto* const found = std::ranges::find(kExplanations, error, &Explanation::error);
     const bool known = found != std::end(kExplanations);
     if (known && found->cause != nullptr) return {thing, found->cause, found->remedy};
     const std::string cause =
         error >= 0xE0000000 ? fmt::format("Setup API error 0x{:08X}", error) : WindowsErrorText(error);
-    return {thing, cause, known ? found->remedy : "--follow shows which step failed"};
+    return {thing, cause, known ? found->remedy : remedy};
 }
 
 }  // namespace tandor::app

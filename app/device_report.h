@@ -15,7 +15,9 @@ std::string StateText(const Vxa::Exp::DeviceNode& node);
 Json JsonOf(const std::vector<Vxa::Exp::DeviceNode>& nodes);
 void ShowDevices(const std::vector<Vxa::Exp::DeviceNode>& nodes);
 
-// A failed device operation on `thing`, in words and with a remedy, for Windows and Setup API errors.
-CommandError DeviceError(const std::string& thing, unsigned long error);
+// A failed device operation on `thing`, in words and with a remedy, for Windows and Setup API errors; `remedy` where
+// the error has none of its own.
+CommandError DeviceError(const std::string& thing, unsigned long error,
+                         const char* remedy = "--follow shows which step failed");
 
 }  // namespace tandor::app

@@ -101,6 +101,7 @@ TEST_F(ConsoleCommands, StagesAPackage) {
 }
 
 TEST_F(ConsoleCommands, BadInputIsExplained) {
+    tandor::test::WriteAll(folder_.path / L"bad.inf", "junk");
     struct Case {
         std::wstring arguments;
         int exit_code;
@@ -109,9 +110,11 @@ TEST_F(ConsoleCommands, BadInputIsExplained) {
     for (const Case& c : {
              Case{L"console", 2, "subcommand is required"},
              Case{L"console install " + id_, 2, "INF is required"},
-             Case{L"console enable \"\"", 2, "it is empty"},
+             Case{L"console enable \"\"", 2, "1 to 200 characters"},
              Case{L"console install " + id_ + L" no-such.inf --dry-run", 1, "error: no-such.inf: "},
              Case{L"console stage no-such.inf", 1, "check the path"},
+             Case{L"console stage \"" + (folder_.path / L"bad.inf").native() + L"\"", 1,
+                  "check that it is a driver's INF"},
          }) {
         const ProgramRun run = RunTandorctl(c.arguments);
         EXPECT_EQ(run.exit_code, c.exit_code) << run.error;
