@@ -70,6 +70,7 @@ void AddScreenCommands(CLI::App& app, Context& context);
 void AddPanelCommand(CLI::App& app, Context& context);
 void AddHashCommand(CLI::App& app, Context& context);
 void AddSealCommands(CLI::App& app, Context& context);
+void AddFetchCommand(CLI::App& app, Context& context);
 void AddReportCommands(CLI::App& app, Context& context);
 void AddOutboxCommands(CLI::App& app, Context& context);
 void AddQueueCommand(CLI::App& app, Context& context);

@@ -22,6 +22,7 @@ void CheckDeviceStore(Findings& findings);
 void CheckRegistry(Findings& findings);
 void CheckImaging(Findings& findings);
 void CheckSealing(Findings& findings);
+void CheckHttps(Findings& findings);
 void CheckWatching(Findings& findings);
 
 }  // namespace tandor::app

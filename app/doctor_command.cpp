@@ -19,7 +19,7 @@ namespace {
 
 using Check = void (*)(Findings&);
 constexpr std::array kChecks{
-    CheckLogs, CheckDeviceStore, CheckRegistry, CheckImaging, CheckSealing, CheckWatching,
+    CheckLogs, CheckDeviceStore, CheckRegistry, CheckImaging, CheckSealing, CheckHttps, CheckWatching,
 };
 constexpr std::array kVerdicts{"works", "limited", "broken"};
 

@@ -48,6 +48,7 @@ void AddCommands(CLI::App& app, Context& context) {
              AddPanelCommand,
              AddHashCommand,
              AddSealCommands,
+             AddFetchCommand,
              AddReportCommands,
              AddOutboxCommands,
              AddQueueCommand,

@@ -72,7 +72,13 @@ bool WriteTable(std::FILE* file) {
     std::fprintf(file,
                  "| operation | beside | ours | its | ratio | target | verdict |\n|---|---|---:|---:|---|---|---|\n");
     for (const Row& row : rows) {
-        if (std::isnan(row.ours) || std::isnan(row.theirs)) continue;
+        if (std::isnan(row.ours) && std::isnan(row.theirs)) continue;
+        if (std::isnan(row.ours) || std::isnan(row.theirs)) {
+            std::fprintf(file, "| %s | %s | | | one of them failed | | MISSED |\n", row.operation.c_str(),
+                         row.baseline.c_str());
+            all_met = false;
+            continue;
+        }
         const Judged judged = Judge(row);
         all_met = all_met && judged.met;
         const auto in_words = [](double ns) {
@@ -136,6 +142,7 @@ int main(int count, char** words) {
     AddLoading();
     AddScreen();
     AddSecurity();
+    AddHttp();
     AddTelemetry();
     Reporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);

@@ -46,6 +46,7 @@ void AddFoundation();
 void AddLoading();
 void AddScreen();
 void AddSecurity();
+void AddHttp();
 void AddTelemetry();
 
 }  // namespace tandor::bench

@@ -37,6 +37,8 @@ add_library(TandorUtil SHARED
     system/driver_staging.cpp
     system/store_search.cpp
     system/system_path.cpp
+    system/http_download.cpp
+    system/http_transfer.cpp
     telemetry/data_process_report.cpp
     telemetry/data_report_clock.cpp
     ${TANDOR_SERVICE_CALLERS}
@@ -47,8 +49,8 @@ target_include_directories(TandorUtil PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_
 set_target_properties(TandorUtil PROPERTIES PREFIX "" IMPORT_PREFIX "lib")
 target_link_libraries(TandorUtil PRIVATE $<BUILD_INTERFACE:tandor_compiling> $<BUILD_INTERFACE:tandor_base>
     ${TANDOR_SUITE_TARGET} $<BUILD_INTERFACE:spdlog::spdlog> $<BUILD_INTERFACE:fmt::fmt>
-    $<BUILD_INTERFACE:tandor_crypto>)
-tandor_delay_load(TandorUtil user32 gdi32 gdiplus advapi32 ole32 oleaut32 bcrypt setupapi cfgmgr32 pathcch)
+    $<BUILD_INTERFACE:tandor_crypto> $<BUILD_INTERFACE:tandor_curl>)
+tandor_delay_load(TandorUtil user32 gdi32 gdiplus advapi32 ole32 oleaut32 bcrypt pathcch setupapi cfgmgr32)
 # Sample configuration, where programs in the bin folder look for theirs.
 foreach(sample config/VxExScreenConfig.xml cloundConfig/PadResolutionConfig.xml)
     get_filename_component(name ${sample} NAME)

@@ -6,6 +6,8 @@
 #include <array>
 #include <atomic>
 
+#include "base/crypto_start.h"
+
 namespace tandor {
 namespace {
 
@@ -15,11 +17,9 @@ void EmptyStock() {
     for (auto& slot : stock) ::EVP_CIPHER_CTX_free(slot.exchange(nullptr, std::memory_order_acq_rel));
 }
 
-// Without this the library would read a configuration file from a directory that on Windows anybody may create, and
-// load what it names. The stock is emptied by the library's own clean-up, because it must not outlive it.
+// The stock is emptied by the library's own clean-up, because it must not outlive it.
 bool PrepareLibrary() noexcept {
-    static const bool prepared =
-        ::OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG, nullptr) == 1 && ::OPENSSL_atexit(EmptyStock) == 1;
+    static const bool prepared = StartCrypto() && ::OPENSSL_atexit(EmptyStock) == 1;
     return prepared;
 }
 

@@ -12,8 +12,8 @@
 #include <thread>
 
 #include "base/hex.h"
-#include "base/win_handle.h"
 #include "base/lock.h"
+#include "base/win_handle.h"
 #include "foundation/message.h"
 #include "security/sha256.h"
 #include "tandor/sealing.h"
@@ -145,7 +145,8 @@ private:
     bool stopped_ = false;
 };
 
-// The bytes lie in the cache of the processor core that read them: each piece is fetched while the one before it is worked on.
+// The bytes lie in the cache of the processor core that read them: each piece is fetched while the one before it is
+// worked on.
 bool Feed(tandor::Sha256& hash, const Block& block) noexcept {
     constexpr std::size_t kPiece = 1024;
     constexpr std::size_t kLine = 64;

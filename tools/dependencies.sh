@@ -61,19 +61,26 @@ build_cli11() { cross_cmake -DCLI11_BUILD_TESTS=OFF -DCLI11_BUILD_EXAMPLES=OFF -
 build_googletest() { cross_cmake -DBUILD_GMOCK=ON -Dgtest_disable_pthreads=OFF; }
 build_benchmark() { cross_cmake -DBENCHMARK_ENABLE_TESTING=OFF -DBENCHMARK_ENABLE_GTEST_TESTS=OFF -DHAVE_STD_REGEX=ON -DGIT_VERSION=1.7.1; }
 
+# Positions are set by a call of their own: with overlapped ones Wine asks its server about every read and write.
 build_sqlite() {
     (cd tree && ./configure --disable-tcl --disable-readline && make sqlite3.c)
     $triplet-gcc-posix -O2 -c tree/sqlite3.c -o sqlite3.o -ffunction-sections -fdata-sections \
         -DSQLITE_THREADSAFE=1 -DSQLITE_DQS=0 -DSQLITE_OMIT_LOAD_EXTENSION -DSQLITE_OMIT_DEPRECATED \
-        -DSQLITE_OMIT_SHARED_CACHE -DSQLITE_DEFAULT_MEMSTATUS=0
+        -DSQLITE_OMIT_SHARED_CACHE -DSQLITE_DEFAULT_MEMSTATUS=0 -DSQLITE_WIN32_NO_OVERLAPPED
     rm -f "$prefix/lib/libsqlite3.a"
     $triplet-ar rcs "$prefix/lib/libsqlite3.a" sqlite3.o
     cp tree/sqlite3.h "$prefix/include/"
 }
 
+# Without what neither a TLS 1.2 or 1.3 client nor the digests and the cipher of the library need, and in the smaller code:
+# what takes time there is written in assembler.
 build_openssl() {
+    local -a without=(no-shared no-tests no-legacy no-engine no-dso no-async no-aria no-bf no-blake2 no-camellia no-cast
+        no-cmp no-cms no-comp no-ct no-dtls no-ec2m no-gost no-idea no-mdc2 no-nextprotoneg no-ocb no-psk no-rc2 no-rc4
+        no-rfc3779 no-rmd160 no-scrypt no-seed no-siphash no-siv no-sm2 no-sm3 no-sm4 no-srp no-srtp no-ssl3 no-tls1
+        no-tls1_1 no-ts no-whirlpool)
     (cd tree && ./Configure mingw64 --cross-compile-prefix=$triplet- --prefix="$prefix" --libdir=lib \
-        no-shared no-tests no-legacy no-engine no-dso no-async -ffunction-sections -fdata-sections)
+        "${without[@]}" -Os -ffunction-sections -fdata-sections)
     make -C tree build_generated
     make -C tree -j "$jobs" libcrypto.a libssl.a
     make -C tree install_dev
@@ -82,7 +89,9 @@ build_openssl() {
 build_curl() {
     cross_cmake -DHTTP_ONLY=ON -DCURL_USE_OPENSSL=ON -DOPENSSL_ROOT_DIR="$prefix" -DOPENSSL_USE_STATIC_LIBS=ON \
         -DBUILD_CURL_EXE=OFF -DBUILD_TESTING=OFF -DCURL_ZLIB=OFF -DUSE_LIBIDN2=OFF -DCURL_USE_LIBPSL=OFF \
-        -DCURL_USE_LIBSSH2=OFF -DENABLE_MANUAL=OFF
+        -DCURL_USE_LIBSSH2=OFF -DENABLE_MANUAL=OFF -DCURL_DISABLE_ALTSVC=ON -DCURL_DISABLE_COOKIES=ON \
+        -DCURL_DISABLE_DOH=ON -DCURL_DISABLE_GETOPTIONS=ON -DCURL_DISABLE_HSTS=ON -DCURL_DISABLE_MIME=ON \
+        -DCURL_DISABLE_NETRC=ON
 }
 
 keep_licences() {

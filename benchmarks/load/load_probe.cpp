@@ -4,6 +4,8 @@
 
 #include <initializer_list>
 
+#include "benchmarks/microseconds.h"
+
 int wmain(int count, wchar_t** words) {
     if (count > 2) {
         for (const wchar_t* dll : {L"user32.dll", L"gdi32.dll", L"gdiplus.dll", L"ole32.dll", L"advapi32.dll",
@@ -11,10 +13,5 @@ int wmain(int count, wchar_t** words) {
             ::LoadLibraryW(dll);
         }
     }
-    LARGE_INTEGER frequency, begin, end;
-    ::QueryPerformanceFrequency(&frequency);
-    ::QueryPerformanceCounter(&begin);
-    const HMODULE module = ::LoadLibraryW(words[1]);
-    ::QueryPerformanceCounter(&end);
-    return module == nullptr ? -1 : static_cast<int>((end.QuadPart - begin.QuadPart) * 1'000'000 / frequency.QuadPart);
+    return tandor::bench::Microseconds([words] { return ::LoadLibraryW(words[1]) != nullptr; });
 }

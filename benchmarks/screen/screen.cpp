@@ -4,9 +4,11 @@
 #include <cstring>
 #include <vector>
 
-#include "benchmarks/ratio.h"
+#include "benchmarks/process_time.h"
 #include "config/screen_reader.h"
 #include "device/edid.h"
+#include "pelora/registry.h"
+#include "tests/support/plain_gamut.h"
 
 namespace tandor::bench {
 namespace {
@@ -50,42 +52,21 @@ void LoadAlone(benchmark::State& state) {
     }
 }
 
+// On a PC model that the sample files know; the machine's own one is set again afterwards.
+Body OnKnownModel(const std::wstring& work) {
+    return [work](benchmark::State& state) {
+        constexpr auto kRoot = DE::RegistryRoot::kLocalMachine;
+        constexpr auto kKey = L"\\SOFTWARE\\Vextro\\Pelora";
+        std::wstring before;
+        const bool had_one = DE::Registry::GetValue(kRoot, kKey, L"DeviceType", before);
+        DE::Registry::SetValue(kRoot, kKey, L"DeviceType", std::wstring(L"PLR-W14A"));
+        TimeOfProcess(L"screen_probe.exe " + work)(state);
+        had_one ? DE::Registry::SetValue(kRoot, kKey, L"DeviceType", before)
+                : DE::Registry::DeleteValue(kRoot, kKey, L"DeviceType");
+    };
+}
+
 // ---- panels
-
-// Clipping as a textbook has it, on growing vectors (I. Sutherland, G. Hodgman, Reentrant polygon clipping, 1974).
-using Points = std::vector<Chromaticity>;
-
-double Area(const Points& points) {
-    double twice = 0;
-    for (std::size_t i = 0; i < points.size(); ++i) {
-        const Chromaticity& next = points[(i + 1) % points.size()];
-        twice += points[i].first * next.second - next.first * points[i].second;
-    }
-    return twice / 2;
-}
-
-double PlainCoverage(const Gamut& reference, const Gamut& panel) {
-    const Points outer(reference.begin(), reference.begin() + 3);
-    Points polygon(panel.begin(), panel.begin() + 3);
-    for (std::size_t i = 0; i < 3; ++i) {
-        const Chromaticity a = outer[i], b = outer[(i + 1) % 3];
-        const auto side = [&](const Chromaticity& p) {
-            return (b.first - a.first) * (p.second - a.second) - (b.second - a.second) * (p.first - a.first);
-        };
-        Points kept;
-        for (std::size_t j = 0; j < polygon.size(); ++j) {
-            const Chromaticity p = polygon[j], q = polygon[(j + 1) % polygon.size()];
-            const double at_p = side(p), at_q = side(q);
-            if (at_p >= 0) kept.push_back(p);
-            if ((at_p > 0 && at_q < 0) || (at_p < 0 && at_q > 0)) {
-                const double part = at_p / (at_p - at_q);
-                kept.emplace_back(p.first + part * (q.first - p.first), p.second + part * (q.second - p.second));
-            }
-        }
-        polygon = kept;
-    }
-    return std::abs(Area(polygon)) / Area(outer);
-}
 
 Gamut PlainGamut(const std::vector<std::uint8_t>& edid) {
     std::vector<double> values;
@@ -126,6 +107,10 @@ Body JudgePanel(Judge judge) {
 void AddScreen() {
     Compare("the screen's two configuration files to values", "tinyxml2's LoadFile of both alone", AtMostTimes(1.5),
             ReadSettings, LoadAlone);
+    Compare("ConfigMgr's first use in a process", "tinyxml2's LoadFile of both and the machine's own answers",
+            AtMostTimes(1.5), OnKnownModel(L"ours"), OnKnownModel(L"answers"), true);
+    Compare("ConfigMgr's first use in a process", "tinyxml2's LoadFile of both files alone", Reported(),
+            OnKnownModel(L"ours"), OnKnownModel(L"files"), true);
     Compare("one panel: chromaticities and three coverages", "textbook clipping on vectors", AtMostTimes(1),
             JudgePanel([](const auto& edid) {
                 const Gamut panel = GamutOf(*ReadCoordinates(edid));
@@ -137,7 +122,8 @@ void AddScreen() {
             JudgePanel([](const auto& edid) {
                 const Gamut panel = PlainGamut(edid);
                 double sum = 0;
-                for (const Gamut& reference : {kP3, kAdobeRgb, kBt2020}) sum += PlainCoverage(reference, panel);
+                for (const Gamut& reference : {kP3, kAdobeRgb, kBt2020})
+                    sum += test::PlainCoverage<double>(reference, panel);
                 return sum;
             }));
 }

@@ -6,56 +6,18 @@
 #include "device/edid.h"
 #include "device/gamut_diagram.h"
 #include "fuzzers/property.h"
+#include "tests/support/plain_gamut.h"
 
 namespace {
 
 using Wide = long double;
-struct WidePoint {
-    Wide x, y;
-};
-using WidePolygon = std::vector<WidePoint>;
-
-Wide Area(const WidePolygon& points) {
-    Wide twice = 0;
-    for (std::size_t i = 0; i < points.size(); ++i) {
-        const WidePoint& next = points[(i + 1) % points.size()];
-        twice += points[i].x * next.y - next.x * points[i].y;
-    }
-    return twice / 2;
-}
-
-WidePolygon Points(const tandor::Triangle& triangle) {
-    WidePolygon points;
-    for (const auto& [x, y] : triangle) points.push_back({x, y});
-    return points;
-}
-
-// Sutherland and Hodgman: one edge of the (counter-clockwise) reference after the other cuts the panel.
-WidePolygon Clip(WidePolygon polygon, const WidePolygon& reference) {
-    for (std::size_t i = 0; i < 3; ++i) {
-        const WidePoint a = reference[i], b = reference[(i + 1) % 3];
-        const auto side = [&](const WidePoint& p) { return (b.x - a.x) * (p.y - a.y) - (b.y - a.y) * (p.x - a.x); };
-        WidePolygon kept;
-        for (std::size_t j = 0; j < polygon.size(); ++j) {
-            const WidePoint p = polygon[j], q = polygon[(j + 1) % polygon.size()];
-            const Wide at_p = side(p), at_q = side(q);
-            if (at_p >= 0) kept.push_back(p);
-            if ((at_p > 0 && at_q < 0) || (at_p < 0 && at_q > 0)) {
-                const Wide part = at_p / (at_p - at_q);
-                kept.push_back({p.x + part * (q.x - p.x), p.y + part * (q.y - p.y)});
-            }
-        }
-        polygon = kept;
-    }
-    return polygon;
-}
 
 void CheckCoverage(const tandor::Gamut& reference, const tandor::Gamut& panel) {
     const tandor::Coverage result = tandor::Cover(tandor::TriangleOf(reference), tandor::TriangleOf(panel));
-    const WidePolygon outer = Points(tandor::TriangleOf(reference)), inner = Points(tandor::TriangleOf(panel));
-    const Wide covered = std::abs(Area(Clip(inner, outer))) / Area(outer);
-    TANDOR_HOLDS(std::abs(result.area_ratio - Area(inner) / Area(outer)) < 1e-12L);
-    TANDOR_HOLDS(std::abs(result.coverage - covered) < 1e-12L);
+    const Wide outer = tandor::test::PlainArea(tandor::test::PlainTriangle<Wide>(reference));
+    const Wide inner = tandor::test::PlainArea(tandor::test::PlainTriangle<Wide>(panel));
+    TANDOR_HOLDS(std::abs(result.area_ratio - inner / outer) < 1e-12L);
+    TANDOR_HOLDS(std::abs(result.coverage - tandor::test::PlainCoverage<Wide>(reference, panel)) < 1e-12L);
     TANDOR_HOLDS(result.coverage >= 0 && result.coverage <= 1);
 }
 
@@ -83,6 +45,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     TANDOR_HOLDS(block->maker.size() == 3 && block->name.size() <= 13 && block->serial_text.size() <= 13);
     TANDOR_HOLDS(std::isfinite(block->preferred.refresh) && std::isfinite(block->gamma));
     if (coordinates) TANDOR_HOLDS(block->gamut == tandor::GamutOf(*coordinates));
-    if (size % 64 == 0 && edid[0] % 16 == 0) TANDOR_HOLDS(tandor::GamutDiagram(block->name, block->gamut).ends_with("</svg>\n"));
+    if (size % 64 == 0 && edid[0] % 16 == 0)
+        TANDOR_HOLDS(tandor::GamutDiagram(block->name, block->gamut).ends_with("</svg>\n"));
     return 0;
 }

@@ -88,9 +88,7 @@ OutboxTables::State OutboxTables::ReadState() {
     return state;
 }
 
-void OutboxTables::WriteState(const State& state) {
-    write_state_.Run(state.next, state.displaced, state.removed);
-}
+void OutboxTables::WriteState(const State& state) { write_state_.Run(state.next, state.displaced, state.removed); }
 
 std::int64_t OutboxTables::UsedPages() { return NumberOf(pages_) - NumberOf(free_pages_); }
 

@@ -51,7 +51,8 @@ private:
     static OutboxRecord RecordOf(const Rows& row, const std::string& identity);
 
     Database database_;
-    Statement read_state_, newest_, write_state_, insert_, drop_oldest_, read_, remove_, remove_through_, pages_, free_pages_;
+    Statement read_state_, newest_, write_state_, insert_, drop_oldest_, read_, remove_, remove_through_, pages_,
+        free_pages_;
     std::int64_t page_size_;
 };
 

@@ -1,0 +1,28 @@
+// Work that can be done only once in a process: a program does it, and ends with the microseconds it took.
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+#include "base/win_process.h"
+#include "benchmarks/ratio.h"
+
+namespace tandor::bench {
+
+// The time that "<program and arguments>" ends with; anything beyond a minute is a failure's exit code.
+inline Body TimeOfProcess(std::wstring command) {
+    return [command](benchmark::State& state) {
+        for (auto _ : state) {
+            const StartedProcess process = StartProcess(nullptr, command);
+            if (!process.handle) return state.SkipWithError("the program does not start");
+            DWORD microseconds = 0;
+            ::WaitForSingleObject(process.handle.Get(), INFINITE);
+            ::GetExitCodeProcess(process.handle.Get(), &microseconds);
+            if (microseconds > 60'000'000) return state.SkipWithError("the program failed");
+            state.SetIterationTime(microseconds / 1e6);
+        }
+    };
+}
+
+}  // namespace tandor::bench

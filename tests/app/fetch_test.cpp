@@ -1,0 +1,86 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include <atomic>
+
+#include "support/https_world.h"
+#include "support/loopback_server.h"
+#include "support/run_program.h"
+
+namespace {
+
+using namespace tandor::test;
+using nlohmann::json;
+using testing::AllOf;
+using testing::HasSubstr;
+
+class Fetch : public testing::Test {
+protected:
+    static std::wstring Line(const LoopbackServer& server, const wchar_t* options = L"") {
+        const std::string url = server.Url();
+        return L"fetch " + std::wstring(url.begin(), url.end()) + L" --body - " + options;
+    }
+
+    HttpsWorld world_;
+    Identity identity_ = MakeServer(world_.authority, "IP:127.0.0.1");
+};
+
+TEST_F(Fetch, ShowsTheAnswerAndTriesAgainOnRequest) {
+    std::atomic<int> calls = 0;
+    LoopbackServer server({&identity_}, [&](Exchange& exchange) {
+        if (++calls % 3 == 0) return exchange.Answer("{\"answer\":\"手机\"}");
+        exchange.Write("HTTP/1.1 503 Busy\r\nRetry-After: 0\r\nContent-Length: 0\r\n\r\n");
+    });
+    const ProgramRun busy = RunTandorctl(Line(server), "{}");
+    EXPECT_EQ(busy.exit_code, 1);
+    EXPECT_THAT(busy.error, HasSubstr("the server answered with status 503; try again later"));
+    calls = 0;
+    const ProgramRun run = RunTandorctl(Line(server, L"--retries 2 --json"), "{}");
+    EXPECT_EQ(run.exit_code, 0) << run.error;
+    EXPECT_THAT(run.error, AllOf(HasSubstr("attempt 1: "), HasSubstr("attempt 2: ")));
+    const json answer = json::parse(run.out);
+    EXPECT_EQ(answer["attempts"], 3);
+    EXPECT_EQ(answer["status"], 200);
+    EXPECT_EQ(answer["body"], "{\"answer\":\"手机\"}");
+    EXPECT_GT(answer["seconds"]["tls_handshake"], answer["seconds"]["connect"]);
+}
+
+TEST_F(Fetch, ExplainsWhyAServerIsNotTrustedAndDoesNotAskAgain) {
+    const Identity others = MakeServer(world_.authority, "DNS:other.example");
+    LoopbackServer wrong_host({&others}, nullptr);
+    const ProgramRun run = RunTandorctl(Line(wrong_host, L"--retries 3"), "{}");
+    EXPECT_EQ(run.exit_code, 1);
+    EXPECT_THAT(run.error, AllOf(HasSubstr("certificate is for another host"), Not(HasSubstr("attempt 1:"))));
+    std::filesystem::remove(world_.bundle);
+    EXPECT_THAT(RunTandorctl(Line(wrong_host), "{}").error, HasSubstr("the bundle of trusted authorities is missing"));
+    EXPECT_THAT(RunTandorctl(L"fetch config.example --body -", "{}").error, HasSubstr("write it whole"));
+    EXPECT_THAT(RunTandorctl(Line(wrong_host), std::string("{\0}", 3)).error, HasSubstr("zero byte"));
+}
+
+// A copy of the program in a folder with other letters, and a configuration file of the cryptographic library that
+// would end every handshake.
+TEST_F(Fetch, FindsItsBundleAnywhereAndReadsNobodysConfiguration) {
+    LoopbackServer server({&identity_}, [](Exchange& exchange) { exchange.Answer("{}"); });
+    const TemporaryFolder folder;
+    for (const auto& entry : std::filesystem::directory_iterator(ProgramFolder())) {
+        if (entry.path().extension() == L".dll" || entry.path().filename() == L"tandorctl.exe") {
+            std::filesystem::copy_file(entry.path(), folder.path / entry.path().filename());
+        }
+    }
+    std::filesystem::create_directory(folder.path / L"config");
+    std::filesystem::copy_file(world_.bundle, folder.path / L"config" / L"cacert.pem");
+    std::filesystem::remove(world_.bundle);
+    const std::filesystem::path hostile = folder.path / L"hostile.cnf";
+    WriteAll(hostile,
+             "openssl_conf = a\n[a]\nssl_conf = b\n[b]\nsystem_default = c\n[c]\nMinProtocol = TLSv1.3\n"
+             "MaxProtocol = TLSv1.2\nCiphersuites = TLS_NONE\n");
+    ::SetEnvironmentVariableW(L"OPENSSL_CONF", hostile.c_str());
+    const ProgramRun run = RunProgram(L"\"" + (folder.path / L"tandorctl.exe").native() + L"\" " + Line(server), "{}");
+    ::SetEnvironmentVariableW(L"OPENSSL_CONF", nullptr);
+    EXPECT_EQ(run.exit_code, 0) << run.error;
+    EXPECT_EQ(run.out, "{}");
+}
+
+}  // namespace

@@ -1,0 +1,304 @@
+#include "tandor/http_download.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <psapi.h>
+
+#include <chrono>
+#include <latch>
+#include <optional>
+#include <regex>
+#include <thread>
+
+#include "support/host_log.h"
+#include "support/https_world.h"
+#include "support/loopback_server.h"
+#include "support/machine_value.h"
+#include "support/run_program.h"
+
+namespace {
+
+using namespace tandor::test;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+constexpr const wchar_t* kSuiteKey = L"SOFTWARE\\Vextro\\Pelora";
+
+struct Answer {
+    int result = 0;
+    std::string headers, body;
+    HttpTransfer transfer;
+};
+
+Answer Request(const std::string& url, const std::string& body = "{}") {
+    Answer answer;
+    answer.result =
+        HttpDownloadHelper::GetConfigDataFromServer(url, body, answer.headers, answer.body, answer.transfer);
+    return answer;
+}
+
+class HttpsRequest : public testing::Test {
+protected:
+    std::unique_ptr<LoopbackServer> Serve(std::function<void(Exchange&)> handle, int threads = 4) const {
+        ServerOptions options;
+        options.identity = &server_;
+        options.threads = threads;
+        return std::make_unique<LoopbackServer>(options, std::move(handle));
+    }
+
+    HttpsWorld world_;
+    Identity server_ = MakeServer(world_.authority, "IP:127.0.0.1");
+};
+
+std::vector<std::string> Lines(const std::string& head) {
+    std::vector<std::string> lines;
+    for (std::size_t at = 0; at < head.size();) {
+        const std::size_t end = std::min(head.find("\r\n", at), head.size());
+        lines.push_back(head.substr(at, end - at));
+        at = end + 2;
+    }
+    return lines;
+}
+
+TEST_F(HttpsRequest, SendsItsHeadersInOrderAndHandsTheAnswerBack) {
+    const MachineValue id(kSuiteKey, L"DeviceId", L"sn-\r\nX: 手机"), type(kSuiteKey, L"DeviceType", L"Modell Ü");
+    std::vector<std::string> heads, bodies;
+    const auto server = Serve([&](Exchange& exchange) {
+        heads.push_back(exchange.head);
+        bodies.push_back(exchange.body);
+        exchange.Answer(R"({"name":"Lena 手机"})");
+    });
+    HostLog log;
+    std::string headers = "kept ", body = "kept ";
+    EXPECT_EQ(HttpDownloadHelper::GetConfigDataFromServer(server->Url(), R"({"q":"ü"})", headers, body), 0);
+    EXPECT_EQ(body, "kept {\"name\":\"Lena 手机\"}");
+    EXPECT_EQ(headers, "kept HTTP/1.1 200 OK\r\nX-Server: loopback\r\nContent-Length: 22\r\n\r\n");
+    EXPECT_THAT(log.Take(), ElementsAre(L"3 productName: Modell Ü(HttpDownloadHelper::GetConfigDataFromServer)"));
+    EXPECT_EQ(Request(server->Url(), "[]").result, 0);
+    EXPECT_THAT(bodies, ElementsAre(R"({"q":"ü"})", "[]"));
+    ASSERT_EQ(heads.size(), 2U);
+    const auto first = Lines(heads[0]), second = Lines(heads[1]);
+    ASSERT_EQ(first.size(), 10U);
+    EXPECT_EQ(first[0], "POST /config HTTP/1.1");
+    EXPECT_EQ(first[3], "Content-Type: application/json");
+    EXPECT_EQ(first[4], "appId: Pelora");
+    EXPECT_EQ(first[5], "sn: sn-X: 手机");
+    const std::regex trace("traceid: [0-9A-F]{8}-[0-9A-F]{4}-[0-9a-f]{4}-[0-9A-F]{4}-[0-9A-F]{12}");
+    EXPECT_TRUE(std::regex_match(first[6], trace)) << first[6];
+    EXPECT_NE(first[6], second[6]);
+    EXPECT_EQ(first[7], "DeviceType: Modell Ü");
+    EXPECT_EQ(server->Connections(), 2);  // none is used again
+}
+
+TEST_F(HttpsRequest, GoesOnWithoutAProductName) {
+    constexpr const wchar_t* kBios = L"HARDWARE\\DESCRIPTION\\System\\BIOS";
+    const MachineValue type(kSuiteKey, L"DeviceType", L""), product(kBios, L"SystemProductName", L"");
+    const MachineValue board(kBios, L"BaseBoardProduct", L"");
+    const auto server = Serve([](Exchange& exchange) { exchange.Answer("{}"); });
+    HostLog log;
+    EXPECT_EQ(Request(server->Url()).result, 0);
+    EXPECT_THAT(log.Take(), ElementsAre(L"4 get product name failed(HttpDownloadHelper::GetConfigDataFromServer)",
+                                        L"3 productName: (HttpDownloadHelper::GetConfigDataFromServer)"));
+}
+
+TEST_F(HttpsRequest, ASmallCircleOfServersIsTrusted) {
+    const Identity stranger = MakeAuthority("Nobody knows this one");
+    const Identity others = MakeServer(world_.authority, "DNS:other.example");
+    const Identity expired = MakeServer(world_.authority, "IP:127.0.0.1", -1);
+    const Identity unknown = MakeServer(stranger, "IP:127.0.0.1");
+    struct Case {
+        const char* what;
+        ServerOptions options;
+        int result;
+        long certificate_code;
+    };
+    const Case cases[] = {
+        {"TLS 1.3 alone", {&server_, TLS1_3_VERSION, TLS1_3_VERSION}, 0, 0},
+        {"TLS 1.2 alone", {&server_, TLS1_2_VERSION, TLS1_2_VERSION}, 0, 0},
+        {"no cipher in common", {&server_, TLS1_2_VERSION, TLS1_2_VERSION, "ECDHE-ECDSA-CHACHA20-POLY1305"}, 35, 0},
+        {"another host's certificate", {&others}, 60, 0},
+        {"unknown authority", {&unknown}, 60, X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY},
+        {"expired", {&expired}, 60, X509_V_ERR_CERT_HAS_EXPIRED},
+    };
+    for (const Case& c : cases) {
+        LoopbackServer server(c.options, [](Exchange& exchange) { exchange.Answer("answer"); });
+        const Answer answer = Request(server.Url());
+        EXPECT_EQ(answer.result, c.result) << c.what;
+        EXPECT_EQ(answer.transfer.certificateCode, c.certificate_code) << c.what;
+        EXPECT_EQ(answer.transfer.error.empty(), c.result == 0) << c.what << answer.transfer.error;
+        EXPECT_EQ(answer.body, c.result == 0 ? "answer" : "") << c.what;
+        EXPECT_EQ(server.Requests(), c.result == 0 ? 1 : 0) << c.what;  // nothing was sent to a stranger
+    }
+}
+
+TEST_F(HttpsRequest, WithoutItsBundleNothingIsTrusted) {
+    const auto server = Serve([](Exchange& exchange) { exchange.Answer("answer"); });
+    const std::filesystem::path path = HttpDownloadHelper::GetCaPath();
+    EXPECT_EQ(path.native(), world_.bundle.native());
+    WriteAll(world_.bundle, "-----BEGIN CERTIFICATE-----\nAAAA\n-----END CERTIFICATE-----\n");
+    EXPECT_EQ(Request(server->Url()).result, 77);
+    std::filesystem::remove(world_.bundle);
+    EXPECT_EQ(Request(server->Url()).result, 77);
+    EXPECT_EQ(server->Requests(), 0);
+}
+
+TEST_F(HttpsRequest, ALateAnswerIsWaitedForAndReportedAsLate) {
+    const auto server = Serve([](Exchange& exchange) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5600));
+        exchange.Answer("late");
+    });
+    const MachineValue type(kSuiteKey, L"DeviceType", L"PC");
+    HostLog log;
+    const Answer answer = Request(server->Url());
+    EXPECT_EQ(answer.result, -1);
+    EXPECT_EQ(answer.transfer.code, 0);
+    EXPECT_EQ(answer.body, "late");
+    EXPECT_GT(answer.transfer.firstByte, 5.0);
+    EXPECT_THAT(log.Take(),
+                ElementsAre(L"3 productName: PC(HttpDownloadHelper::GetConfigDataFromServer)",
+                            L"3 wait execut curl_easy_perform timeout (HttpDownloadHelper::ExecutCurlEasyPerform)"));
+}
+
+TEST_F(HttpsRequest, KeepsWhatArrivedBeforeTheConnectionBroke) {
+    const auto server = Serve([](Exchange& exchange) {
+        exchange.Write("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nthe first half");
+        exchange.Reset();
+    });
+    const Answer answer = Request(server->Url());
+    EXPECT_THAT(answer.result, testing::AnyOf(18, 56)) << answer.transfer.error;
+    EXPECT_EQ(answer.transfer.status, 200);
+    EXPECT_EQ(answer.body, "the first half");
+    EXPECT_EQ(answer.headers, "HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n");
+    const int port = [] { return Listener(0, nullptr).Port(); }();
+    EXPECT_EQ(Request("https://127.0.0.1:" + std::to_string(port)).result, 7);
+    EXPECT_EQ(Request("").result, 3);
+}
+
+TEST_F(HttpsRequest, CarriesLargeBodiesWholeAndInPieces) {
+    std::string large(64 << 20, '\0');
+    for (std::size_t i = 0; i < large.size(); i += 4096) large[i] = static_cast<char>(i >> 12);
+    const auto server = Serve([&](Exchange& exchange) {
+        if (exchange.body == "pieces") {
+            exchange.Write("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n");
+            for (const char* piece : {"3\r\none", "\r\n", "5\r\n, t", "wo\r\n", "0\r\n\r\n"}) exchange.Write(piece);
+        } else {
+            exchange.Answer(exchange.body == "large" ? large : std::to_string(exchange.body.size()));
+        }
+    });
+    EXPECT_EQ(Request(server->Url(), "pieces").body, "one, two");
+    EXPECT_EQ(Request(server->Url(), std::string(3 << 20, 'x')).body, std::to_string(3 << 20));
+    unsigned long long last = 0, announced = 0;
+    Answer answer;
+    answer.transfer.progress = [&](unsigned long long received, unsigned long long total) {
+        last = received;
+        announced = total;
+        return true;
+    };
+    HttpDownloadHelper::GetConfigDataFromServer(server->Url(), "large", answer.headers, answer.body, answer.transfer);
+    EXPECT_EQ(answer.transfer.code, 0);  // a busy machine may take longer than five seconds
+    EXPECT_TRUE(answer.body == large);
+    EXPECT_EQ(last, large.size());
+    EXPECT_EQ(announced, large.size());
+    for (const bool throws : {false, true}) {
+        answer.transfer.progress = [throws](unsigned long long received, unsigned long long) {
+            if (received > 0 && throws) throw std::runtime_error("enough");
+            return received == 0;
+        };
+        EXPECT_EQ(HttpDownloadHelper::GetConfigDataFromServer(server->Url(), "large", answer.headers, answer.body,
+                                                              answer.transfer),
+                  42);
+    }
+}
+
+TEST_F(HttpsRequest, GoesThroughTheSystemsProxyAndLogsNothingOfIt) {
+    TunnelProxy proxy;
+    const auto server = Serve([](Exchange& exchange) { exchange.Answer("answer-geheim"); });
+    HttpsWorld::SetSystemProxy("http=127.0.0.1:9;https=lena:geheim@127.0.0.1:" + std::to_string(proxy.Port()));
+    HostLog log;
+    const Answer answer = Request(server->Url(), R"({"password":"geheim"})");
+    EXPECT_EQ(answer.result, 0) << answer.transfer.error;
+    EXPECT_EQ(answer.body, "answer-geheim");
+    EXPECT_THAT(answer.headers, HasSubstr("Connection established"));
+    ASSERT_EQ(proxy.Heads().size(), 1U);
+    EXPECT_THAT(proxy.Heads()[0], HasSubstr("Proxy-Authorization: Basic "));
+    HttpsWorld::SetSystemProxy("");
+    EXPECT_EQ(Request(server->Url()).result, 0);
+    EXPECT_EQ(proxy.Heads().size(), 1U);
+    for (const std::wstring& line : log.Take()) {
+        EXPECT_THAT(line, testing::Not(testing::AnyOf(HasSubstr(L"geheim"), HasSubstr(L"127.0.0.1"))));
+    }
+}
+
+TEST_F(HttpsRequest, AHundredAtOnceKeepTheirAnswersApart) {
+    constexpr int kRequests = 100;
+    std::latch all_there(kRequests);
+    const auto server = Serve(
+        [&](Exchange& exchange) {
+            all_there.arrive_and_wait();
+            exchange.Answer("answer to " + exchange.body);
+        },
+        kRequests);
+    std::vector<Answer> answers(kRequests);
+    std::vector<std::thread> threads;
+    for (int i = 0; i < kRequests; ++i) {
+        threads.emplace_back(
+            [&, i] { answers[static_cast<std::size_t>(i)] = Request(server->Url(), std::to_string(i)); });
+    }
+    for (std::thread& thread : threads) thread.join();
+    for (int i = 0; i < kRequests; ++i) {
+        const Answer& answer = answers[static_cast<std::size_t>(i)];
+        EXPECT_EQ(answer.transfer.code, 0) << answer.transfer.error;
+        EXPECT_EQ(answer.body, "answer to " + std::to_string(i));
+    }
+}
+
+struct Held {
+    DWORD handles = 0;
+    std::size_t bytes = 0;
+};
+
+Held HeldByProcess() {
+    Held held;
+    ::GetProcessHandleCount(::GetCurrentProcess(), &held.handles);
+    PROCESS_MEMORY_COUNTERS_EX memory{};
+    ::K32GetProcessMemoryInfo(::GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&memory),
+                              sizeof(memory));
+    held.bytes = memory.PrivateUsage;
+    return held;
+}
+
+TEST_F(HttpsRequest, LeavesNothingBehind) {
+    const auto server = Serve([](Exchange& exchange) { exchange.Answer("{}"); });
+    const auto round = [&](int calls) {
+        for (int i = 0; i < calls; ++i) ASSERT_EQ(Request(server->Url()).transfer.code, 0);
+    };
+    round(30);
+    const Held before = HeldByProcess();
+    constexpr int kCalls = 150;
+    round(kCalls);
+    const Held after = HeldByProcess();
+    EXPECT_LE(after.handles, before.handles + 5);
+    // A handle of libcurl's is 6 KB, the cryptographic library's state of a thread 2 KB.
+    EXPECT_LT(after.bytes, before.bytes + kCalls * 3 * 1024);
+}
+
+TEST(HttpDownloadHelper, CallbackAppendsOrEndsTheTransfer) {
+    constexpr auto kEnd = static_cast<std::size_t>(-1);
+    std::string out = "a";
+    char data[] = "bcdefg";
+    EXPECT_EQ(HttpDownloadHelper::OnWriteDataForUpdate(data, 1, 3, &out), 3U);
+    EXPECT_EQ(HttpDownloadHelper::OnWriteDataForUpdate(data + 3, 2, 1, &out), 1U);  // the count, not the bytes
+    EXPECT_EQ(HttpDownloadHelper::OnWriteDataForUpdate(data, 1, 0, &out), 0U);
+    EXPECT_EQ(out, "abcdef");
+    EXPECT_EQ(HttpDownloadHelper::OnWriteDataForUpdate(nullptr, 1, 3, &out), kEnd);
+    EXPECT_EQ(HttpDownloadHelper::OnWriteDataForUpdate(data, 1, 3, nullptr), kEnd);
+    EXPECT_EQ(HttpDownloadHelper::OnWriteDataForUpdate(data, 16, kEnd / 8, &out), kEnd);
+    EXPECT_EQ(HttpDownloadHelper::OnWriteDataForUpdate(data, 1, kEnd / 4, &out), kEnd);
+    EXPECT_EQ(out, "abcdef");
+    HttpDownloadHelper::SetProxy(nullptr);
+    EXPECT_EQ(HttpDownloadHelper::ExecutCurlEasyPerform(nullptr, nullptr), 43);
+}
+
+}  // namespace
