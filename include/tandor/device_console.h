@@ -16,7 +16,7 @@ namespace Vxa::Exp {
 // A hardware identifier ("Root\VirtualPad") means every present device that has it among its own, in either case of
 // letters; 1 to 200 characters. INF paths may be relative, of 259 characters at most when complete.
 //
-// Threads: any, several at once; the system puts installations in a row. Only std::bad_alloc leaves.
+// Threads: any, several at once. Only std::bad_alloc leaves.
 class TANDOR_API DeviceConsole : private UnCopyable {
 public:
     // The first call loads the system's device-installation library from the system directory. Where that fails, or the

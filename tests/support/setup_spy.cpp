@@ -3,127 +3,98 @@
 #include <cstring>
 #include <filesystem>
 #include <stdexcept>
-#include <tuple>
 #include <utility>
 
 namespace tandor::test {
 namespace {
 
-template <class... Arguments>
-std::wstring Detail(Arguments...) {
-    return {};
+bool Enter(const std::wstring& call, bool recorded = true) {
+    return SetupSpy::current == nullptr || SetupSpy::current->Enter(call, recorded);
 }
-std::wstring Detail(DI_FUNCTION function, HDEVINFO, PSP_DEVINFO_DATA) { return L" " + std::to_wstring(function); }
-std::wstring Detail(HDEVINFO, PSP_DEVINFO_DATA, PSP_CLASSINSTALL_HEADER header, DWORD bytes) {
-    std::wstring text;
+
+HDEVINFO Opened(HDEVINFO list) {
+    if (SetupSpy::current != nullptr && list != INVALID_HANDLE_VALUE) ++SetupSpy::current->open_lists;
+    return list;
+}
+
+BOOL WINAPI GetInfClass(PCWSTR inf, GUID* id, PWSTR name, DWORD size, DWORD* needed) {
+    return Enter(L"GetINFClass") && ::SetupDiGetINFClassW(inf, id, name, size, needed);
+}
+
+HDEVINFO WINAPI CreateList(const GUID* id, HWND window) {
+    return Enter(L"CreateDeviceInfoList") ? Opened(::SetupDiCreateDeviceInfoList(id, window)) : INVALID_HANDLE_VALUE;
+}
+
+HDEVINFO WINAPI GetDevices(const GUID* id, PCWSTR enumerator, HWND window, DWORD flags, HDEVINFO set, PCWSTR machine,
+                           void* reserved) {
+    if (!Enter(L"GetClassDevsEx " + std::to_wstring(flags), false)) return INVALID_HANDLE_VALUE;
+    return Opened(::SetupDiGetClassDevsExW(id, enumerator, window, flags, set, machine, reserved));
+}
+
+BOOL WINAPI DestroyList(HDEVINFO list) {
+    if (SetupSpy::current != nullptr) --SetupSpy::current->open_lists;
+    return ::SetupDiDestroyDeviceInfoList(list);
+}
+
+BOOL WINAPI Enumerate(HDEVINFO list, DWORD index, PSP_DEVINFO_DATA device) {
+    return Enter(L"EnumDeviceInfo", false) && ::SetupDiEnumDeviceInfo(list, index, device);
+}
+
+BOOL WINAPI Create(HDEVINFO list, PCWSTR name, const GUID* id, PCWSTR description, HWND window, DWORD flags,
+                   PSP_DEVINFO_DATA device) {
+    return Enter(L"CreateDeviceInfo " + std::to_wstring(flags)) &&
+           ::SetupDiCreateDeviceInfoW(list, name, id, description, window, flags, device);
+}
+
+BOOL WINAPI SetProperty(HDEVINFO list, PSP_DEVINFO_DATA device, DWORD property, const BYTE* data, DWORD bytes) {
+    return Enter(L"SetDeviceRegistryProperty " + std::to_wstring(property) + L" " + std::to_wstring(bytes)) &&
+           ::SetupDiSetDeviceRegistryPropertyW(list, device, property, data, bytes);
+}
+
+BOOL WINAPI CallInstaller(DI_FUNCTION function, HDEVINFO list, PSP_DEVINFO_DATA device) {
+    return Enter(L"CallClassInstaller " + std::to_wstring(function)) &&
+           (function == DIF_PROPERTYCHANGE || ::SetupDiCallClassInstaller(function, list, device));
+}
+
+BOOL WINAPI SetParameters(HDEVINFO, PSP_DEVINFO_DATA, PSP_CLASSINSTALL_HEADER header, DWORD bytes) {
+    std::wstring call = L"SetClassInstallParams";
     const auto* const numbers = reinterpret_cast<const DWORD*>(header);
-    for (DWORD i = 1; i < 4 && i < bytes / sizeof(DWORD); ++i) text += L" " + std::to_wstring(numbers[i]);
-    return text;
-}
-std::wstring Detail(HDEVINFO, PSP_DEVINFO_DATA, DWORD property, const BYTE*, DWORD bytes) {
-    return L" " + std::to_wstring(property) + L" " + std::to_wstring(bytes);
+    for (DWORD i = 1; i < 4 && i < bytes / sizeof(DWORD); ++i) call += L" " + std::to_wstring(numbers[i]);
+    return Enter(call);
 }
 
-enum Entry {
-    kGetInfClass,
-    kCreateList,
-    kCreate,
-    kSetProperty,
-    kInstaller,
-    kSetParams,
-    kGetDevices,
-    kEnum,
-    kGetParams,
-    kDestroy,
-    kEntries
-};
-
-struct Name {
-    const char* entry;
-    const wchar_t* label;
-    bool recorded;
-};
-constexpr Name kNames[kEntries] = {
-    {"SetupDiGetINFClassW", L"GetINFClass", true},
-    {"SetupDiCreateDeviceInfoList", L"CreateDeviceInfoList", true},
-    {"SetupDiCreateDeviceInfoW", L"CreateDeviceInfo", true},
-    {"SetupDiSetDeviceRegistryPropertyW", L"SetDeviceRegistryProperty", true},
-    {"SetupDiCallClassInstaller", L"CallClassInstaller", true},
-    {"SetupDiSetClassInstallParamsW", L"SetClassInstallParams", true},
-    {"SetupDiGetClassDevsExW", L"GetClassDevsEx", false},
-    {"SetupDiEnumDeviceInfo", L"EnumDeviceInfo", false},
-    {"SetupDiGetDeviceInstallParamsW", L"GetDeviceInstallParams", false},
-    {"SetupDiDestroyDeviceInfoList", L"DestroyDeviceInfoList", false},
-};
-
-template <class Result>
-Result Failed() {
-    if constexpr (std::is_same_v<Result, HDEVINFO>)
-        return INVALID_HANDLE_VALUE;
-    else
-        return FALSE;
+BOOL WINAPI GetParameters(HDEVINFO, PSP_DEVINFO_DATA, PSP_DEVINSTALL_PARAMS_W parameters) {
+    parameters->Flags = SetupSpy::current == nullptr ? 0 : SetupSpy::current->install_flags;
+    return Enter(L"GetDeviceInstallParams", false);
 }
-
-template <Entry entry, class Function>
-struct Spied;
-
-template <Entry entry, class Result, class... Arguments>
-struct Spied<entry, Result(Arguments...)> {
-    static inline Result (*real)(Arguments...) = nullptr;
-
-    static Result WINAPI Call(Arguments... arguments) {
-        SetupSpy* const spy = SetupSpy::current;
-        if (spy == nullptr) return real(arguments...);
-        if (!spy->Enter(kNames[entry].label + Detail(arguments...), kNames[entry].recorded)) return Failed<Result>();
-        if constexpr (entry == kSetParams) return TRUE;
-        if constexpr (entry == kInstaller)
-            if (std::get<0>(std::tuple(arguments...)) == DIF_PROPERTYCHANGE) return TRUE;
-        if constexpr (entry == kGetParams) {  // Wine gives none of a removed device
-            std::get<2>(std::tuple(arguments...))->Flags = spy->install_flags;
-            return TRUE;
-        }
-        const Result result = real(arguments...);
-        if constexpr (std::is_same_v<Result, HDEVINFO>) spy->open_lists += result != INVALID_HANDLE_VALUE ? 1 : 0;
-        if constexpr (entry == kDestroy) --spy->open_lists;
-        return result;
-    }
-
-    static FARPROC LookUp(HMODULE module, LPCSTR name) {
-        if (std::strcmp(name, kNames[entry].entry) != 0) return nullptr;
-        real = reinterpret_cast<Result (*)(Arguments...)>(reinterpret_cast<void*>(::GetProcAddress(module, name)));
-        return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(&Call));
-    }
-};
 
 BOOL WINAPI UpdateDriver(HWND, LPCWSTR hardware_id, LPCWSTR inf, DWORD flags, BOOL* reboot) {
-    return SetupSpy::current->Enter(L"UpdateDriver " + std::wstring(hardware_id) + L" " + inf + L" " +
-                                    std::to_wstring(flags) + (reboot == nullptr ? L"" : L" reboot"));
+    return Enter(L"UpdateDriver " + std::wstring(hardware_id) + L" " + inf + L" " + std::to_wstring(flags) +
+                 (reboot == nullptr ? L"" : L" reboot"));
 }
 
 BOOL WINAPI UninstallDriver(HWND, LPCWSTR inf, DWORD flags, BOOL* reboot) {
-    return SetupSpy::current->Enter(L"UninstallDriver " + std::wstring(inf) + L" " + std::to_wstring(flags) +
-                                    (reboot == nullptr ? L"" : L" reboot"));
+    return Enter(L"UninstallDriver " + std::wstring(inf) + L" " + std::to_wstring(flags) +
+                 (reboot == nullptr ? L"" : L" reboot"));
 }
 
 FARPROC WINAPI LookUp(HMODULE module, LPCSTR name) {
-    if (std::strcmp(name, "UpdateDriverForPlugAndPlayDevicesW") == 0)
-        return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(&UpdateDriver));
-    if (std::strcmp(name, "DiUninstallDriverW") == 0)
-        return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(&UninstallDriver));
-    for (const auto look_up : {
-             Spied<kGetInfClass, decltype(SetupDiGetINFClassW)>::LookUp,
-             Spied<kCreateList, decltype(SetupDiCreateDeviceInfoList)>::LookUp,
-             Spied<kCreate, decltype(SetupDiCreateDeviceInfoW)>::LookUp,
-             Spied<kSetProperty, decltype(SetupDiSetDeviceRegistryPropertyW)>::LookUp,
-             Spied<kInstaller, decltype(SetupDiCallClassInstaller)>::LookUp,
-             Spied<kSetParams, decltype(SetupDiSetClassInstallParamsW)>::LookUp,
-             Spied<kGetDevices, decltype(SetupDiGetClassDevsExW)>::LookUp,
-             Spied<kEnum, decltype(SetupDiEnumDeviceInfo)>::LookUp,
-             Spied<kGetParams, decltype(SetupDiGetDeviceInstallParamsW)>::LookUp,
-             Spied<kDestroy, decltype(SetupDiDestroyDeviceInfoList)>::LookUp,
-         }) {
-        if (const FARPROC found = look_up(module, name); found != nullptr) return found;
-    }
+    static const std::pair<const char*, void*> entries[] = {
+        {"SetupDiGetINFClassW", reinterpret_cast<void*>(&GetInfClass)},
+        {"SetupDiCreateDeviceInfoList", reinterpret_cast<void*>(&CreateList)},
+        {"SetupDiGetClassDevsExW", reinterpret_cast<void*>(&GetDevices)},
+        {"SetupDiDestroyDeviceInfoList", reinterpret_cast<void*>(&DestroyList)},
+        {"SetupDiEnumDeviceInfo", reinterpret_cast<void*>(&Enumerate)},
+        {"SetupDiCreateDeviceInfoW", reinterpret_cast<void*>(&Create)},
+        {"SetupDiSetDeviceRegistryPropertyW", reinterpret_cast<void*>(&SetProperty)},
+        {"SetupDiCallClassInstaller", reinterpret_cast<void*>(&CallInstaller)},
+        {"SetupDiSetClassInstallParamsW", reinterpret_cast<void*>(&SetParameters)},
+        {"SetupDiGetDeviceInstallParamsW", reinterpret_cast<void*>(&GetParameters)},
+        {"UpdateDriverForPlugAndPlayDevicesW", reinterpret_cast<void*>(&UpdateDriver)},
+        {"DiUninstallDriverW", reinterpret_cast<void*>(&UninstallDriver)},
+    };
+    for (const auto& [entry, function] : entries)
+        if (std::strcmp(name, entry) == 0) return reinterpret_cast<FARPROC>(function);
     return ::GetProcAddress(module, name);
 }
 

@@ -73,7 +73,7 @@ protected:
 
 TEST_F(DeviceConsoleTest, InstallsAndRemovesRealDeviceNodes) {
     EXPECT_TRUE(Run(L"InStall", id_));
-    EXPECT_THAT(spy_.Take(), ElementsAre(L"GetINFClass", L"CreateDeviceInfoList", L"CreateDeviceInfo",
+    EXPECT_THAT(spy_.Take(), ElementsAre(L"GetINFClass", L"CreateDeviceInfoList", L"CreateDeviceInfo 1",
                                          L"SetDeviceRegistryProperty 1 404", L"CallClassInstaller 25",
                                          Driver((L"UpdateDriver " + id_).c_str(), L"1")));
     EXPECT_THAT(log_.Take(), ElementsAre(Line(L"Command: InStall finished successfully.")));
@@ -100,7 +100,7 @@ TEST_F(DeviceConsoleTest, InstallsAndRemovesRealDeviceNodes) {
 }
 
 TEST_F(DeviceConsoleTest, AStepThatFailsEndsAnInstallationAndSaysWhy) {
-    for (const auto* const step : {L"GetINFClass", L"CreateDeviceInfoList", L"CreateDeviceInfo", L"SetDeviceRegistry",
+    for (const auto* const step : {L"GetINFClass", L"CreateDeviceInfoList", L"CreateDeviceInfo 1", L"SetDeviceRegistry",
                                    L"CallClassInstaller", L"UpdateDriver"}) {
         spy_.Fail(step, ERROR_ACCESS_DENIED);
         ::SetLastError(ERROR_SUCCESS);
@@ -174,7 +174,7 @@ TEST_F(DeviceConsoleTest, EnablesInBothScopesAndDisablesInOne) {
     EXPECT_THAT(spy_.Take(), ElementsAre(off, call, off, call));
     spy_.Fail(L"EnumDeviceInfo", ERROR_GEN_FAILURE);
     EXPECT_FALSE(Run(L"disable", id_));
-    spy_.Fail(L"GetClassDevsEx", ERROR_GEN_FAILURE);
+    spy_.Fail(L"GetClassDevsEx 6", ERROR_GEN_FAILURE);
     EXPECT_FALSE(Run(L"disable", id_));
     EXPECT_THAT(spy_.Take(), IsEmpty());
 }
