@@ -24,5 +24,6 @@ void CheckImaging(Findings& findings);
 void CheckSealing(Findings& findings);
 void CheckHttps(Findings& findings);
 void CheckWatching(Findings& findings);
+void CheckFirewall(Findings& findings);
 
 }  // namespace tandor::app

@@ -7,6 +7,7 @@
 #include <fstream>
 
 #include "app/command.h"
+#include "app/firewall_view.h"
 #include "base/rotating_file.h"
 #include "base/win_error.h"
 #include "pelora/file_info.h"
@@ -19,7 +20,7 @@ namespace {
 
 using Check = void (*)(Findings&);
 constexpr std::array kChecks{
-    CheckLogs, CheckDeviceStore, CheckRegistry, CheckImaging, CheckSealing, CheckHttps, CheckWatching,
+    CheckLogs, CheckDeviceStore, CheckRegistry, CheckImaging, CheckSealing, CheckHttps, CheckWatching, CheckFirewall,
 };
 constexpr std::array kVerdicts{"works", "limited", "broken"};
 
@@ -85,6 +86,17 @@ void CheckWatching(Findings& findings) {
             ? Finding{"open files of processes", Verdict::kWorks,
                       std::to_string(files.size()) + " file handles of this process", ""}
             : Finding{"open files of processes", Verdict::kBroken, WindowsErrorText(error), "run as administrator"});
+}
+
+void CheckFirewall(Findings& findings) {
+    const FirewallView view = LookAtFirewall();
+    findings.push_back(
+        view.trouble.empty()
+            ? Finding{"firewall", Verdict::kWorks,
+                      std::to_string(view.rules.size()) + " rules read, the plan is " + PlanText(view.plan),
+                      "run as administrator where rules must be changed"}
+            : Finding{"firewall", Verdict::kLimited, "its rules cannot be read: " + view.trouble,
+                      "start the service 'Windows Defender Firewall' (mpssvc)"});
 }
 
 void AddDoctorCommand(CLI::App& app, Context& context) {

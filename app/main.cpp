@@ -55,6 +55,7 @@ void AddCommands(CLI::App& app, Context& context) {
              AddWatchCommand,
              AddLookCommands,
              AddConsoleCommands,
+             AddFirewallCommands,
              AddDoctorCommand,
              AddTourCommand,
          }) {

@@ -71,4 +71,7 @@ void TourTimedPairing(TourReport& report);
 void TourFault(TourReport& report);
 void TourOutbox(TourReport& report);
 
+// System
+void TourFirewall(TourReport& report);
+
 }  // namespace tandor::app

@@ -27,6 +27,7 @@ constexpr TourStep kSteps[] = {
     {"See the PC's devices, plan a virtual one", "Vxa::Exp::DeviceInventory", TourDevices},
     {"Time the steps of a pairing, one of them missing", "Tandor::Reporter::Commit", TourTimedPairing},
     {"Report a fault with its log files", "Tandor::KoEventReporter::KoEventReport", TourFault},
+    {"Compare the firewall with the user's plan", "Firewall::AddFirewallRules", TourFirewall},
     {"See what lies in the outbox", "pelora::Outbox", TourOutbox},
 };
 

@@ -7,12 +7,12 @@
 
 namespace tandor {
 
-// Enters the multithreaded apartment and leaves it again, exactly once for each entry that succeeded (S_FALSE, "already
-// in it", included). A thread that lives in another apartment (RPC_E_CHANGED_MODE) is left as it is: COM works there as
-// well.
+// Enters an apartment (the multithreaded one unless told otherwise) and leaves it again, exactly once for each entry
+// that succeeded (S_FALSE, "already in it", included). A thread that lives in another apartment (RPC_E_CHANGED_MODE) is
+// left as it is: COM works there as well.
 class Apartment {
 public:
-    Apartment() noexcept : entered_(::CoInitializeEx(nullptr, COINIT_MULTITHREADED)) {}
+    explicit Apartment(DWORD model = COINIT_MULTITHREADED) noexcept : entered_(::CoInitializeEx(nullptr, model)) {}
     ~Apartment() {
         if (SUCCEEDED(entered_)) ::CoUninitialize();
     }

@@ -6,6 +6,7 @@
 #include <objbase.h>
 #include <oleauto.h>
 
+#include <string_view>
 #include <utility>
 
 namespace tandor {
@@ -53,17 +54,30 @@ private:
     Interface* pointer_ = nullptr;
 };
 
-// Owns a BSTR made from text.
+// Owns a BSTR.
 class ComText {
 public:
+    ComText() noexcept = default;
     explicit ComText(const wchar_t* text) : text_(::SysAllocString(text)) {}
+    // Exactly `length` characters, zeros among them included.
+    ComText(const wchar_t* text, std::size_t length) : text_(::SysAllocStringLen(text, static_cast<UINT>(length))) {}
     ~ComText() { ::SysFreeString(text_); }
     ComText(const ComText&) = delete;
     ComText& operator=(const ComText&) = delete;
     [[nodiscard]] BSTR Get() const noexcept { return text_; }
+    // For calls that hand out a text through a pointer. What was owned is freed first.
+    [[nodiscard]] BSTR* Receive() noexcept {
+        ::SysFreeString(std::exchange(text_, nullptr));
+        return &text_;
+    }
+    // What a reader of the text sees: up to its first zero.
+    [[nodiscard]] std::wstring_view Visible() const noexcept {
+        const std::wstring_view whole(text_, ::SysStringLen(text_));
+        return whole.substr(0, whole.find(L'\0'));
+    }
 
 private:
-    BSTR text_;
+    BSTR text_ = nullptr;
 };
 
 // Owns what a VARIANT holds.

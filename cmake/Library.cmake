@@ -37,6 +37,10 @@ add_library(TandorUtil SHARED
     system/driver_staging.cpp
     system/store_search.cpp
     system/system_path.cpp
+    system/firewall.cpp
+    system/firewall_manager.cpp
+    system/firewall_reader.cpp
+    system/firewall_removal.cpp
     system/http_download.cpp
     system/http_transfer.cpp
     telemetry/data_process_report.cpp

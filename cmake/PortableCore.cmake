@@ -32,6 +32,7 @@ set(TANDOR_CORE_SOURCES
     security/sha256.cpp
     system/driver_store.cpp
     system/hardware_id.cpp
+    system/firewall_rule.cpp
     system/http_headers.cpp
 )
 # Portable as well, but they call the suite's services: the native tests link them with stand-ins for those.

@@ -53,6 +53,8 @@ TEST(Tandorctl, BadInputSaysWhatAndEndsWithOneOrTwo) {
         {L"text base64 --file no-such-file", 1, "no-such-file: cannot be read"},
         {L"text hex 12x", 1, "'12x': it is not a decimal number"},
         {L"log show Nope", 1, "there is no such channel"},
+        {L"firewall add --name \"\"", 1, "error: the rule's name: it is empty"},
+        {L"firewall remove --by-service --dry-run", 2, "--dry-run excludes --by-service"},
         {L"version device 手机-unknown", 1, "device '手机-unknown': its version is not known"},
     };
     for (const Case& c : cases) {

@@ -7,12 +7,10 @@
 #include <thread>
 #include <vector>
 
-#include <tlhelp32.h>
-
-#include "base/win_handle.h"
 #include "support/gate.h"
 #include "support/host_log.h"
 #include "support/import_patch.h"
+#include "support/own_resources.h"
 #include "support/tally.h"
 #include "tandor/operation_queue.h"
 #include "tandor/thread_pool.h"
@@ -21,9 +19,11 @@ namespace {
 
 using tandor::test::Amount;
 using tandor::test::Gate;
+using tandor::test::HandlesOfThisProcess;
 using tandor::test::HostLog;
 using tandor::test::ImportPatch;
 using tandor::test::Tally;
+using tandor::test::ThreadsOfThisProcess;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -121,23 +121,6 @@ TEST(SuspendController, HoldsTheSystemAwakeForItsScope) {
     { const SuspendControllerClass refused; }
     EXPECT_THAT(log.Take(),
                 ElementsAre(L"4 SetThreadExecutionState failed(SuspendControllerClass::SuspendControllerClass)"));
-}
-
-int ThreadsOfThisProcess() {
-    const tandor::FileHandle snapshot(::CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0));
-    THREADENTRY32 entry{};
-    entry.dwSize = sizeof(entry);
-    int count = 0;
-    for (BOOL found = ::Thread32First(snapshot.Get(), &entry); found != 0;
-         found = ::Thread32Next(snapshot.Get(), &entry))
-        count += entry.th32OwnerProcessID == ::GetCurrentProcessId() ? 1 : 0;
-    return count;
-}
-
-DWORD HandlesOfThisProcess() {
-    DWORD count = 0;
-    ::GetProcessHandleCount(::GetCurrentProcess(), &count);
-    return count;
 }
 
 void StartAndStop(IOperationQueue& queue, unsigned long long cycles) {

@@ -13,6 +13,7 @@
 #include "support/files.h"
 #include "support/handle_table_double.h"
 #include "support/host_log.h"
+#include "support/own_resources.h"
 #include "support/tally.h"
 #include "tandor/state_watch.h"
 
@@ -20,6 +21,7 @@ namespace {
 
 using tandor::test::Amount;
 using tandor::test::Child;
+using tandor::test::HandlesOfThisProcess;
 using tandor::test::HandleTableDouble;
 using tandor::test::HostLog;
 using tandor::test::ImportPatch;
@@ -160,12 +162,10 @@ TEST_F(OpenFiles, FilesAndFoldersOfAnotherProcessAreFound) {
     for (const Seen& one : seen) EXPECT_EQ(one.path.find(L"pipe"), std::wstring::npos);
     detector->EnumFile(child->Id(), nullptr);
     // What a visitor throws leaves, and leaves no handle behind.
-    DWORD before = 0, after = 0;
-    ::GetProcessHandleCount(::GetCurrentProcess(), &before);
+    const DWORD before = HandlesOfThisProcess();
     EXPECT_THROW(detector->EnumFile(child->Id(), [](bool, const std::wstring&) { throw std::runtime_error("enough"); }),
                  std::runtime_error);
-    ::GetProcessHandleCount(::GetCurrentProcess(), &after);
-    EXPECT_EQ(before, after);
+    EXPECT_EQ(HandlesOfThisProcess(), before);
 }
 
 TEST_F(OpenFiles, TheListAccountsForEveryFileHandle) {

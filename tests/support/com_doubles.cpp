@@ -3,6 +3,10 @@
 #include <cstring>
 #include <map>
 #include <mutex>
+#include <stdexcept>
+
+#include "base/win_apartment.h"
+#include "base/win_com_ptr.h"
 
 namespace {
 
@@ -46,13 +50,25 @@ extern "C" __declspec(dllexport) HRESULT __stdcall DllCanUnloadNow() { return S_
 namespace tandor::test {
 
 ComDouble::ComDouble(REFCLSID clsid, Create create) : clsid_(clsid) {
-    const std::lock_guard lock(mutex);
-    classes[clsid] = std::move(create);
+    Register(std::move(create));
+    const Apartment apartment;
+    ComPtr<IClassFactory> factory;
+    const HRESULT status =
+        ::CoGetClassObject(clsid, CLSCTX_INPROC_SERVER, nullptr, __uuidof(IClassFactory), factory.ReceiveVoid());
+    if (SUCCEEDED(status) && Factory::Live() > 0) return;
+    Register(nullptr);
+    throw std::runtime_error("windows_tests.exe does not serve a COM class of the tests; see windows_tests.manifest");
 }
 
-ComDouble::~ComDouble() {
+ComDouble::~ComDouble() { Register(nullptr); }
+
+void ComDouble::Register(Create create) const {
     const std::lock_guard lock(mutex);
-    classes.erase(clsid_);
+    if (create) {
+        classes[clsid_] = std::move(create);
+    } else {
+        classes.erase(clsid_);
+    }
 }
 
 }  // namespace tandor::test

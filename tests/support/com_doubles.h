@@ -5,12 +5,14 @@
 
 #include <objbase.h>
 
+#include <atomic>
 #include <functional>
 
 namespace tandor::test {
 
 // While it lives, objects of the class come from `create`, on every thread and in every apartment of this program.
-// Without one the class is not available. `create` hands out a reference to the interface asked for.
+// Without one the class is not available. `create` hands out a reference to the interface asked for. Throws when the
+// program does not serve the class: the system's own would answer then, and tests would fail far from the cause.
 class ComDouble {
 public:
     using Create = std::function<HRESULT(REFIID iid, void** object)>;
@@ -21,6 +23,7 @@ public:
     ComDouble& operator=(const ComDouble&) = delete;
 
 private:
+    void Register(Create create) const;
     CLSID clsid_;
 };
 
@@ -46,8 +49,8 @@ public:
         return static_cast<ULONG>(left);
     }
 
-    static int& Live() {
-        static int live = 0;
+    static std::atomic<int>& Live() {
+        static std::atomic<int> live{0};
         return live;
     }
 

@@ -1,0 +1,117 @@
+// Removal of the system's DHCP and connection-sharing rules, on a thread of its own.
+#include <mutex>
+
+#include "base/win_apartment.h"
+#include "base/win_handle.h"
+#include "foundation/message.h"
+#include "system/firewall_reader.h"
+#include "tandor/firewall.h"
+
+namespace {
+
+using tandor::kFailure;
+using tandor::kInfo;
+using tandor::LogMessage;
+using tandor::ReadingStep;
+
+constexpr ULONGLONG kShortestPause = 15001;  // ms from one start to the next
+constexpr const wchar_t* kFunction = L"RemoveDHCPRulesThread";
+
+// Lets one removal run at a time, and not too often.
+class Turn {
+public:
+    bool Take() noexcept {
+        const std::lock_guard lock(mutex_);
+        const ULONGLONG now = ::GetTickCount64();
+        if (running_ || (started_ && now - last_start_ < kShortestPause)) return false;
+        running_ = started_ = true;
+        last_start_ = now;
+        return true;
+    }
+    void Give() noexcept {
+        const std::lock_guard lock(mutex_);
+        running_ = false;
+    }
+
+private:
+    std::mutex mutex_;
+    ULONGLONG last_start_ = 0;
+    bool running_ = false;
+    bool started_ = false;
+};
+
+Turn turn;
+
+const wchar_t* TroubleText(ReadingStep failed) {
+    switch (failed) {
+        case ReadingStep::kPolicy:
+            return L"Remove firewall rules: get netfwpolicy interface failed.";
+        case ReadingStep::kRules:
+            return L"Remove firewall rules: get netfwrules interface failed.";
+        case ReadingStep::kEnumeration:
+            return L"Remove firewall rules: get netfwrules enum interface failed.";
+        case ReadingStep::kVariants:
+            return L"Remove firewall rules: get netfwrules variant enum interface failed.";
+        case ReadingStep::kFirstRule:
+            return L"Remove firewall rules: enum rules failed.";
+        case ReadingStep::kLaterRule:
+            return L"Remove firewall rules: enum rules failed 2.";
+        case ReadingStep::kDone:
+            break;
+    }
+    return nullptr;
+}
+
+// What was read before the reading failed is removed all the same.
+void RemoveRules() {
+    LogMessage(kInfo, kFunction, L"Remove firewall rules start.");
+    const tandor::Apartment apartment;
+    const tandor::RuleReading reading = tandor::ReadFirewallRules();
+    for (std::size_t i = 0; i < reading.unreadable; ++i) {
+        LogMessage(kFailure, kFunction, L"Remove firewall rules: get netfwrule interface faile.");
+    }
+    int removed = 0;
+    for (const tandor::FirewallRule& rule : reading.rules) {
+        if (!tandor::IsSharedConnectionRule(rule)) continue;
+        LogMessage(kInfo, kFunction, L"Remove firewall rule: ", rule.name);
+        const tandor::ComText name(rule.name.c_str());
+        if (SUCCEEDED(reading.firewall->Remove(name.Get()))) {
+            ++removed;
+        } else {
+            LogMessage(kFailure, kFunction, L"Remove firewall rule failed.");
+        }
+    }
+    if (const wchar_t* const trouble = TroubleText(reading.failed)) return LogMessage(kFailure, kFunction, trouble);
+    LogMessage(kInfo, kFunction, L"Remove firewall rules ok, rules removed count: ", removed);
+}
+
+// `library` keeps the code loaded while it runs; it is given back by the call that ends the thread.
+DWORD WINAPI RemovalThread(void* library) {
+    try {
+        RemoveRules();
+    } catch (const std::bad_alloc&) {  // nothing can be said without memory either
+    }
+    turn.Give();
+    ::FreeLibraryAndExitThread(static_cast<HMODULE>(library), 0);
+}
+
+}  // namespace
+
+void Firewall::RemoveDHCPRules() noexcept {
+    if (!turn.Take()) return;
+    HMODULE library = nullptr;
+    tandor::KernelHandle thread;
+    const auto* const here = reinterpret_cast<const wchar_t*>(&RemovalThread);
+    if (::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, here, &library) != 0) {
+        thread.Reset(::CreateThread(nullptr, 0, RemovalThread, library, 0, nullptr));
+    }
+    if (thread) return;
+    const DWORD trouble = ::GetLastError();
+    if (library != nullptr) ::FreeLibrary(library);
+    turn.Give();
+    try {
+        LogMessage(kFailure, L"Firewall::RemoveDHCPRules", L"Remove firewall rules: thread start failed, error ",
+                   trouble);
+    } catch (const std::bad_alloc&) {  // nothing can be said without memory either
+    }
+}

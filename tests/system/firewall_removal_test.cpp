@@ -1,0 +1,174 @@
+#include <windows.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+#include "base/win_handle.h"
+#include "support/firewall_double.h"
+#include "support/host_log.h"
+#include "support/import_patch.h"
+#include "support/own_resources.h"
+#include "support/tally.h"
+#include "tandor/firewall.h"
+
+namespace {
+
+using tandor::test::FirewallDouble;
+using tandor::test::HandlesOfThisProcess;
+using tandor::test::HostLog;
+using tandor::test::ImportPatch;
+using tandor::test::RuleFor;
+using tandor::test::ThreadsOfThisProcess;
+using testing::ElementsAre;
+
+const std::wstring kHost = L"C:\\Windows\\System32\\svchost.exe";
+const std::wstring kStart = L"3 Remove firewall rules start.(RemoveDHCPRulesThread)";
+
+std::wstring Line(int level, const std::wstring& text) {
+    return std::to_wstring(level) + L" Remove firewall " + text + L"(RemoveDHCPRulesThread)";
+}
+
+// The library's clock, which the tests move, and the threads that it starts.
+std::atomic<ULONGLONG> now{1};
+std::atomic<int> started{0};
+std::atomic<bool> refuse{false};
+tandor::KernelHandle removal;  // the last one's thread
+
+ULONGLONG WINAPI Now() { return now; }
+HANDLE WINAPI CountedThread(LPSECURITY_ATTRIBUTES security, SIZE_T stack, LPTHREAD_START_ROUTINE routine,
+                            void* argument, DWORD flags, DWORD* id) {
+    if (refuse) {
+        ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return nullptr;
+    }
+    const HANDLE thread = ::CreateThread(security, stack, routine, argument, flags, id);
+    const HANDLE self = ::GetCurrentProcess();
+    ::DuplicateHandle(self, thread, self, removal.Receive(), 0, FALSE, DUPLICATE_SAME_ACCESS);
+    ++started;
+    return thread;
+}
+
+class FirewallRemoval : public testing::Test {
+protected:
+    void SetUp() override {
+        now += 1'000'000;
+        started = 0;
+        refuse = false;
+    }
+    void TearDown() override {
+        removal.Reset();
+        EXPECT_EQ(FirewallDouble::Live(), 0);
+    }
+
+    // What a removal tells the host log.
+    std::vector<std::wstring> Remove() {
+        now += 15'001;
+        Firewall::RemoveDHCPRules();
+        EXPECT_TRUE(Ends());
+        return log_.Take();
+    }
+    static bool Ends() { return ::WaitForSingleObject(removal.Get(), 30'000) == WAIT_OBJECT_0; }
+
+    ImportPatch clock_{L"TandorUtil.dll", "GetTickCount64", &Now};
+    ImportPatch threads_{L"TandorUtil.dll", "CreateThread", &CountedThread};
+    FirewallDouble double_;
+    HostLog log_;
+};
+
+TEST_F(FirewallRemoval, TheSystemsRulesGoAndNoOthers) {
+    const std::wstring dhcp = L"Internet Connection Sharing (DHCPv4-In)";
+    const std::wstring server = L"Internet Connection Sharing (DHCP Server-In)";
+    double_->rules = {RuleFor(dhcp, kHost), RuleFor(server, kHost),  // next to one that goes
+                      RuleFor(L"Core Networking (DHCPv4-In)", kHost),
+                      RuleFor(std::wstring(L"Internet\0(DHCPv4-In)", 20), kHost),
+                      RuleFor(L"Internet 手机 (SharedAccess-Out)", std::wstring(L"svchost.exe\0\0\0", 14))};
+    EXPECT_THAT(Remove(), ElementsAre(kStart, Line(3, L"rule: " + dhcp), Line(3, L"rule: " + server),
+                                      Line(3, L"rule: Internet 手机 (SharedAccess-Out)"),
+                                      Line(3, L"rules ok, rules removed count: 3")));
+    EXPECT_THAT(double_.Names(), ElementsAre(L"Core Networking (DHCPv4-In)", L"Internet"));
+}
+
+TEST_F(FirewallRemoval, RulesThatChangeDuringTheWalkAndOnesThatStayAreNoTrouble) {
+    double_->rules = {RuleFor(L"Internet a (DHCPv4-In)", kHost), RuleFor(L"x", L"y"),
+                      RuleFor(L"Internet b (DHCPv4-In)", kHost)};
+    double_->odd_entry = 1;
+    double_->failing = {{L"Remove", E_ACCESSDENIED}};
+    double_->on_entry = [this, entry = 0]() mutable {
+        if (++entry == 3) double_->rules.pop_back();
+    };
+    EXPECT_THAT(Remove(), ElementsAre(kStart, Line(4, L"rules: get netfwrule interface faile."),
+                                      Line(3, L"rule: Internet a (DHCPv4-In)"), Line(4, L"rule failed."),
+                                      Line(3, L"rules ok, rules removed count: 0")));
+}
+
+TEST_F(FirewallRemoval, AStepThatFailsIsNamedAndWhatWasReadIsRemoved) {
+    const std::pair<const wchar_t*, const wchar_t*> steps[] = {
+        {L"policy", L"rules: get netfwpolicy interface failed."},
+        {L"get_Rules", L"rules: get netfwrules interface failed."},
+        {L"get__NewEnum", L"rules: get netfwrules enum interface failed."},
+        {L"IEnumVARIANT", L"rules: get netfwrules variant enum interface failed."}};
+    for (const auto& [step, text] : steps) {
+        double_->failing = {{step, E_FAIL}};
+        EXPECT_THAT(Remove(), ElementsAre(kStart, Line(4, text)));
+    }
+    double_->failing.clear();
+    double_->failing_entry = 0;
+    EXPECT_THAT(Remove(), ElementsAre(kStart, Line(4, L"rules: enum rules failed.")));
+    double_->rules = {RuleFor(L"Internet (DHCPv4-In)", kHost), RuleFor(L"Internet (SharedAccess-Out)", kHost)};
+    double_->failing_entry = 1;
+    EXPECT_THAT(Remove(),
+                ElementsAre(kStart, Line(3, L"rule: Internet (DHCPv4-In)"), Line(4, L"rules: enum rules failed 2.")));
+    EXPECT_THAT(double_.Names(), ElementsAre(L"Internet (SharedAccess-Out)"));
+}
+
+TEST_F(FirewallRemoval, OneRunsAtATimeAndOneStartsIn15Seconds) {
+    Remove();
+    now += 15'000;
+    Firewall::RemoveDHCPRules();
+    EXPECT_EQ(started, 1);
+
+    const tandor::KernelHandle reached(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    const tandor::KernelHandle go_on(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    double_->on_entry = [&] {
+        ::SetEvent(reached.Get());
+        ::WaitForSingleObject(go_on.Get(), 30'000);
+    };
+    now += 1;
+    std::vector<std::thread> callers;
+    for (int i = 0; i < 8; ++i) callers.emplace_back(Firewall::RemoveDHCPRules);
+    for (std::thread& caller : callers) caller.join();
+    EXPECT_EQ(::WaitForSingleObject(reached.Get(), 30'000), WAIT_OBJECT_0);
+    now += 100'000;
+    Firewall::RemoveDHCPRules();  // the other one still runs
+    EXPECT_EQ(started, 2);
+    ::SetEvent(go_on.Get());
+    EXPECT_TRUE(Ends());
+}
+
+TEST_F(FirewallRemoval, AThreadThatDoesNotStartIsToldAndBlocksNothing) {
+    refuse = true;
+    Firewall::RemoveDHCPRules();
+    EXPECT_THAT(log_.Take(), ElementsAre(L"4 Remove firewall rules: thread start failed, error 8"
+                                         L"(Firewall::RemoveDHCPRules)"));
+    refuse = false;
+    EXPECT_THAT(Remove(), testing::SizeIs(2));
+}
+
+TEST_F(FirewallRemoval, ManyRemovalsLeaveNothingBehind) {
+    Remove();
+    const int threads = ThreadsOfThisProcess();
+    const DWORD handles = HandlesOfThisProcess();
+    const auto rounds = static_cast<int>(tandor::test::Amount("TANDOR_STRESS_ROUNDS", 50));
+    for (int i = 0; i < rounds && !HasFailure(); ++i) {
+        double_->rules = {RuleFor(L"Internet (DHCPv4-In)", kHost)};
+        Remove();
+    }
+    EXPECT_EQ(started, rounds + 1);
+    EXPECT_LE(ThreadsOfThisProcess(), threads);
+    EXPECT_LE(HandlesOfThisProcess(), handles);
+}
+
+}  // namespace

@@ -1,0 +1,197 @@
+#include "tandor/firewall.h"
+
+#include <windows.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <thread>
+
+#include "pelora/system_environment.h"
+#include "support/firewall_double.h"
+#include "support/firewall_plan.h"
+#include "support/host_log.h"
+
+namespace {
+
+using tandor::test::FirewallDouble;
+using tandor::test::FirewallPlan;
+using tandor::test::HostLog;
+using tandor::test::RuleFor;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+using Operation = std::function<long(Firewall&)>;
+const Operation kAddAll = &Firewall::AddFirewallRules, kAdd = &Firewall::AddFirewallRuleWithEdgeTraversal,
+                kRemoveAll = &Firewall::DeleteExistFirewallRules, kRemove = &Firewall::DeleteFirewallRule,
+                kEnabled = &Firewall::IsRuleGroupEnabled, kCurrently = &Firewall::IsRuleGroupCurrentlyEnabled;
+constexpr HRESULT kDenied = E_ACCESSDENIED;
+
+// A line of the host log as the library's functions write it.
+std::wstring Line(int level, const std::wstring& text, const std::wstring& function) {
+    return std::to_wstring(level) + L" (QRT)Nearby::" + text + L"(Firewall::" + function + L")";
+}
+
+class FirewallTest : public testing::Test {
+protected:
+    void TearDown() override { EXPECT_EQ(FirewallDouble::Live(), 0); }
+
+    FirewallPlan plan_;
+    FirewallDouble double_;
+    HostLog log_;
+};
+
+TEST_F(FirewallTest, TheRuleIsSetInOrderWithTextsOf500Characters) {
+    wchar_t program[500];
+    ::GetModuleFileNameW(nullptr, program, 500);
+    const auto asked = [&](const std::wstring& name, const std::wstring& description) {
+        return ElementsAre(L"get_Rules", L"put_Name " + name + L"/500", L"put_Grouping PV Assistant/500",
+                           L"put_Description " + description + L"/500", L"put_Direction 1", L"put_Action 1",
+                           L"put_ApplicationName " + std::wstring(program) + L"/500", L"put_Protocol 256",
+                           L"put_Profiles 2147483647", L"put_Enabled -1", L"Add");
+    };
+    EXPECT_EQ(Firewall().AddFirewallRuleWithEdgeTraversal(), S_OK);
+    EXPECT_THAT(double_.Asked(), asked(L"PVAMessageCenter", L"PVAMessageCenter.exe"));
+    EXPECT_EQ(double_->rules.at(0).texts[L"Name"], std::wstring(L"PVAMessageCenter") + std::wstring(484, L'\0'));
+    EXPECT_THAT(log_.Take(), ElementsAre(Line(3, L"Add Firewall rule success.", L"AddFirewallRuleWithEdgeTraversal")));
+    // Texts of the caller end at their first zero and after 499 characters.
+    Firewall(std::wstring(L"手机\0hidden", 9), std::wstring(600, L'x')).AddFirewallRuleWithEdgeTraversal();
+    EXPECT_THAT(double_.Asked(), asked(L"手机", std::wstring(499, L'x')));
+    EXPECT_EQ(double_->rules.at(1).texts[L"Name"].find(L"hidden"), std::wstring::npos);
+}
+
+TEST_F(FirewallTest, OnlyThePlanOneAddsAndOldRulesGoInAnyCase) {
+    const std::wstring function = L"AddFirewallRules";
+    for (const std::optional<std::wstring>& plan : {std::optional<std::wstring>(L"1"), {}, {L"11"}}) {
+        plan_.user.Set(plan);
+        double_->rules = {RuleFor(L"PVAMessageCenter", L"old"), RuleFor(L"Other", L"x"),
+                          RuleFor(L"PVAMessageCenter", L"older")};
+        EXPECT_EQ(Firewall().AddFirewallRules(), S_OK);
+        if (plan == L"1") {
+            EXPECT_THAT(double_.Names(), ElementsAre(L"Other", L"PVAMessageCenter"));
+            EXPECT_THAT(log_.Take(),
+                        ElementsAre(Line(3, L"Firewall plan is on, we add the firewall rule here.", function),
+                                    HasSubstr(L"Add Firewall rule success.")));
+        } else {
+            EXPECT_THAT(double_.Names(), ElementsAre(L"Other"));
+            EXPECT_THAT(log_.Take(), ElementsAre(Line(3, L"Firewall plan is off, we do nothing here.", function)));
+        }
+    }
+    // The user's plan stands before the machine's.
+    plan_.user.Set(std::nullopt);
+    plan_.machine.Set(L"1");
+    EXPECT_EQ(SystemEnvironment::GetUserFireWallPlan(), "1");
+    plan_.user.Set(L"aus 手");
+    EXPECT_EQ(SystemEnvironment::GetUserFireWallPlan(), "aus 手");
+}
+
+TEST_F(FirewallTest, OneRuleOrAllOfTheNameAreRemoved) {
+    double_->rules = {RuleFor(L"Mine", L"a"), RuleFor(L"Other", L"b"), RuleFor(std::wstring(L"Mine\0\0", 6), L"c"),
+                      RuleFor(L"Mine", L"d")};
+    Firewall firewall(L"Mine", L"");
+    EXPECT_EQ(firewall.DeleteFirewallRule(), S_OK);
+    EXPECT_THAT(double_.Names(), ElementsAre(L"Other", L"Mine", L"Mine"));
+    EXPECT_EQ(firewall.DeleteExistFirewallRules(), S_OK);
+    EXPECT_THAT(double_.Names(), ElementsAre(L"Other"));
+    EXPECT_EQ(firewall.DeleteFirewallRule(), S_OK);
+    EXPECT_EQ(firewall.DeleteExistFirewallRules(), S_OK);
+    EXPECT_THAT(log_.Take(), IsEmpty());
+    double_->removes = false;  // a rule that only seems to go ends the removal
+    EXPECT_LT(Firewall(L"Other", L"").DeleteExistFirewallRules(), 0);
+}
+
+TEST_F(FirewallTest, EachFailureIsReturnedAndLogged) {
+    const std::wstring all = L"AddFirewallRules", add = L"AddFirewallRuleWithEdgeTraversal";
+    const std::wstring remove_all = L"DeleteExistFirewallRules", remove = L"DeleteFirewallRule";
+    const std::wstring denied = L"Access is denied, the firewall needs administrator rights.";
+    const std::wstring remove_error = L"DeleteExistFirewallRules() Remove() error.";
+    const std::wstring group = L"Failed calling API IsRuleGroupCurrentlyEnabled.";
+    struct Case {
+        const wchar_t* failing;
+        HRESULT status;
+        Operation operation;
+        std::vector<std::wstring> lines;
+        std::size_t rules_left = 1;
+    };
+    const Case cases[] = {
+        {L"get_Rules", E_FAIL, kAdd, {Line(4, L"Add FireWall rule get_Rules() failed ", add)}},
+        {L"rule", E_FAIL, kAdd, {Line(4, L"CoCreateInstance for Firewall Rule failed: 0x80004005", add)}},
+        {L"put_ApplicationName", E_FAIL, kAdd, {Line(4, L"Add Firewall rule failed: 0x80004005", add)}},
+        {L"Add",
+         kDenied,
+         kAddAll,
+         {Line(3, L"Firewall plan is on, we add the firewall rule here.", all),
+          Line(4, L"Add Firewall rule failed: 0x80070005", add), Line(4, denied, add),
+          Line(4, L"Firewall plan is on, we add the firewall rule failed.", all)},
+         0},
+        {L"Remove",
+         kDenied,
+         kAddAll,
+         {Line(4, remove_error, remove_all), Line(4, denied, remove_all),
+          Line(4, L"DeleteExistFirewallRules() failed.", all)}},
+        {L"get_Rules", E_FAIL, kRemoveAll, {Line(4, L"DeleteExistFirewallRules() get_Rules() error.", remove_all)}},
+        {L"Item", E_NOTIMPL, kRemoveAll, {Line(4, L"Item() failed: 0x80004001", remove_all)}},
+        {L"get_Rules", E_FAIL, kRemove, {Line(4, L"DeleteFirewallRule() get_Rules() error.", remove)}},
+        {L"Remove", E_FAIL, kRemove, {Line(4, remove_error, remove)}},
+        {L"IsRuleGroupEnabled", E_FAIL, kEnabled, {Line(4, group, L"IsRuleGroupEnabled")}},
+        {L"get_IsRuleGroupCurrentlyEnabled",
+         E_FAIL,
+         kCurrently,
+         {Line(4, group + L" Error: 0x 80004005.", L"IsRuleGroupCurrentlyEnabled")}},
+    };
+    plan_.user.Set(L"1");
+    for (const Case& c : cases) {
+        double_->rules = {RuleFor(L"PVAMessageCenter", L"a")};
+        double_->failing = {{c.failing, c.status}};
+        Firewall firewall;
+        EXPECT_EQ(c.operation(firewall), c.status);
+        EXPECT_EQ(log_.Take(), c.lines);
+        EXPECT_EQ(double_->rules.size(), c.rules_left);
+    }
+}
+
+TEST_F(FirewallTest, WithoutConnectionEverythingFailsUntilItIsMadeAnew) {
+    Firewall firewall;
+    double_->failing = {{L"policy", kDenied}};
+    firewall.InitRules();  // gives up the connection that was there
+    EXPECT_THAT(log_.Take(), Contains(Line(4, L"CoCreateInstance() failed.", L"InitRules")));
+    for (const Operation& operation : {kAddAll, kAdd, kRemoveAll, kRemove, kEnabled, kCurrently}) {
+        EXPECT_EQ(operation(firewall), kDenied);
+        EXPECT_THAT(log_.Take(), Contains(HasSubstr(L"4 netFwPolicy2 is null.(Firewall::")));
+    }
+    const Firewall another;
+    EXPECT_THAT(log_.Take(), Contains(Line(4, L"CoCreateInstance() failed.", L"Firewall")));
+    double_->failing.clear();
+    firewall.InitRules();
+    for (const VARIANT_BOOL enabled : {VARIANT_TRUE, VARIANT_FALSE}) {
+        double_->group_enabled = enabled;
+        EXPECT_EQ(firewall.IsRuleGroupEnabled(), enabled == VARIANT_TRUE ? 1 : 0);
+        EXPECT_EQ(firewall.IsRuleGroupCurrentlyEnabled(), enabled == VARIANT_TRUE ? 1 : 0);
+        EXPECT_THAT(double_.Asked(), ElementsAre(L"IsRuleGroupEnabled 6 PV Assistant/500",
+                                                 L"get_IsRuleGroupCurrentlyEnabled PV Assistant/500"));
+    }
+}
+
+TEST_F(FirewallTest, TheThreadsApartmentIsLeftAsItWas) {
+    // Entering once more tells what the thread was left in: S_OK nothing, S_FALSE the same apartment.
+    const std::pair<std::optional<DWORD>, HRESULT> cases[] = {
+        {std::nullopt, S_OK}, {COINIT_MULTITHREADED, S_FALSE}, {COINIT_APARTMENTTHREADED, S_FALSE}};
+    for (const auto& [before, left] : cases) {
+        std::thread([before = before, left = left] {
+            EXPECT_TRUE(!before || ::CoInitializeEx(nullptr, *before) == S_OK);
+            {
+                Firewall first;
+                const Firewall second;
+                EXPECT_EQ(first.AddFirewallRuleWithEdgeTraversal(), S_OK);
+            }
+            EXPECT_EQ(::CoInitializeEx(nullptr, before.value_or(COINIT_MULTITHREADED)), left);
+            ::CoUninitialize();
+            if (before) ::CoUninitialize();
+        }).join();
+    }
+}
+
+}  // namespace
