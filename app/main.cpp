@@ -54,6 +54,7 @@ void AddCommands(CLI::App& app, Context& context) {
              AddQueueCommand,
              AddWatchCommand,
              AddLookCommands,
+             AddConsoleCommands,
              AddFirewallCommands,
              AddDoctorCommand,
              AddTourCommand,

@@ -63,6 +63,9 @@ void TourQueue(TourReport& report);
 void TourScreen(TourReport& report);
 void TourPanel(TourReport& report);
 
+// System integration
+void TourDevices(TourReport& report);
+
 // Telemetry
 void TourTimedPairing(TourReport& report);
 void TourFault(TourReport& report);

@@ -24,6 +24,7 @@ constexpr TourStep kSteps[] = {
     {"Follow a second process until it is killed", "TdProcessStateWatcher::QueryProcessState", TourPresence},
     {"Run tasks on the pool", "TandorUtil::ThreadPool::Submit", TourPool},
     {"Push more to a busy queue than it keeps", "IOperationQueue::Push", TourQueue},
+    {"See the PC's devices, plan a virtual one", "Vxa::Exp::DeviceInventory", TourDevices},
     {"Time the steps of a pairing, one of them missing", "Tandor::Reporter::Commit", TourTimedPairing},
     {"Report a fault with its log files", "Tandor::KoEventReporter::KoEventReport", TourFault},
     {"Compare the firewall with the user's plan", "Firewall::AddFirewallRules", TourFirewall},

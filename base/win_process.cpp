@@ -18,4 +18,12 @@ StartedProcess StartProcess(const wchar_t* program, std::wstring command_line, S
     return {};
 }
 
+std::optional<DWORD> WaitForExit(const StartedProcess& process, DWORD milliseconds) {
+    DWORD code = 0;
+    const DWORD waited = ::WaitForSingleObject(process.handle.Get(), milliseconds);
+    if (waited == WAIT_OBJECT_0 && ::GetExitCodeProcess(process.handle.Get(), &code) != 0) return code;
+    if (waited == WAIT_TIMEOUT) ::SetLastError(ERROR_TIMEOUT);
+    return {};
+}
+
 }  // namespace tandor

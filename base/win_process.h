@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include <optional>
 #include <string>
 
 #include "base/win_handle.h"
@@ -18,5 +19,9 @@ struct StartedProcess {
 // needs no size; handles are inherited when it asks for standard handles.
 StartedProcess StartProcess(const wchar_t* program, std::wstring command_line, STARTUPINFOW startup = {},
                             DWORD flags = 0);
+
+// The exit code, once the process has ended. Nothing when it has not ended in time or cannot be waited for; it goes on
+// then, and GetLastError() says why (ERROR_TIMEOUT).
+std::optional<DWORD> WaitForExit(const StartedProcess& process, DWORD milliseconds);
 
 }  // namespace tandor

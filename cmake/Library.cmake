@@ -31,6 +31,12 @@ add_library(TandorUtil SHARED
     security/crypt_random.cpp
     security/file_digest.cpp
     security/sealing_host.cpp
+    system/device_console.cpp
+    system/device_inventory.cpp
+    system/device_nodes.cpp
+    system/driver_staging.cpp
+    system/store_search.cpp
+    system/system_path.cpp
     system/firewall.cpp
     system/firewall_manager.cpp
     system/firewall_reader.cpp
@@ -48,7 +54,7 @@ set_target_properties(TandorUtil PROPERTIES PREFIX "" IMPORT_PREFIX "lib")
 target_link_libraries(TandorUtil PRIVATE $<BUILD_INTERFACE:tandor_compiling> $<BUILD_INTERFACE:tandor_base>
     ${TANDOR_SUITE_TARGET} $<BUILD_INTERFACE:spdlog::spdlog> $<BUILD_INTERFACE:fmt::fmt>
     $<BUILD_INTERFACE:tandor_crypto> $<BUILD_INTERFACE:tandor_curl>)
-tandor_delay_load(TandorUtil user32 gdi32 gdiplus advapi32 ole32 oleaut32 bcrypt pathcch)
+tandor_delay_load(TandorUtil user32 gdi32 gdiplus advapi32 ole32 oleaut32 bcrypt pathcch setupapi cfgmgr32)
 # Sample configuration, where programs in the bin folder look for theirs.
 foreach(sample config/VxExScreenConfig.xml cloundConfig/PadResolutionConfig.xml)
     get_filename_component(name ${sample} NAME)

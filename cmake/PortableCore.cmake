@@ -30,6 +30,8 @@ set(TANDOR_CORE_SOURCES
     security/sealed_message.cpp
     security/sealing.cpp
     security/sha256.cpp
+    system/driver_store.cpp
+    system/hardware_id.cpp
     system/firewall_rule.cpp
     system/http_headers.cpp
 )

@@ -155,6 +155,7 @@ int main() {
         {L"announce", Announce},
         {L"check-records", tandor::test::CheckRecords},
         {L"commit-reports", CommitReports},
+        {L"console-without", tandor::test::ConsoleWithout},
         {L"hold-file", HoldFile},
         {L"hold-handles", HoldHandles},
         {L"host-log", HostLog},

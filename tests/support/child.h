@@ -30,10 +30,8 @@ public:
     Child& operator=(Child&&) = default;  // what is assigned to was killed before
 
     int Wait() {
-        DWORD code = 0;
-        if (::WaitForSingleObject(process_.handle.Get(), 60'000) != WAIT_OBJECT_0) return -1;
-        ::GetExitCodeProcess(process_.handle.Get(), &code);
-        return static_cast<int>(code);
+        const std::optional<DWORD> code = WaitForExit(process_, 60'000);
+        return code.has_value() ? static_cast<int>(*code) : -1;
     }
     void Kill() {
         if (!process_.handle) return;

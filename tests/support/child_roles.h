@@ -20,4 +20,8 @@ int CheckRecords(const Arguments& arguments);
 // every call succeeded.
 int StoreAttributes(const Arguments& arguments);
 
+// console-without WHAT: starts the device console where a function that it needs fails, tries a command and prints the
+// host log. WHAT is an import of the library, an entry that it looks up, or "long-directory".
+int ConsoleWithout(const Arguments& arguments);
+
 }  // namespace tandor::test

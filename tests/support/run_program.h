@@ -56,11 +56,7 @@ inline ProgramRun RunProgram(std::wstring command_line, const std::string& input
     run.out = ReadPipe(out_read.Get());
     error_reader.join();
     writer.join();
-    DWORD code = 0;
-    if (::WaitForSingleObject(process.handle.Get(), 60'000) == WAIT_OBJECT_0 &&
-        ::GetExitCodeProcess(process.handle.Get(), &code) != 0) {
-        run.exit_code = static_cast<int>(code);
-    }
+    if (const std::optional<DWORD> code = WaitForExit(process, 60'000)) run.exit_code = static_cast<int>(*code);
     return run;
 }
 

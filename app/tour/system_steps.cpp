@@ -1,0 +1,37 @@
+#include <fmt/format.h>
+
+#include <fstream>
+
+#include "app/device_plan.h"
+#include "app/device_report.h"
+#include "app/tour.h"
+#include "base/utf.h"
+#include "tandor/device_console.h"
+
+namespace tandor::app {
+
+void TourDevices(TourReport& report) {
+    using Vxa::Exp::DeviceInventory;
+    std::vector<Vxa::Exp::DeviceNode> nodes, found;
+    if (const unsigned long error = DeviceInventory::List(nodes); error != 0)
+        throw DeviceError("the list of devices", error);
+    report.Result("devices present", std::to_string(nodes.size()), nodes.size());
+    const auto named = std::ranges::find_if(nodes, [](const auto& node) { return !node.hardware_ids.empty(); });
+    if (named != nodes.end()) {
+        const std::wstring& identifier = named->hardware_ids.front();
+        Expect(DeviceInventory::Find(identifier, found) == 0 && !found.empty(), "finding a device by its hardware id");
+        report.Result("found by its hardware id",
+                      fmt::format("{}: {}, {}", Utf8FromWideLossy(identifier),
+                                  Utf8FromWideLossy(found.front().instance), StateText(found.front())));
+    }
+
+    const std::filesystem::path inf = report.Folder() / L"Pad 手机.inf";
+    std::ofstream(inf, std::ios::binary) << "[Version]\r\nSignature=\"$Windows NT$\"\r\nClass=System\r\n"
+                                            "ClassGuid={4d36e97d-e325-11ce-bfc1-08002be10318}\r\n";
+    const DevicePlan plan = PlanOf({.command = "install", .hardware_id = "Root\\TandorTour", .inf = TextOf(inf)});
+    Expect(plan.can_succeed && plan.steps.size() == 2, "planning a virtual device");
+    report.Result("plan for a virtual device", plan.steps.front());
+    report.Result("needs administrator rights", "install, update, enable, disable, remove, stage: the tour does none");
+}
+
+}  // namespace tandor::app

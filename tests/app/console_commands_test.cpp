@@ -1,0 +1,126 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "pelora/registry.h"
+#include "support/files.h"
+#include "support/run_program.h"
+#include "support/setup_spy.h"
+#include "tandor/device_console.h"
+
+namespace {
+
+using nlohmann::json;
+using tandor::test::ProgramRun;
+using tandor::test::RunTandorctl;
+using tandor::test::SystemFile;
+using testing::HasSubstr;
+
+// The device-installation library that tandorctl finds. Wine takes its own unless it is told otherwise.
+class NewdevDouble {
+public:
+    NewdevDouble() { DE::Registry::SetValue(DE::RegistryRoot::kCurrentUser, kKey, L"newdev", std::wstring(L"native")); }
+    ~NewdevDouble() { DE::Registry::DeleteKey(DE::RegistryRoot::kCurrentUser, kKey); }
+    NewdevDouble(const NewdevDouble&) = delete;
+    NewdevDouble& operator=(const NewdevDouble&) = delete;
+
+private:
+    static constexpr auto kKey = L"Software\\Wine\\AppDefaults\\tandorctl.exe\\DllOverrides";
+    SystemFile file_{L"newdev_double.dll", L"newdev.dll"};
+};
+
+class ConsoleCommands : public testing::Test {
+protected:
+    ConsoleCommands() {
+        tandor::test::WriteAll(folder_.path / L"Pad 手机.inf",
+                               "[Version]\r\nSignature=\"$Windows NT$\"\r\nClass=System\r\n"
+                               "ClassGuid={4d36e97d-e325-11ce-bfc1-08002be10318}\r\n");
+    }
+    ~ConsoleCommands() override {
+        const tandor::test::SetupSpy spy;
+        Vxa::Exp::DeviceConsole::GetInstance().ExecCommand(L"remove", id_, L"x");
+    }
+    [[nodiscard]] ProgramRun Run(const wchar_t* verb, bool inf = true) const {
+        return RunTandorctl(std::wstring(L"--json console ") + verb + L" " + id_ + (inf ? L" " + inf_ : L""));
+    }
+
+    const tandor::test::TemporaryFolder folder_;
+    const std::wstring inf_ = L"\"" + (folder_.path / L"Pad 手机.inf").native() + L"\"";
+    const std::wstring id_ = L"Root\\TandorCtl" + std::to_wstring(::GetCurrentProcessId());
+};
+
+TEST_F(ConsoleCommands, InstallsShowsAndPlans) {
+    EXPECT_EQ(Run(L"status", false).exit_code, 1);
+    const ProgramRun plan = Run(L"install --dry-run");
+    EXPECT_EQ(plan.exit_code, 0) << plan.error;
+    EXPECT_EQ(json::parse(plan.out)["steps"].size(), 2u);
+    EXPECT_THAT(plan.out, HasSubstr("Pad 手机.inf"));
+    EXPECT_EQ(Run(L"find", false).exit_code, 1);  // the plan made nothing
+    EXPECT_EQ(Run(L"enable --dry-run", false).exit_code, 1);
+    {
+        const NewdevDouble newdev;
+        const ProgramRun install = Run(L"install");
+        EXPECT_EQ(install.exit_code, 0) << install.error;
+        EXPECT_EQ(json::parse(install.out)["devices"][0]["class"], "System");
+        EXPECT_EQ(Run(L"update").exit_code, 0);
+        const ProgramRun again = Run(L"install");
+        EXPECT_EQ(again.exit_code, 1);
+        EXPECT_THAT(again.error, HasSubstr("use update, or --again"));
+    }
+    const json found = json::parse(Run(L"find", false).out)["devices"];
+    ASSERT_EQ(found.size(), 1u);
+    EXPECT_EQ(json::parse(Run(L"status", false).out)["devices"], found);
+    EXPECT_THAT(RunTandorctl(L"console list --class SYSTEM").out, HasSubstr(found[0]["instance"].get<std::string>()));
+    const std::pair<const wchar_t*, std::size_t> steps[] = {
+        {L"update --dry-run", 1}, {L"remove --dry-run", 2}, {L"enable --dry-run", 1}, {L"disable --dry-run", 1}};
+    for (const auto& [verb, count] : steps) {
+        const bool inf = verb[0] == L'u' || verb[0] == L'r';
+        const json order = json::parse(Run(verb, inf).out);
+        EXPECT_EQ(order["steps"].size(), count) << order;
+        EXPECT_THAT(order["steps"][0].get<std::string>(), HasSubstr(found[0]["instance"].get<std::string>()));
+    }
+}
+
+TEST_F(ConsoleCommands, StagesAPackage) {
+    EXPECT_EQ(RunTandorctl(L"console stage --dry-run " + inf_).exit_code, 0);
+    const SystemFile pnputil(L"pnputil_double.exe", L"pnputil.exe");
+    ::SetEnvironmentVariableW(L"TANDOR_PNPUTIL_RECORD", (folder_.path / L"record").c_str());
+    const std::pair<const wchar_t*, const char*> cases[] = {{L"0", "staged\n"},
+                                                            {L"259", "no device took it"},
+                                                            {L"3010", "must be restarted"},
+                                                            {L"5", "run as administrator"}};
+    for (const auto& [code, text] : cases) {
+        ::SetEnvironmentVariableW(L"TANDOR_PNPUTIL_CODE", code);
+        const ProgramRun run = RunTandorctl(L"console stage " + inf_);
+        EXPECT_EQ(run.exit_code, code[0] == L'5' ? 1 : 0);
+        EXPECT_THAT(run.out + run.error, HasSubstr(text));
+    }
+    for (const auto* const name : {L"TANDOR_PNPUTIL_RECORD", L"TANDOR_PNPUTIL_CODE"})
+        ::SetEnvironmentVariableW(name, nullptr);
+}
+
+TEST_F(ConsoleCommands, BadInputIsExplained) {
+    tandor::test::WriteAll(folder_.path / L"bad.inf", "junk");
+    struct Case {
+        std::wstring arguments;
+        int exit_code;
+        const char* error;
+    };
+    for (const Case& c : {
+             Case{L"console", 2, "subcommand is required"},
+             Case{L"console install " + id_, 2, "INF is required"},
+             Case{L"console enable \"\"", 2, "1 to 200 characters"},
+             Case{L"console install " + id_ + L" no-such.inf --dry-run", 1, "error: no-such.inf: "},
+             Case{L"console stage no-such.inf", 1, "check the path"},
+             Case{L"console stage \"" + (folder_.path / L"bad.inf").native() + L"\"", 1,
+                  "check that it is a driver's INF"},
+         }) {
+        const ProgramRun run = RunTandorctl(c.arguments);
+        EXPECT_EQ(run.exit_code, c.exit_code) << run.error;
+        EXPECT_THAT(run.error, HasSubstr(c.error));
+        EXPECT_EQ(run.out, "");
+    }
+}
+
+}  // namespace

@@ -1,0 +1,256 @@
+// Commands on devices, with real device nodes of the test's own.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <setupapi.h>
+
+#include <algorithm>
+#include <thread>
+
+#include "support/child.h"
+#include "support/files.h"
+#include "support/host_log.h"
+#include "support/run_program.h"
+#include "support/setup_spy.h"
+#include "support/tally.h"
+#include "tandor/device_console.h"
+
+namespace {
+
+using tandor::test::Amount;
+using tandor::test::SetupSpy;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using Vxa::Exp::DeviceConsole;
+using Vxa::Exp::DeviceInventory;
+using Vxa::Exp::DeviceNode;
+using Lines = std::vector<std::wstring>;
+
+class DeviceConsoleTest : public testing::Test {
+protected:
+    DeviceConsoleTest() {
+        tandor::test::WriteAll(inf_,
+                               "[Version]\r\nSignature=\"$Windows NT$\"\r\nClass=System\r\n"
+                               "ClassGuid={4d36e97d-e325-11ce-bfc1-08002be10318}\r\n");
+        DeviceConsole::GetInstance();
+        log_.Take();
+    }
+    ~DeviceConsoleTest() override {
+        spy_.Fail(L"", 0, 0);
+        for (const std::wstring& id : {id_, other_}) Run(L"remove", id);
+        EXPECT_EQ(spy_.open_lists, 0);
+    }
+
+    bool Run(const std::wstring& command, const std::wstring& id) { return Run(command, id, inf_); }
+    bool Run(const std::wstring& command, const std::wstring& id, const std::wstring& inf) {
+        return DeviceConsole::GetInstance().ExecCommand(command, id, inf);
+    }
+    void InstallTwoAndAnother() {
+        for (const std::wstring& id : {id_, other_, id_}) ASSERT_TRUE(Run(L"install", id)) << ::GetLastError();
+        spy_.Take();
+        log_.Take();
+    }
+    static std::vector<DeviceNode> Devices(const std::wstring& id) {
+        std::vector<DeviceNode> nodes;
+        EXPECT_EQ(DeviceInventory::Find(id, nodes), 0u);
+        return nodes;
+    }
+    static std::wstring Line(const wchar_t* text, const wchar_t* function = L"ExecCommand") {
+        return std::wstring(L"3 ") + text + L"(Vxa::Exp::DeviceConsole::" + function + L")";
+    }
+    [[nodiscard]] std::wstring Driver(const wchar_t* entry, const wchar_t* flags) const {
+        return std::wstring(entry) + L" " + inf_ + L" " + flags;
+    }
+
+    tandor::test::TemporaryFolder folder_;
+    const std::wstring inf_ = (folder_.path / L"Pad 手机.inf").native();
+    const std::wstring id_ = L"Root\\TandorTest" + std::to_wstring(::GetCurrentProcessId());
+    const std::wstring other_ = id_ + L"-other";
+    SetupSpy spy_;
+    tandor::test::HostLog log_;
+};
+
+TEST_F(DeviceConsoleTest, InstallsAndRemovesRealDeviceNodes) {
+    EXPECT_TRUE(Run(L"InStall", id_));
+    EXPECT_THAT(spy_.Take(), ElementsAre(L"GetINFClass", L"CreateDeviceInfoList", L"CreateDeviceInfo 1",
+                                         L"SetDeviceRegistryProperty 1 404", L"CallClassInstaller 25",
+                                         Driver((L"UpdateDriver " + id_).c_str(), L"1")));
+    EXPECT_THAT(log_.Take(), ElementsAre(Line(L"Command: InStall finished successfully.")));
+    std::wstring upper = id_;
+    std::ranges::transform(upper, upper.begin(), [](wchar_t c) { return static_cast<wchar_t>(std::towupper(c)); });
+    const auto nodes = Devices(upper);
+    ASSERT_EQ(nodes.size(), 1u);
+    EXPECT_THAT(nodes[0].hardware_ids, ElementsAre(id_));
+    EXPECT_EQ(nodes[0].class_name, L"System");
+    EXPECT_TRUE(nodes[0].instance.starts_with(L"ROOT\\SYSTEM\\")) << nodes[0].instance.size();
+
+    ASSERT_TRUE(Run(L"install", other_) && Run(L"install", id_));
+    EXPECT_EQ(Devices(id_).size(), 2u);
+    spy_.Take();
+    log_.Take();
+    EXPECT_TRUE(Run(L"remove", upper));
+    const std::wstring set = L"SetClassInstallParams 5 1 0", call = L"CallClassInstaller 5";
+    EXPECT_THAT(spy_.Take(), ElementsAre(set, call, set, call, Driver(L"UninstallDriver", L"0")));
+    EXPECT_THAT(log_.Take(), ElementsAre(Line(L"Command: remove finished successfully.")));
+    EXPECT_THAT(Devices(id_), IsEmpty());
+    EXPECT_EQ(Devices(other_).size(), 1u);
+    EXPECT_TRUE(Run(L"remove", id_));  // nothing is left to take out but the driver
+    EXPECT_THAT(spy_.Take(), ElementsAre(Driver(L"UninstallDriver", L"0")));
+}
+
+TEST_F(DeviceConsoleTest, AStepThatFailsEndsAnInstallationAndSaysWhy) {
+    for (const auto* const step : {L"GetINFClass", L"CreateDeviceInfoList", L"CreateDeviceInfo 1", L"SetDeviceRegistry",
+                                   L"CallClassInstaller", L"UpdateDriver"}) {
+        spy_.Fail(step, ERROR_ACCESS_DENIED);
+        ::SetLastError(ERROR_SUCCESS);
+        EXPECT_FALSE(Run(L"install", id_)) << step;
+        EXPECT_EQ(::GetLastError(), static_cast<DWORD>(ERROR_ACCESS_DENIED));
+        EXPECT_TRUE(spy_.Take().back().starts_with(step)) << step;
+        EXPECT_EQ(spy_.open_lists, 0) << step;
+        const auto* const text = L"Command: install failed with error code : 5";
+        EXPECT_THAT(log_.Take(), ElementsAre(Line(text, L"InstallDevice"), Line(text)));
+    }
+    EXPECT_EQ(Devices(id_).size(), 1u);  // the last had its device by then
+    spy_.Fail(L"UpdateDriver", ERROR_SUCCESS);
+    EXPECT_FALSE(Run(L"update", id_));
+    EXPECT_THAT(log_.Take(), ElementsAre(Line(L"Command: update failed with error code : 31")));  // never "error 0"
+}
+
+TEST_F(DeviceConsoleTest, RefusesBadInputBeforeItTouchesTheSystem) {
+    const std::wstring absent = (folder_.path / L"absent.inf").native();
+    struct Case {
+        std::wstring id, inf;
+        DWORD error;
+    };
+    for (const Case& c : {
+             Case{id_, L"", ERROR_INVALID_NAME},
+             Case{id_, absent, ERROR_FILE_NOT_FOUND},
+             Case{id_, folder_.path.native(), ERROR_FILE_NOT_FOUND},
+             Case{id_, folder_.path.native() + L"\\" + std::wstring(260, L'x'), ERROR_FILENAME_EXCED_RANGE},
+             Case{id_, inf_ + std::wstring(1, L'\0') + L"x", ERROR_INVALID_NAME},
+             Case{L"", inf_, ERROR_INVALID_PARAMETER},
+             Case{std::wstring(201, L'x'), inf_, ERROR_INVALID_PARAMETER},
+             Case{id_ + std::wstring(1, L'\0') + L"x", inf_, ERROR_INVALID_PARAMETER},
+         }) {
+        EXPECT_FALSE(Run(L"install", c.id, c.inf));
+        EXPECT_EQ(::GetLastError(), c.error);
+    }
+    EXPECT_THAT(spy_.Take(), IsEmpty());
+    log_.Take();
+    for (const auto* const word : {L"", L"instal", L"install ", L"stage"}) {
+        EXPECT_FALSE(Run(word, id_));
+        EXPECT_EQ(::GetLastError(), static_cast<DWORD>(ERROR_INVALID_FUNCTION));
+        EXPECT_THAT(log_.Take(), ElementsAre(Line(L"Invalid command.")));
+    }
+
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(folder_.path);
+    EXPECT_TRUE(Run(L"update", id_, L".\\Pad 手机.inf"));  // a relative path becomes complete
+    std::filesystem::current_path(before);
+    EXPECT_THAT(spy_.Take(), ElementsAre(testing::EndsWith(L"\\Pad 手机.inf 1")));
+}
+
+TEST_F(DeviceConsoleTest, EnablesInBothScopesAndDisablesInOne) {
+    for (const auto* const word : {L"enable", L"disable"}) {
+        EXPECT_FALSE(Run(word, id_));
+        EXPECT_EQ(::GetLastError(), ERROR_NO_SUCH_DEVINST);
+    }
+    InstallTwoAndAnother();
+    const std::wstring everywhere = L"SetClassInstallParams 18 1 1", here = L"SetClassInstallParams 18 1 2";
+    const std::wstring off = L"SetClassInstallParams 18 2 2", call = L"CallClassInstaller 18";
+    EXPECT_TRUE(Run(L"enable", id_));
+    EXPECT_THAT(spy_.Take(), ElementsAre(everywhere, call, here, call, everywhere, call, here, call));
+    EXPECT_TRUE(Run(L"disable", id_));
+    EXPECT_THAT(spy_.Take(), ElementsAre(off, call, off, call));
+    // What fails on one device or in one scope is said, and the rest is done.
+    spy_.Fail(everywhere, ERROR_ACCESS_DENIED);
+    EXPECT_FALSE(Run(L"enable", id_));
+    EXPECT_EQ(::GetLastError(), static_cast<DWORD>(ERROR_ACCESS_DENIED));
+    EXPECT_THAT(spy_.Take(), ElementsAre(everywhere, here, call, everywhere, call, here, call));
+    spy_.Fail(call, ERROR_NOT_DISABLEABLE);
+    EXPECT_FALSE(Run(L"disable", id_));
+    EXPECT_EQ(::GetLastError(), ERROR_NOT_DISABLEABLE);
+    EXPECT_THAT(spy_.Take(), ElementsAre(off, call, off, call));
+    spy_.Fail(L"EnumDeviceInfo", ERROR_GEN_FAILURE);
+    EXPECT_FALSE(Run(L"disable", id_));
+    spy_.Fail(L"GetClassDevsEx 6", ERROR_GEN_FAILURE);
+    EXPECT_FALSE(Run(L"disable", id_));
+    EXPECT_THAT(spy_.Take(), IsEmpty());
+}
+
+TEST_F(DeviceConsoleTest, RemovalTellsOfRestartsAndOfDriversThatStay) {
+    const std::wstring done = Line(L"Command: remove finished successfully.");
+    for (const DWORD flag : {DI_NEEDRESTART, DI_NEEDREBOOT}) {
+        ASSERT_TRUE(Run(L"install", id_));
+        log_.Take();
+        spy_.install_flags = flag;
+        EXPECT_TRUE(Run(L"remove", id_));
+        EXPECT_THAT(log_.Take(), ElementsAre(Line(L"Reboot is required.", L"RemoveDevice"), done));
+    }
+    InstallTwoAndAnother();
+    spy_.install_flags = ~static_cast<DWORD>(DI_NEEDRESTART | DI_NEEDREBOOT);
+    spy_.Fail(L"GetDeviceInstallParams", ERROR_GEN_FAILURE);
+    EXPECT_TRUE(Run(L"remove", id_));
+    EXPECT_THAT(log_.Take(), ElementsAre(L"4 Get device status failed, not sure whether reboot is requried. "
+                                         L"(Vxa::Exp::DeviceConsole::RemoveDevice)",
+                                         done));
+    InstallTwoAndAnother();
+    spy_.Fail(L"CallClassInstaller 5", ERROR_ACCESS_DENIED);
+    EXPECT_FALSE(Run(L"remove", id_));  // of one; the other is gone all the same, and the driver is tried
+    EXPECT_EQ(Devices(id_).size(), 1u);
+    EXPECT_EQ(spy_.Take().back(), Driver(L"UninstallDriver", L"0"));
+    log_.Take();
+    spy_.Fail(L"UninstallDriver", ERROR_FILE_NOT_FOUND);
+    EXPECT_FALSE(Run(L"remove", id_));
+    EXPECT_THAT(log_.Take(),
+                ElementsAre(L"4 uninstalldriver " + inf_ + L" failed 2(Vxa::Exp::DeviceConsole::RemoveDevice)",
+                            Line(L"Command: remove failed with error code : 2")));
+    EXPECT_THAT(Devices(id_), IsEmpty());
+}
+
+TEST_F(DeviceConsoleTest, WithoutTheSystemsLibraryEveryCommandIsInvalid) {
+    const std::pair<const wchar_t*, const char*> cases[] = {
+        {L"GetSystemDirectoryW", "4 Get load lib path failed, error code: 1168"},
+        {L"long-directory", "4 get newdev.DLL path failed"},
+        {L"LoadLibraryExW", "4 Load newdev.dll failed with error code : 1168"},
+        {L"UpdateDriverForPlugAndPlayDevicesW", "4 Get update driver entry failed with error code : 1168"},
+        {L"DiUninstallDriverW", "4 Get DiUninstallDriverW address failed 1168"},
+    };
+    for (const auto& [what, line] : cases) {
+        auto run = tandor::test::RunProgram(std::wstring(L"test_child.exe console-without ") + what);
+        std::erase(run.out, '\r');
+        EXPECT_EQ(run.exit_code, 0);
+        EXPECT_EQ(run.out, std::string(line) +
+                               "(Vxa::Exp::DeviceConsole::Initialize)\n"
+                               "3 Invalid command.(Vxa::Exp::DeviceConsole::ExecCommand)\n");
+    }
+}
+
+TEST_F(DeviceConsoleTest, LeaksNothingFromAnyThread) {
+    InstallTwoAndAnother();
+    const auto rounds = Amount("TANDOR_STRESS_CONSOLE", 15);
+    const auto work = [&](const std::wstring& id, bool installs) {
+        for (auto i = rounds; i > 0; --i) {
+            for (const auto* const word : {L"update", L"enable", L"disable", L"no such"}) Run(word, id);
+            Run(L"install", id, L"absent.inf");
+            if (installs) Run(L"install", id);
+            Run(L"remove", id);
+        }
+    };
+    work(other_, true);  // what is made once is made
+    DWORD before = 0, after = 0;
+    ::GetProcessHandleCount(::GetCurrentProcess(), &before);
+    {
+        std::thread first(work, other_, true), second(work, other_ + L"2", false);
+        first.join();
+        second.join();
+    }
+    ::GetProcessHandleCount(::GetCurrentProcess(), &after);
+    EXPECT_LE(after, before + 2);
+    EXPECT_EQ(spy_.open_lists, 0);
+    EXPECT_EQ(Devices(id_).size(), 2u);
+    EXPECT_THAT(Devices(other_), IsEmpty());
+}
+
+}  // namespace
