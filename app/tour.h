@@ -72,6 +72,7 @@ void TourFault(TourReport& report);
 void TourOutbox(TourReport& report);
 
 // System
+void TourRequest(TourReport& report);
 void TourFirewall(TourReport& report);
 
 }  // namespace tandor::app

@@ -28,6 +28,7 @@ constexpr TourStep kSteps[] = {
     {"Time the steps of a pairing, one of them missing", "Tandor::Reporter::Commit", TourTimedPairing},
     {"Report a fault with its log files", "Tandor::KoEventReporter::KoEventReport", TourFault},
     {"Compare the firewall with the user's plan", "Firewall::AddFirewallRules", TourFirewall},
+    {"Ask a configuration server that is not there", "HttpDownloadHelper::GetConfigDataFromServer", TourRequest},
     {"See what lies in the outbox", "pelora::Outbox", TourOutbox},
 };
 

@@ -4,9 +4,11 @@
 
 #include "app/device_plan.h"
 #include "app/device_report.h"
+#include "app/fetch_errors.h"
 #include "app/tour.h"
 #include "base/utf.h"
 #include "tandor/device_console.h"
+#include "tandor/http_download.h"
 
 namespace tandor::app {
 
@@ -32,6 +34,19 @@ void TourDevices(TourReport& report) {
     Expect(plan.can_succeed && plan.steps.size() == 2, "planning a virtual device");
     report.Result("plan for a virtual device", plan.steps.front());
     report.Result("needs administrator rights", "install, update, enable, disable, remove, stage: the tour does none");
+}
+
+// Port 9 of this PC: nothing listens there, and nothing leaves the PC.
+void TourRequest(TourReport& report) {
+    std::string headers, answer;
+    HttpTransfer transfer;
+    const int code =
+        HttpDownloadHelper::GetConfigDataFromServer("https://127.0.0.1:9/config", "{}", headers, answer, transfer);
+    Expect(code != 0 && code == transfer.code && answer.empty(), "a request to a closed port");
+    const Explanation why = Explain(transfer);
+    report.Result("result of libcurl", std::to_string(code), code);
+    report.Result("in words", why.cause);
+    report.Result("what to do", why.remedy);
 }
 
 }  // namespace tandor::app
