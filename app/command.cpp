@@ -80,4 +80,14 @@ std::string ReadInput(const std::string& file) {
     return content;
 }
 
+CLI::Validator WebAddress() {
+    return CLI::Validator(
+        [](const std::string& text) {
+            const bool known = text.starts_with("https://") || text.starts_with("http://");
+            return known ? std::string()
+                         : "'" + text + "' is not an address of https; write it whole, as https://host/path";
+        },
+        "URL");
+}
+
 }  // namespace tandor::app

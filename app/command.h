@@ -61,6 +61,9 @@ std::filesystem::path ProgramFolder();
 std::string ReadInput(const std::string& file);
 
 // The families of commands, each in its own file, in the order of the help.
+// For options: an address of a web server, written whole. Anything else is a usage error.
+CLI::Validator WebAddress();
+
 void AddLogCommands(CLI::App& app, Context& context);
 void AddTextCommands(CLI::App& app, Context& context);
 void AddVersionCommands(CLI::App& app, Context& context);

@@ -126,9 +126,6 @@ void WriteOutput(const std::string& file, const std::string& body) {
 }
 
 std::string RequestBody(const FetchOptions& options) {
-    if (!options.url.starts_with("https://") && !options.url.starts_with("http://")) {
-        throw CommandError(options.url, "it is not an address of https", "write it whole, as https://host/path");
-    }
     std::string body = ReadInput(options.body);
     if (body.find('\0') != std::string::npos) {
         throw CommandError(options.body, "it has a zero byte, and a body ends there", "save it as UTF-8");
@@ -178,7 +175,9 @@ void CheckHttps(Findings& findings) {
 void AddFetchCommand(CLI::App& app, Context& context) {
     CLI::App* const fetch = app.add_subcommand("fetch", "Post a JSON request as the library does, and show the answer");
     const auto options = std::make_shared<FetchOptions>();
-    fetch->add_option("URL", options->url, "The server's address, as https://host/path")->required();
+    fetch->add_option("URL", options->url, "The server's address, as https://host/path")
+        ->required()
+        ->check(WebAddress());
     fetch->add_option("--body", options->body, "The file with the request's body; - is standard input")->required();
     fetch->add_option("-o,--output", options->output, "Write the answer's body to this file");
     fetch->add_option("--retries", options->retries, "Try so often again when the network fails or the server is busy")

@@ -219,7 +219,9 @@ void Send(Context& context, Options& options) {
 
 void AddSend(CLI::App& outbox, const std::shared_ptr<Options>& options, Context& context) {
     CLI::App* const send = outbox.add_subcommand("send", "Send the records to an OTLP/HTTP collector");
-    send->add_option("--to", options->send.http.url, "Address, as https://collector.example:4318/v1/logs")->required();
+    send->add_option("--to", options->send.http.url, "Address, as https://collector.example:4318/v1/logs")
+        ->required()
+        ->check(WebAddress());
     send->add_option("--header", options->send.http.headers, "A header of each request, as 'Name: value'");
     send->add_option("--ca", options->send.http.certificates, "Trusted certificates (PEM) instead of the system's")
         ->check(CLI::ExistingFile);
@@ -273,7 +275,7 @@ void AddOutboxCommands(CLI::App& app, Context& context) {
     limit->add_option("--records", options->max_records, "Records, at least 1 (default 100,000)")
         ->check(CLI::PositiveNumber);
     limit->add_option("--bytes", options->max_bytes, "Bytes of the file, at least 65,536 (default 64 MiB)")
-        ->check(CLI::PositiveNumber);
+        ->check(CLI::Range(65'536ULL, static_cast<unsigned long long>(INT64_MAX)));
     limit->callback([options, &context] { Limit(context, *options); });
 
     AddSend(*outbox, options, context);

@@ -55,7 +55,9 @@ TEST_F(Fetch, ExplainsWhyAServerIsNotTrustedAndDoesNotAskAgain) {
     EXPECT_THAT(run.error, AllOf(HasSubstr("certificate is for another host"), Not(HasSubstr("attempt 1:"))));
     std::filesystem::remove(world_.bundle);
     EXPECT_THAT(RunTandorctl(Line(wrong_host), "{}").error, HasSubstr("the bundle of trusted authorities is missing"));
-    EXPECT_THAT(RunTandorctl(L"fetch config.example --body -", "{}").error, HasSubstr("write it whole"));
+    const ProgramRun half = RunTandorctl(L"fetch config.example --body -", "{}");
+    EXPECT_EQ(half.exit_code, 2);
+    EXPECT_THAT(half.error, HasSubstr("write it whole"));
     EXPECT_THAT(RunTandorctl(Line(wrong_host), std::string("{\0}", 3)).error, HasSubstr("zero byte"));
 }
 

@@ -10,6 +10,7 @@
 #include "base/utf.h"
 #include "pelora/outbox.h"
 #include "support/files.h"
+#include "support/loopback_server.h"
 #include "support/run_program.h"
 
 namespace {
@@ -142,6 +143,32 @@ TEST_F(OutboxSend, VerbsShowExportAndDrop) {
     EXPECT_EQ(RunTandorctl(verb + L"drop 1").exit_code, 0);
     EXPECT_EQ(Left().size(), 1u);
     EXPECT_EQ(RunTandorctl(L"outbox --file no-such.db status").exit_code, 1);
+}
+
+TEST_F(OutboxSend, GoesOverHttpsToACollectorThatIsTrusted) {
+    using namespace tandor::test;
+    Fill(3);
+    const Identity authority = MakeAuthority("Collectors, Prüfstelle");
+    const Identity identity = MakeServer(authority, "IP:127.0.0.1");
+    std::string head;
+    LoopbackServer server({&identity}, [&](Exchange& exchange) {
+        head = exchange.head;
+        Receive(exchange.body);
+        exchange.Answer("{}");
+    });
+    const std::filesystem::path bundle = folder.path / L"ca 手机.pem";
+    WriteAll(bundle, Pem(authority));
+    const std::string url = server.Url();
+    const std::wstring line = L"outbox --file \"" + path.native() + L"\" send --attempts 1 --to " +
+                              std::wstring(url.begin(), url.end()) + L" ";
+    EXPECT_EQ(RunTandorctl(line).exit_code, 1) << "nobody trusts that authority";
+    EXPECT_EQ(Left().size(), 3u);
+    const ProgramRun run = RunTandorctl(line + L"--header \"x-fleet: 7\" --ca \"" + bundle.native() + L"\"");
+    EXPECT_EQ(run.exit_code, 0) << run.out << run.error;
+    EXPECT_EQ(received, identifiers);
+    EXPECT_TRUE(Left().empty());
+    EXPECT_NE(head.find("x-fleet: 7"), std::string::npos);
+    EXPECT_EQ(RunTandorctl(L"outbox send --to ftp://127.0.0.1/").exit_code, 2);
 }
 
 }  // namespace
