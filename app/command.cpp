@@ -80,6 +80,16 @@ std::string ReadInput(const std::string& file) {
     return content;
 }
 
+CLI::Validator FileThatIsThere() {
+    return CLI::Validator(
+        [](const std::string& text) {
+            std::error_code ignored;
+            return std::filesystem::is_regular_file(PathFrom(text), ignored) ? std::string()
+                                                                             : "'" + text + "' is not a file";
+        },
+        "FILE");
+}
+
 CLI::Validator WebAddress() {
     return CLI::Validator(
         [](const std::string& text) {

@@ -61,6 +61,9 @@ std::filesystem::path ProgramFolder();
 std::string ReadInput(const std::string& file);
 
 // The families of commands, each in its own file, in the order of the help.
+// For options: a file that is there, whatever letters its name has. Anything else is a usage error.
+CLI::Validator FileThatIsThere();
+
 // For options: an address of a web server, written whole. Anything else is a usage error.
 CLI::Validator WebAddress();
 

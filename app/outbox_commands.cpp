@@ -224,7 +224,7 @@ void AddSend(CLI::App& outbox, const std::shared_ptr<Options>& options, Context&
         ->check(WebAddress());
     send->add_option("--header", options->send.http.headers, "A header of each request, as 'Name: value'");
     send->add_option("--ca", options->send.http.certificates, "Trusted certificates (PEM) instead of the system's")
-        ->check(CLI::ExistingFile);
+        ->check(FileThatIsThere());
     send->add_option("--batch", options->send.batch, "Records in one request, at most (default 100)")
         ->check(CLI::Range(1, 10'000));
     send->add_option("--attempts", options->send.attempts, "Attempts for one batch (default 8)")

@@ -148,7 +148,7 @@ TEST(LowPowerQueueOnTheSystem, ManyStartsAndStopsLeaveNoThreadAndNoHandle) {
     const std::unique_ptr<IOperationQueue> queue(OperationQueueFactory::Create());
     StartAndStop(*queue, 3);  // what the thread library keeps for itself
     const int threads = ThreadsOfThisProcess();
-    const DWORD handles = HandlesOfThisProcess();
+    const std::size_t handles = HandlesOfThisProcess();
     const auto cycles = Amount("TANDOR_STRESS_CYCLES", 100);
     StartAndStop(*queue, cycles);
     EXPECT_LE(ThreadsOfThisProcess(), threads);  // threads of earlier tests may end meanwhile

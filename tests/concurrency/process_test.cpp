@@ -162,7 +162,7 @@ TEST_F(OpenFiles, FilesAndFoldersOfAnotherProcessAreFound) {
     for (const Seen& one : seen) EXPECT_EQ(one.path.find(L"pipe"), std::wstring::npos);
     detector->EnumFile(child->Id(), nullptr);
     // What a visitor throws leaves, and leaves no handle behind.
-    const DWORD before = HandlesOfThisProcess();
+    const std::size_t before = HandlesOfThisProcess();
     EXPECT_THROW(detector->EnumFile(child->Id(), [](bool, const std::wstring&) { throw std::runtime_error("enough"); }),
                  std::runtime_error);
     EXPECT_EQ(HandlesOfThisProcess(), before);

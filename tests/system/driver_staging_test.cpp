@@ -7,6 +7,7 @@
 #include "support/files.h"
 #include "support/host_log.h"
 #include "support/import_patch.h"
+#include "support/own_resources.h"
 #include "support/setup_spy.h"
 #include "support/tally.h"
 #include "tandor/device_console.h"
@@ -136,12 +137,10 @@ TEST_F(DriverStaging, NamesTheFoldersOfTheDriverStore) {
 
 TEST_F(DriverStaging, LeaksNothing) {
     const tandor::test::SystemFile pnputil(L"pnputil_double.exe", L"pnputil.exe");
-    DWORD before = 0, after = 0;
     Stage(inf_);
-    ::GetProcessHandleCount(::GetCurrentProcess(), &before);
+    const std::size_t before = tandor::test::HandlesOfThisProcess();
     for (auto i = tandor::test::Amount("TANDOR_STRESS_STAGING", 15); i > 0; --i) Stage(inf_, i % 2 == 0 ? 0 : 5);
-    ::GetProcessHandleCount(::GetCurrentProcess(), &after);
-    EXPECT_LE(after, before + 1);
+    EXPECT_LE(tandor::test::HandlesOfThisProcess(), before + 1);
 }
 
 }  // namespace

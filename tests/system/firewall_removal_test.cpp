@@ -160,7 +160,7 @@ TEST_F(FirewallRemoval, AThreadThatDoesNotStartIsToldAndBlocksNothing) {
 TEST_F(FirewallRemoval, ManyRemovalsLeaveNothingBehind) {
     Remove();
     const int threads = ThreadsOfThisProcess();
-    const DWORD handles = HandlesOfThisProcess();
+    const std::size_t handles = HandlesOfThisProcess();
     const auto rounds = static_cast<int>(tandor::test::Amount("TANDOR_STRESS_ROUNDS", 50));
     for (int i = 0; i < rounds && !HasFailure(); ++i) {
         double_->rules = {RuleFor(L"Internet (DHCPv4-In)", kHost)};

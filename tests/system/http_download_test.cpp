@@ -4,8 +4,6 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include <psapi.h>
-
 #include <chrono>
 #include <latch>
 #include <optional>
@@ -16,7 +14,9 @@
 #include "support/https_world.h"
 #include "support/loopback_server.h"
 #include "support/machine_value.h"
+#include "support/own_resources.h"
 #include "support/run_program.h"
+#include "support/tally.h"
 
 namespace {
 
@@ -254,34 +254,21 @@ TEST_F(HttpsRequest, AHundredAtOnceKeepTheirAnswersApart) {
     }
 }
 
-struct Held {
-    DWORD handles = 0;
-    std::size_t bytes = 0;
-};
-
-Held HeldByProcess() {
-    Held held;
-    ::GetProcessHandleCount(::GetCurrentProcess(), &held.handles);
-    PROCESS_MEMORY_COUNTERS_EX memory{};
-    ::K32GetProcessMemoryInfo(::GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&memory),
-                              sizeof(memory));
-    held.bytes = memory.PrivateUsage;
-    return held;
-}
-
 TEST_F(HttpsRequest, LeavesNothingBehind) {
     const auto server = Serve([](Exchange& exchange) { exchange.Answer("{}"); });
     const auto round = [&](int calls) {
         for (int i = 0; i < calls; ++i) ASSERT_EQ(Request(server->Url()).transfer.code, 0);
     };
     round(30);
-    const Held before = HeldByProcess();
-    constexpr int kCalls = 150;
-    round(kCalls);
-    const Held after = HeldByProcess();
-    EXPECT_LE(after.handles, before.handles + 5);
+    const std::size_t handles = tandor::test::HandlesOfThisProcess();
+    const std::size_t bytes = tandor::test::PrivateBytesOfThisProcess();
+    const int threads = tandor::test::ThreadsOfThisProcess();
+    const auto calls = static_cast<int>(tandor::test::Amount("TANDOR_STRESS_REQUESTS", 150));
+    round(calls);
+    EXPECT_LE(tandor::test::ThreadsOfThisProcess(), threads);
+    EXPECT_LE(tandor::test::HandlesOfThisProcess(), handles + 5);
     // A handle of libcurl's is 6 KB, the cryptographic library's state of a thread 2 KB.
-    EXPECT_LT(after.bytes, before.bytes + kCalls * 3 * 1024);
+    EXPECT_LT(tandor::test::PrivateBytesOfThisProcess(), bytes + static_cast<std::size_t>(calls) * 3 * 1024);
 }
 
 TEST(HttpDownloadHelper, CallbackAppendsOrEndsTheTransfer) {
