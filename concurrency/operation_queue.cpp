@@ -18,7 +18,8 @@ using TandorUtil::WorkCounters;
 
 constexpr std::size_t kSpareNodes = 16;
 
-void Add(std::atomic<unsigned long long>& counter) { counter.fetch_add(1, std::memory_order_relaxed); }
+// Whoever reads the count sees what was counted.
+void Add(std::atomic<unsigned long long>& counter) { counter.fetch_add(1, std::memory_order_release); }
 void Subtract(std::atomic<unsigned long long>& counter) { counter.fetch_sub(1, std::memory_order_relaxed); }
 
 }  // namespace
