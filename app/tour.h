@@ -63,15 +63,13 @@ void TourQueue(TourReport& report);
 void TourScreen(TourReport& report);
 void TourPanel(TourReport& report);
 
-// System integration
-void TourDevices(TourReport& report);
-
 // Telemetry
 void TourTimedPairing(TourReport& report);
 void TourFault(TourReport& report);
 void TourOutbox(TourReport& report);
 
 // System
+void TourDevices(TourReport& report);
 void TourRequest(TourReport& report);
 void TourFirewall(TourReport& report);
 
