@@ -1,4 +1,5 @@
 // Removal of the system's DHCP and connection-sharing rules, on a thread of its own.
+#include <iterator>
 #include <mutex>
 
 #include "base/win_apartment.h"
@@ -42,25 +43,17 @@ private:
 
 Turn turn;
 
-const wchar_t* TroubleText(ReadingStep failed) {
-    switch (failed) {
-        case ReadingStep::kPolicy:
-            return L"Remove firewall rules: get netfwpolicy interface failed.";
-        case ReadingStep::kRules:
-            return L"Remove firewall rules: get netfwrules interface failed.";
-        case ReadingStep::kEnumeration:
-            return L"Remove firewall rules: get netfwrules enum interface failed.";
-        case ReadingStep::kVariants:
-            return L"Remove firewall rules: get netfwrules variant enum interface failed.";
-        case ReadingStep::kFirstRule:
-            return L"Remove firewall rules: enum rules failed.";
-        case ReadingStep::kLaterRule:
-            return L"Remove firewall rules: enum rules failed 2.";
-        case ReadingStep::kDone:
-            break;
-    }
-    return nullptr;
-}
+// In the order of ReadingStep.
+constexpr const wchar_t* kTrouble[] = {
+    nullptr,
+    L"Remove firewall rules: get netfwpolicy interface failed.",
+    L"Remove firewall rules: get netfwrules interface failed.",
+    L"Remove firewall rules: get netfwrules enum interface failed.",
+    L"Remove firewall rules: get netfwrules variant enum interface failed.",
+    L"Remove firewall rules: enum rules failed.",
+    L"Remove firewall rules: enum rules failed 2.",
+};
+static_assert(std::size(kTrouble) == static_cast<std::size_t>(ReadingStep::kLaterRule) + 1);
 
 // What was read before the reading failed is removed all the same.
 void RemoveRules() {
@@ -81,7 +74,8 @@ void RemoveRules() {
             LogMessage(kFailure, kFunction, L"Remove firewall rule failed.");
         }
     }
-    if (const wchar_t* const trouble = TroubleText(reading.failed)) return LogMessage(kFailure, kFunction, trouble);
+    if (const auto* const trouble = kTrouble[static_cast<std::size_t>(reading.failed)])
+        return LogMessage(kFailure, kFunction, trouble);
     LogMessage(kInfo, kFunction, L"Remove firewall rules ok, rules removed count: ", removed);
 }
 

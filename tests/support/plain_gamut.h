@@ -28,7 +28,7 @@ Number PlainArea(const PlainPolygon<Number>& points) {
     return twice / 2;
 }
 
-// The part of `polygon` inside the counter-clockwise triangle `reference`.
+// What of `polygon` lies inside the counter-clockwise triangle `reference`.
 template <class Number>
 PlainPolygon<Number> PlainClip(PlainPolygon<Number> polygon, const PlainPolygon<Number>& reference) {
     for (std::size_t i = 0; i < 3; ++i) {
