@@ -11,7 +11,7 @@ namespace {
 constexpr std::uint64_t kRenameRetry = 1000;  // ms
 constexpr int kLockTries = 1000;              // of 2 ms: a writer that hangs must not hang the others
 constexpr int kFollowTries = 5;
-constexpr std::uint64_t kNearlyFull = 66 * 1024;  // more than one append
+constexpr std::uint64_t kNearlyFull = RotatingFile::kLargestAppend + 2 * 1024;  // more than one append
 
 FileHandle OpenShared(const std::filesystem::path& path, DWORD access, DWORD disposition) {
     return FileHandle(::CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,

@@ -17,13 +17,15 @@ namespace tandor {
 
 class RotatingFile {
 public:
+    static constexpr std::size_t kLargestAppend = 64 * 1024;  // bytes
+
     // Who appends to the file. With one process alone nothing has to be locked or looked up before a write.
     enum class Writers { kOneProcess, kManyProcesses };
 
     // Opens or creates the file and its directories. Throws std::system_error when that fails.
     RotatingFile(std::filesystem::path path, std::uint64_t max_size, unsigned rotated_files, Writers writers);
 
-    // Appends `records` (at most 64 KiB, or one record; whole ones, so that lines of several processes never mix).
+    // Appends `records`: whole ones, so that lines of several processes never mix; at most kLargestAppend, or one.
     // Returns an empty text, or what went wrong in words; after a failed rename the records are in the file all the
     // same. Not thread-safe.
     [[nodiscard]] std::string Append(std::string_view records);

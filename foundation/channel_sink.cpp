@@ -4,15 +4,14 @@ namespace tandor {
 namespace {
 
 // An append takes a lock between processes, which costs as much as forming a hundred lines.
-constexpr std::size_t kCapacity = 64 * 1024;
-constexpr std::size_t kGather = kCapacity - 512;
+constexpr std::size_t kGather = RotatingFile::kLargestAppend - 512;  // room for one line more
 constexpr std::uint64_t kOldest = 1000;  // ms
 
 }  // namespace
 
 ChannelSink::ChannelSink(const std::filesystem::path& path, std::uint64_t max_size, unsigned rotated_files)
     : file_(path, max_size, rotated_files, RotatingFile::Writers::kManyProcesses) {
-    gathered_.reserve(kCapacity);
+    gathered_.reserve(RotatingFile::kLargestAppend);
 }
 
 ChannelSink::~ChannelSink() {

@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+#include "support/com_stub.h"
+
 namespace tandor::test {
 namespace {
 
@@ -33,20 +35,17 @@ HRESULT Answer(Script& script, const std::wstring& call, const std::wstring& val
 template <class Interface>
 class DispatchStub : public Answering<Interface> {
 public:
-    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*) override {
-        return E_NOTIMPL;
-    }
+    TANDOR_NOT_ASKED(GetTypeInfoCount, UINT*)
+    TANDOR_NOT_ASKED(GetTypeInfo, UINT, LCID, ITypeInfo**)
+    TANDOR_NOT_ASKED(GetIDsOfNames, REFIID, LPOLESTR*, UINT, LCID, DISPID*)
+    TANDOR_NOT_ASKED(Invoke, DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*)
 };
 
 // Both accessors of a property, and an operation that the library has no use for.
 #define TANDOR_PROPERTY(name, type)                                                              \
     HRESULT STDMETHODCALLTYPE get_##name(type* value) override { return Get(L"" #name, value); } \
     HRESULT STDMETHODCALLTYPE put_##name(type value) override { return Put(L"" #name, value); }
-#define TANDOR_UNUSED(name, ...) \
-    HRESULT STDMETHODCALLTYPE name(__VA_ARGS__) override { return E_NOTIMPL; }
+#define TANDOR_UNUSED(name, ...) TANDOR_NOT_ASKED(name, __VA_ARGS__)
 
 class RuleObject final : public ComObject<DispatchStub<INetFwRule>> {
 public:

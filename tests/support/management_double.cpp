@@ -1,5 +1,7 @@
 #include "support/management_double.h"
 
+#include "support/com_stub.h"
+
 namespace tandor::test {
 namespace {
 
@@ -42,11 +44,8 @@ private:
 // Takes the security that callers set on a proxy, as the real service's proxy does.
 class Security : public Answering<IClientSecurity> {
 public:
-    HRESULT STDMETHODCALLTYPE QueryBlanket(IUnknown*, DWORD*, DWORD*, OLECHAR**, DWORD*, DWORD*, void**,
-                                           DWORD*) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE CopyProxy(IUnknown*, IUnknown**) override { return E_NOTIMPL; }
+    TANDOR_NOT_ASKED(QueryBlanket, IUnknown*, DWORD*, DWORD*, OLECHAR**, DWORD*, DWORD*, void**, DWORD*)
+    TANDOR_NOT_ASKED(CopyProxy, IUnknown*, IUnknown**)
 };
 
 class Services final : public ComObject<WbemServicesStub, Security> {

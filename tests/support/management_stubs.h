@@ -6,125 +6,73 @@
 #include <wbemidl.h>
 
 #include "support/com_doubles.h"
+#include "support/com_stub.h"
 
 namespace tandor::test {
 
 class WbemClassObjectStub : public Answering<IWbemClassObject> {
 public:
-    HRESULT STDMETHODCALLTYPE GetQualifierSet(IWbemQualifierSet**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Get(LPCWSTR, LONG, VARIANT*, CIMTYPE*, LONG*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Put(LPCWSTR, LONG, VARIANT*, CIMTYPE) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Delete(LPCWSTR) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetNames(LPCWSTR, LONG, VARIANT*, SAFEARRAY**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE BeginEnumeration(LONG) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Next(LONG, BSTR*, VARIANT*, CIMTYPE*, LONG*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE EndEnumeration() override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetPropertyQualifierSet(LPCWSTR, IWbemQualifierSet**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Clone(IWbemClassObject**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetObjectText(LONG, BSTR*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE SpawnDerivedClass(LONG, IWbemClassObject**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE SpawnInstance(LONG, IWbemClassObject**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE CompareTo(LONG, IWbemClassObject*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetPropertyOrigin(LPCWSTR, BSTR*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE InheritsFrom(LPCWSTR) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetMethod(LPCWSTR, LONG, IWbemClassObject**, IWbemClassObject**) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE PutMethod(LPCWSTR, LONG, IWbemClassObject*, IWbemClassObject*) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE DeleteMethod(LPCWSTR) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE BeginMethodEnumeration(LONG) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE NextMethod(LONG, BSTR*, IWbemClassObject**, IWbemClassObject**) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE EndMethodEnumeration() override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetMethodQualifierSet(LPCWSTR, IWbemQualifierSet**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetMethodOrigin(LPCWSTR, BSTR*) override { return E_NOTIMPL; }
+    TANDOR_NOT_ASKED(GetQualifierSet, IWbemQualifierSet**)
+    TANDOR_NOT_ASKED(Get, LPCWSTR, LONG, VARIANT*, CIMTYPE*, LONG*)
+    TANDOR_NOT_ASKED(Put, LPCWSTR, LONG, VARIANT*, CIMTYPE)
+    TANDOR_NOT_ASKED(Delete, LPCWSTR)
+    TANDOR_NOT_ASKED(GetNames, LPCWSTR, LONG, VARIANT*, SAFEARRAY**)
+    TANDOR_NOT_ASKED(BeginEnumeration, LONG)
+    TANDOR_NOT_ASKED(Next, LONG, BSTR*, VARIANT*, CIMTYPE*, LONG*)
+    TANDOR_NOT_ASKED(EndEnumeration)
+    TANDOR_NOT_ASKED(GetPropertyQualifierSet, LPCWSTR, IWbemQualifierSet**)
+    TANDOR_NOT_ASKED(Clone, IWbemClassObject**)
+    TANDOR_NOT_ASKED(GetObjectText, LONG, BSTR*)
+    TANDOR_NOT_ASKED(SpawnDerivedClass, LONG, IWbemClassObject**)
+    TANDOR_NOT_ASKED(SpawnInstance, LONG, IWbemClassObject**)
+    TANDOR_NOT_ASKED(CompareTo, LONG, IWbemClassObject*)
+    TANDOR_NOT_ASKED(GetPropertyOrigin, LPCWSTR, BSTR*)
+    TANDOR_NOT_ASKED(InheritsFrom, LPCWSTR)
+    TANDOR_NOT_ASKED(GetMethod, LPCWSTR, LONG, IWbemClassObject**, IWbemClassObject**)
+    TANDOR_NOT_ASKED(PutMethod, LPCWSTR, LONG, IWbemClassObject*, IWbemClassObject*)
+    TANDOR_NOT_ASKED(DeleteMethod, LPCWSTR)
+    TANDOR_NOT_ASKED(BeginMethodEnumeration, LONG)
+    TANDOR_NOT_ASKED(NextMethod, LONG, BSTR*, IWbemClassObject**, IWbemClassObject**)
+    TANDOR_NOT_ASKED(EndMethodEnumeration)
+    TANDOR_NOT_ASKED(GetMethodQualifierSet, LPCWSTR, IWbemQualifierSet**)
+    TANDOR_NOT_ASKED(GetMethodOrigin, LPCWSTR, BSTR*)
 };
 
 class WbemServicesStub : public Answering<IWbemServices> {
 public:
-    HRESULT STDMETHODCALLTYPE OpenNamespace(const BSTR, LONG, IWbemContext*, IWbemServices**,
-                                            IWbemCallResult**) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE CancelAsyncCall(IWbemObjectSink*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE QueryObjectSink(LONG, IWbemObjectSink**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetObject(const BSTR, LONG, IWbemContext*, IWbemClassObject**,
-                                        IWbemCallResult**) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE GetObjectAsync(const BSTR, LONG, IWbemContext*, IWbemObjectSink*) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE PutClass(IWbemClassObject*, LONG, IWbemContext*, IWbemCallResult**) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE PutClassAsync(IWbemClassObject*, LONG, IWbemContext*, IWbemObjectSink*) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE DeleteClass(const BSTR, LONG, IWbemContext*, IWbemCallResult**) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE DeleteClassAsync(const BSTR, LONG, IWbemContext*, IWbemObjectSink*) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE CreateClassEnum(const BSTR, LONG, IWbemContext*, IEnumWbemClassObject**) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE CreateClassEnumAsync(const BSTR, LONG, IWbemContext*, IWbemObjectSink*) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE PutInstance(IWbemClassObject*, LONG, IWbemContext*, IWbemCallResult**) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE PutInstanceAsync(IWbemClassObject*, LONG, IWbemContext*, IWbemObjectSink*) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE DeleteInstance(const BSTR, LONG, IWbemContext*, IWbemCallResult**) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE DeleteInstanceAsync(const BSTR, LONG, IWbemContext*, IWbemObjectSink*) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE CreateInstanceEnum(const BSTR, LONG, IWbemContext*, IEnumWbemClassObject**) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE CreateInstanceEnumAsync(const BSTR, LONG, IWbemContext*, IWbemObjectSink*) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE ExecQuery(const BSTR, const BSTR, LONG, IWbemContext*, IEnumWbemClassObject**) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE ExecQueryAsync(const BSTR, const BSTR, LONG, IWbemContext*, IWbemObjectSink*) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE ExecNotificationQuery(const BSTR, const BSTR, LONG, IWbemContext*,
-                                                    IEnumWbemClassObject**) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE ExecNotificationQueryAsync(const BSTR, const BSTR, LONG, IWbemContext*,
-                                                         IWbemObjectSink*) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE ExecMethod(const BSTR, const BSTR, LONG, IWbemContext*, IWbemClassObject*,
-                                         IWbemClassObject**, IWbemCallResult**) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE ExecMethodAsync(const BSTR, const BSTR, LONG, IWbemContext*, IWbemClassObject*,
-                                              IWbemObjectSink*) override {
-        return E_NOTIMPL;
-    }
+    TANDOR_NOT_ASKED(OpenNamespace, const BSTR, LONG, IWbemContext*, IWbemServices**, IWbemCallResult**)
+    TANDOR_NOT_ASKED(CancelAsyncCall, IWbemObjectSink*)
+    TANDOR_NOT_ASKED(QueryObjectSink, LONG, IWbemObjectSink**)
+    TANDOR_NOT_ASKED(GetObject, const BSTR, LONG, IWbemContext*, IWbemClassObject**, IWbemCallResult**)
+    TANDOR_NOT_ASKED(GetObjectAsync, const BSTR, LONG, IWbemContext*, IWbemObjectSink*)
+    TANDOR_NOT_ASKED(PutClass, IWbemClassObject*, LONG, IWbemContext*, IWbemCallResult**)
+    TANDOR_NOT_ASKED(PutClassAsync, IWbemClassObject*, LONG, IWbemContext*, IWbemObjectSink*)
+    TANDOR_NOT_ASKED(DeleteClass, const BSTR, LONG, IWbemContext*, IWbemCallResult**)
+    TANDOR_NOT_ASKED(DeleteClassAsync, const BSTR, LONG, IWbemContext*, IWbemObjectSink*)
+    TANDOR_NOT_ASKED(CreateClassEnum, const BSTR, LONG, IWbemContext*, IEnumWbemClassObject**)
+    TANDOR_NOT_ASKED(CreateClassEnumAsync, const BSTR, LONG, IWbemContext*, IWbemObjectSink*)
+    TANDOR_NOT_ASKED(PutInstance, IWbemClassObject*, LONG, IWbemContext*, IWbemCallResult**)
+    TANDOR_NOT_ASKED(PutInstanceAsync, IWbemClassObject*, LONG, IWbemContext*, IWbemObjectSink*)
+    TANDOR_NOT_ASKED(DeleteInstance, const BSTR, LONG, IWbemContext*, IWbemCallResult**)
+    TANDOR_NOT_ASKED(DeleteInstanceAsync, const BSTR, LONG, IWbemContext*, IWbemObjectSink*)
+    TANDOR_NOT_ASKED(CreateInstanceEnum, const BSTR, LONG, IWbemContext*, IEnumWbemClassObject**)
+    TANDOR_NOT_ASKED(CreateInstanceEnumAsync, const BSTR, LONG, IWbemContext*, IWbemObjectSink*)
+    TANDOR_NOT_ASKED(ExecQuery, const BSTR, const BSTR, LONG, IWbemContext*, IEnumWbemClassObject**)
+    TANDOR_NOT_ASKED(ExecQueryAsync, const BSTR, const BSTR, LONG, IWbemContext*, IWbemObjectSink*)
+    TANDOR_NOT_ASKED(ExecNotificationQuery, const BSTR, const BSTR, LONG, IWbemContext*, IEnumWbemClassObject**)
+    TANDOR_NOT_ASKED(ExecNotificationQueryAsync, const BSTR, const BSTR, LONG, IWbemContext*, IWbemObjectSink*)
+    TANDOR_NOT_ASKED(ExecMethod, const BSTR, const BSTR, LONG, IWbemContext*, IWbemClassObject*, IWbemClassObject**,
+                     IWbemCallResult**)
+    TANDOR_NOT_ASKED(ExecMethodAsync, const BSTR, const BSTR, LONG, IWbemContext*, IWbemClassObject*, IWbemObjectSink*)
 };
 
 class EnumWbemClassObjectStub : public Answering<IEnumWbemClassObject> {
 public:
-    HRESULT STDMETHODCALLTYPE Reset() override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Next(LONG, ULONG, IWbemClassObject**, ULONG*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE NextAsync(ULONG, IWbemObjectSink*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Clone(IEnumWbemClassObject**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Skip(LONG, ULONG) override { return E_NOTIMPL; }
+    TANDOR_NOT_ASKED(Reset)
+    TANDOR_NOT_ASKED(Next, LONG, ULONG, IWbemClassObject**, ULONG*)
+    TANDOR_NOT_ASKED(NextAsync, ULONG, IWbemObjectSink*)
+    TANDOR_NOT_ASKED(Clone, IEnumWbemClassObject**)
+    TANDOR_NOT_ASKED(Skip, LONG, ULONG)
 };
 
 }  // namespace tandor::test
