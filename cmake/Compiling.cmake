@@ -20,6 +20,9 @@ if(MINGW)
     target_link_options(tandor_compiling INTERFACE -Wl,--gc-sections -Wl,--dynamicbase,--nxcompat,--high-entropy-va)
     # Sections that begin on a page of the file are mapped, not copied.
     target_link_options(tandor_compiling INTERFACE -Wl,--file-alignment,4096)
+    # A product says nothing about the machine that built it.
+    target_compile_options(tandor_compiling INTERFACE -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=
+        -ffile-prefix-map=${TANDOR_DEPENDENCIES}=dependencies)
 endif()
 if(TANDOR_SANITIZERS)
     target_compile_options(tandor_compiling INTERFACE -fsanitize=${TANDOR_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)

@@ -63,6 +63,10 @@ foreach(sample config/VxExScreenConfig.xml cloundConfig/PadResolutionConfig.xml)
 endforeach()
 configure_file(device/samples/wide-panel.edid ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/samples/wide-panel.edid COPYONLY)
 
+set(TANDOR_SAMPLE_FOLDERS ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/config ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/cloundConfig
+    ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/samples)
+
+tandor_separate_symbols(TandorUtil)
 tandor_version_resource(TandorUtil "Utility library of the multi-device feature")
 
 # The portable core's free functions, for programs that look inside: tests, benchmarks and tandorctl.

@@ -45,8 +45,8 @@ cross_cmake() {
     cmake -S tree -B build -G Ninja -DCMAKE_TOOLCHAIN_FILE="$root/cmake/mingw-w64.cmake" \
         -DTANDOR_DEPENDENCIES="$prefix" -DCMAKE_INSTALL_PREFIX="$prefix" -DCMAKE_INSTALL_LIBDIR=lib \
         -DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS=OFF -DCMAKE_CXX_STANDARD=20 \
-        -DCMAKE_C_FLAGS="-ffunction-sections -fdata-sections" \
-        -DCMAKE_CXX_FLAGS="-ffunction-sections -fdata-sections" "$@"
+        -DCMAKE_C_FLAGS="-ffunction-sections -fdata-sections -ffile-prefix-map=$work/src/=" \
+        -DCMAKE_CXX_FLAGS="-ffunction-sections -fdata-sections -ffile-prefix-map=$work/src/=" "$@"
     cmake --build build -j "$jobs"
     cmake --install build
 }
@@ -73,17 +73,20 @@ build_sqlite() {
 }
 
 # Without what neither a TLS 1.2 or 1.3 client nor the digests and the cipher of the library need, and in the smaller code:
-# what takes time there is written in assembler.
+# what takes time there is written in assembler. It reads no configuration by itself, and where it would look for one lies in a
+# folder that only administrators write: the prefix of this machine would be a path on C: that any user may create.
 build_openssl() {
     local -a without=(no-shared no-tests no-legacy no-engine no-dso no-async no-aria no-bf no-blake2 no-camellia no-cast
         no-cmp no-cms no-comp no-ct no-dtls no-ec2m no-gost no-idea no-mdc2 no-nextprotoneg no-ocb no-psk no-rc2 no-rc4
         no-rfc3779 no-rmd160 no-scrypt no-seed no-siphash no-siv no-sm2 no-sm3 no-sm4 no-srp no-srtp no-ssl3 no-tls1
-        no-tls1_1 no-ts no-whirlpool)
+        no-tls1_1 no-ts no-whirlpool no-autoload-config)
+    local administered="C:/Program Files/Common Files/SSL"
+    local -a places=("OPENSSLDIR=$administered" "ENGINESDIR=$administered" "MODULESDIR=$administered")
     (cd tree && ./Configure mingw64 --cross-compile-prefix=$triplet- --prefix="$prefix" --libdir=lib \
         "${without[@]}" -Os -ffunction-sections -fdata-sections)
     make -C tree build_generated
-    make -C tree -j "$jobs" libcrypto.a libssl.a
-    make -C tree install_dev
+    make -C tree -j "$jobs" "${places[@]}" libcrypto.a libssl.a
+    make -C tree "${places[@]}" install_dev
 }
 
 build_curl() {

@@ -3,6 +3,12 @@
 wine=$(command -v wine64 || echo /usr/lib/wine/wine64)
 wineserver=$(command -v wineserver || ls /usr/lib/wine/wineserver64 2>/dev/null || true)
 
+# What the figures of a page were measured on.
+machine() {
+    echo "$(sed -n 's/^model name[^:]*: //p' /proc/cpuinfo | head -n 1), $(nproc) cores; $("$wine" --version)," \
+        "mingw-w64 GCC $(x86_64-w64-mingw32-g++-posix -dumpversion)"
+}
+
 start_wine() {
     [ -z "${wine_started:-}" ] || return 0
     wine_started=yes

@@ -1,20 +1,37 @@
 #!/usr/bin/env bash
-# check.sh FOLDER: installs the package into FOLDER, builds a project against it with each public header alone, and runs it.
+# check.sh FOLDER: unpacks the zip into FOLDER under a name with other letters, looks at what is in it, runs tandorctl from
+# there, builds a project against it with each public header alone, and runs that.
 . "$(dirname "${BASH_SOURCE[0]}")/../../tools/common.sh"
 . "$root/tools/wine.sh"
-folder=$1
-mkdir -p "$folder"
-logged "installing the package" "$folder/install.log" cmake --install "$root/build/mingw-release" --prefix "$folder/installed"
+folder=$1 build=$root/build/mingw-release
+mkdir -p "$folder/Lena 手机"
+rm -f "$build"/TandorUtil-*.zip
+logged "packing" "$folder/pack.log" cpack --config "$build/CPackConfig.cmake" -B "$build"
+(cd "$folder/Lena 手机" && logged "unpacking" "$folder/unpack.log" cmake -E tar xf "$build"/TandorUtil-*.zip)
+package=$(echo "$folder/Lena 手机"/TandorUtil-*)
+
+for product in TandorUtil.dll PeloraSuite.dll tandorctl.exe; do
+    x86_64-w64-mingw32-objdump -h "$package/bin/$product" >"$folder/sections"
+    grep -q gnu_debuglink "$folder/sections" && ! grep -q debug_info "$folder/sections" || fail "$product is not stripped, or has no link to its symbols"
+    x86_64-w64-mingw32-nm "$package/symbols/$product.debug" >"$folder/symbols"
+    [ "$(wc -l <"$folder/symbols")" -gt 1000 ] || fail "the symbols of $product are not those of the whole program"
+    ! grep -aqF -e "$root/" -e "$dependencies" "$package/bin/$product" || fail "$product names folders of the machine that built it"
+done
+for licence in fmt spdlog json tinyxml2 cli11 sqlite openssl curl gcc-runtime mingw-runtime GPL-3 Apache-2.0; do
+    [ -s "$package/share/licences/$licence.txt" ] || fail "the licence of $licence is not in the package"
+done
+(cd "$package/bin" && logged "running tandorctl's tour from the package" "$folder/tour.log" "$wine" tandorctl.exe tour)
+
 logged "configuring the consumer" "$folder/configure.log" cmake -S "$root/tests/package" -B "$folder/build" -G Ninja \
-    -DCMAKE_TOOLCHAIN_FILE="$root/cmake/mingw-w64.cmake" -DCMAKE_PREFIX_PATH="$folder/installed" \
-    -DCMAKE_FIND_ROOT_PATH="/usr/x86_64-w64-mingw32;$folder/installed"
+    -DCMAKE_TOOLCHAIN_FILE="$root/cmake/mingw-w64.cmake" -DCMAKE_PREFIX_PATH="$package" \
+    -DCMAKE_FIND_ROOT_PATH="/usr/x86_64-w64-mingw32;$package"
 logged "building the consumer" "$folder/build.log" cmake --build "$folder/build"
-for header in "$folder"/installed/include/{tandor,pelora}/*.h; do
+for header in "$package"/include/{tandor,pelora}/*.h; do
     name=$(basename "$(dirname "$header")")/$(basename "$header")
     echo "#include <$name>" >"$folder/alone.cpp"
     logged "compiling $name alone" "$folder/header.log" x86_64-w64-mingw32-g++-posix -std=c++20 -pedantic-errors -Wall \
-        -Wextra -Werror -fsyntax-only -I "$folder/installed/include" "$folder/alone.cpp"
+        -Wextra -Werror -fsyntax-only -I "$package/include" "$folder/alone.cpp"
 done
-cp "$folder/build/consumer.exe" "$folder/installed/bin/"
-(cd "$folder/installed/bin" && logged "running the consumer" "$folder/run.log" "$wine" consumer.exe)
+cp "$folder/build/consumer.exe" "$package/bin/"
+(cd "$package/bin" && logged "running the consumer" "$folder/run.log" "$wine" consumer.exe)
 grep -q "consumer works" "$folder/run.log"
