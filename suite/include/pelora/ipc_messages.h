@@ -92,7 +92,7 @@ public:
     /// the first lost connection ends this client. `waitForServer`: a post waits up to 200 ms for a server or for one
     /// of its instances to be free; otherwise it fails at once.
     IPCMessageClient(int clientId, bool reconnect, bool waitForServer, const std::wstring& pipeName);
-    /// Closes the connection; a message that the server has not read yet may be lost with it.
+    /// Closes the connection. No post may be under way.
     ~IPCMessageClient();
     IPCMessageClient(const IPCMessageClient&) = delete;
     IPCMessageClient& operator=(const IPCMessageClient&) = delete;

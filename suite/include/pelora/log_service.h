@@ -41,7 +41,8 @@ public:
     /// lock, so messages arrive in order and none arrives after Unsubscribe has returned. What an observer throws is
     /// dropped. An observer may log; those lines are written and not observed. Returns the number to unsubscribe with.
     std::uint64_t Subscribe(Observer observer);
-    /// Ends a subscription, and waits for an observer that is being called. A number that is not one is passed over.
+    /// Ends a subscription, and waits for an observer that is being called; an observer does not end its own from
+    /// inside. A number that is not one is passed over.
     void Unsubscribe(std::uint64_t subscription) noexcept;
 
     VxLogger(const VxLogger&) = delete;

@@ -90,7 +90,7 @@ public:
 
     /// An outbox elsewhere (UTF-8 path). The file is opened, and made, with the first operation.
     explicit Outbox(const std::string& file);
-    /// Waits for a Put that is under way; the records stay.
+    /// Closes the file; the records stay. No operation may be under way.
     ~Outbox();
     Outbox(const Outbox&) = delete;
     Outbox& operator=(const Outbox&) = delete;
