@@ -10,9 +10,8 @@
 
 namespace tandor::test {
 
-// While this lives, programs that are started find the file where the library looks for it: the variable stands for the
-// folder compiled into the library, which anybody may create. The path is ASCII, because the library would not find
-// another.
+// While this lives, programs that are started find the file where the environment tells the library to look. The path
+// is ASCII, because the library would not find another.
 class HostileCrypto {
 public:
     HostileCrypto()
