@@ -3,6 +3,7 @@
 #include <curl/curl.h>
 
 #include "app/command.h"
+#include "base/crypto_start.h"
 
 namespace tandor::app {
 namespace {
@@ -25,7 +26,7 @@ bool WillNotHelpItself(CURLcode code) {
 class HttpPoster::Impl {
 public:
     explicit Impl(Options options) : options_(std::move(options)) {
-        if (::curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK)
+        if (!StartCrypto() || ::curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK)
             throw CommandError("HTTP", "the library did not start");
         easy_.reset(::curl_easy_init());
         if (!easy_) throw CommandError("HTTP", "the library did not start");

@@ -11,6 +11,7 @@ packages=(
     g++ libgtest-dev libgmock-dev libbenchmark-dev libfmt-dev libspdlog-dev nlohmann-json3-dev libtinyxml2-dev
     libboost-dev                                                 # a benchmark compares with its thread pool
     libssl-dev                                                   # the native build's libraries
+    doxygen                                                      # the reference of the public headers
     dpkg-dev perl tcl python3-minimal ca-certificates          # what the dependencies' build needs
 )
 

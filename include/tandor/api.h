@@ -1,5 +1,9 @@
-// What marks the library's exported classes. TANDOR_BUILDING is set while the library itself is built.
+/// @file
+/// What marks the library's exported classes. TANDOR_BUILDING is set while the library itself is built.
 #pragma once
+
+/// @def TANDOR_API
+/// Stands at every exported name: export while the library is built, import for its users, nothing elsewhere.
 
 #if defined(_WIN32)
 #if defined(TANDOR_BUILDING)

@@ -1,4 +1,5 @@
-// Business statistics: what the user did, how long a step took, how a connection ended.
+/// @file
+/// Business statistics: what the user did, how long a step took, how a connection ended.
 #pragma once
 
 #include <charconv>
@@ -12,28 +13,34 @@
 #include "tandor/api.h"
 #include "tandor/data_report_types.h"
 
-// The one place through which statistics leave. A statistic is a number (TandorReportTypeEnum) with an ordered list of
-// values; it becomes a record of the suite's data-report service under the event 606000000 + number. A few statistics
-// about the device's modes go out as fault events with named keys instead (tandor/event_reporter.h).
-//
-// Threads: every operation may run on any thread at any time. A report waits for the data-report service, which is
-// bounded there, and locks nothing of this class; the named-key reports of a process go out one after the other.
-//
-// Throws std::bad_alloc for want of memory, std::system_error when a mutex fails, and otherwise nothing but what an
-// operation states. A report that could not be recorded is told to the host log by the data-report service.
+/// The one place through which statistics leave. A statistic is a number (TandorReportTypeEnum) with an ordered list of
+/// values; it becomes a record of the suite's data-report service under the event 606000000 + number. A few statistics
+/// about the device's modes go out as fault events with named keys instead (tandor/event_reporter.h).
+///
+/// Threads: every operation may run on any thread at any time. A report waits for the data-report service, which is
+/// bounded there, and locks nothing of this class; the named-key reports of a process go out one after the other.
+///
+/// Throws std::bad_alloc for want of memory, std::system_error when a mutex fails, and otherwise nothing but what an
+/// operation states. A report that could not be recorded is told to the host log by the data-report service.
+///
+/// The report functions stand in the order of their numbers, which tandor/data_report_types.h lists. Each sends its
+/// arguments in their order; a structure's members in theirs. Durations are milliseconds, sizes bytes. An int without
+/// an enumeration of its own (device type, reason, error code) is sent as the caller gives it. Those that take a wide
+/// string throw std::range_error("bad conversion"), and send nothing, for an unpaired surrogate.
 class TANDOR_API TandorDataReportClass {
 public:
+    /// Characters that GetSystemTime has room for, the ending zero included.
     static constexpr std::size_t MAX_TIME_LEN = 128;
 
-    // The process-wide instance; it lives until the library is unloaded.
+    /// The process-wide instance; it lives until the library is unloaded.
     static TandorDataReportClass* GetInstance();
 
-    // Sends one record; value i of the list is the record's value i. False: it was not recorded. Any number may be
-    // sent, also one without a name of its own.
+    /// Sends one record; value i of the list is the record's value i. False: it was not recorded. Any number may be
+    /// sent, also one without a name of its own.
     bool Report(TandorReportTypeEnum type, const std::vector<std::string>& values);
 
-    // The same with the values as arguments: integers and enumerations in decimal, bool as 1 or 0, floating-point
-    // numbers with six significant digits as a stream writes them, narrow strings as they are.
+    /// The same with the values as arguments: integers and enumerations in decimal, bool as 1 or 0, floating-point
+    /// numbers with six significant digits as a stream writes them, narrow strings as they are.
     template <class... Args>
     bool Report(TandorReportTypeEnum type, const Args&... args) {
         std::vector<std::string> values;
@@ -42,42 +49,46 @@ public:
         return Report(type, values);
     }
 
-    // Marks the beginning of a step, in place of an earlier mark of this type. Always true.
+    /// Marks the beginning of a step, in place of an earlier mark of this type. Always true.
     bool RecordBegin(TandorReportTypeEnum type);
-    // Sends the seconds since the mark, as one value, and removes the mark, also when sending fails. False: no mark, or
-    // not recorded.
+    /// Sends the seconds since the mark, as one value, and removes the mark, also when sending fails. False: no mark,
+    /// or not recorded.
     bool RecordEnd(TandorReportTypeEnum type);
 
-    // Milliseconds since 1970-01-01 UTC.
+    /// Milliseconds since 1970-01-01 UTC.
     static unsigned long long GetCurrentMilliSecond();
-    // The local time as "20260131-235959-007". Unchanged on failure, which the host log tells.
+    /// The local time as "20260131-235959-007". Unchanged on failure, which the host log tells.
     static void GetSystemTime(std::string& out);
 
-    // A decoder failed: number 13000 with the values 1 and the reason, at most once in 300,000 ms for the process. What
-    // comes earlier is dropped silently; a clock that was set back lets the next one through.
+    /// A decoder failed: number 13000 with the values 1 and the reason, at most once in 300,000 ms for the process.
+    /// What comes earlier is dropped silently; a clock that was set back lets the next one through.
     static void DecordFailDataReport(std::string reason);
-    // A renderer failed: number 13000 with the values 2 and the text, each time.
+    /// A renderer failed: number 13000 with the values 2 and the text, each time.
     static void ReportRenderFailDataReport(const std::string& text);
 
-    // The report functions, in the order of their numbers, which tandor/data_report_types.h lists. Each sends its
-    // arguments in their order; a structure's members in theirs. Durations are milliseconds, sizes bytes. Those that
-    // take a wide string throw std::range_error("bad conversion"), and send nothing, for an unpaired surrogate.
-
-    // Sharing of files
+    /// Sharing of files: 4525 to 4528. `path` is the folder for received files.
+    /// @{
     static void ReportTandorReport80KoshareSettingSetRecvPathId(const std::wstring& path);
     static void ReportTandorReport80KoshareSettingOpenRecvPathId();
     static void ReportTandorReport80KoshareEnterMyshareId();
     static void ReportTandorReport80KoshareSettingAllowDiscoveryId();
+    /// @}
 
-    // Pairing with a phone
+    /// Pairing with a phone: 8000 to 8002. `phoneVersion` is dotted, `retries` the attempts after the first, `traceId`
+    /// what both sides write into their logs.
+    /// @{
     static void ReportTandorReport80PhonePairId(MyPhoneDataReportCode::Result result, int errorCode, int pairType,
                                                 const std::string& modelName, const std::string& phoneVersion,
                                                 int duration, int retries, int deviceType, const std::string& traceId);
     static void ReportTandorReport80PhoneUnpairId(MyPhoneDataReportCode::UnpairAction action, int deviceType,
                                                   const std::string& modelName);
     static void ReportTandorReport80PhoneConnectStateId(MyPhoneDataReportCode::ConnectState state);
+    /// @}
 
-    // The phone's pictures. Results: done, failed, and for transfers left out as they were there already.
+    /// The phone's pictures: 8003 to 8022. Numbers of pictures: `count` asked for, then done, failed, and left out as
+    /// they were there already. `enabled`: 1 the automatic backup was switched on, 0 off. `path` is the folder for
+    /// backups.
+    /// @{
     static void ReportTandorReport80MyalbumEnterId();
     static void ReportTandorReport80MyalbumOpenId();
     static void ReportTandorReport80MyalbumDisconnectedId(int reason);
@@ -101,8 +112,10 @@ public:
     static void ReportTandorReport80MyalbumCancelUploadId();
     static void ReportTandorReport80MyalbumClickTitleButtonId();
     static void ReportTandorReport80MyalbumAutomaticBackupId(int enabled);
+    /// @}
 
-    // The phone's music
+    /// The phone's music: 8200 to 8213. Counts, results and `path` as for the pictures.
+    /// @{
     static void ReportTandorReport80MymusicEnterId();
     static void ReportTandorReport80MymusicOpenId();
     static void ReportTandorReport80MymusicDisconnectedId(int reason);
@@ -119,8 +132,10 @@ public:
     static void ReportTandorReport80MymusicDoubleClickPhotoId();
     static void ReportTandorReport80MymusicDeleteId(int count);
     static void ReportTandorReport80MymusicDeleteResultId(MyPhoneDataReportCode::Result result, int done, int failed);
+    /// @}
 
-    // The phone's videos
+    /// The phone's videos: 8300 to 8316. Counts, results and `path` as for the pictures.
+    /// @{
     static void ReportTandorReport80MyVideoEnterId();
     static void ReportTandorReport80MyvideoOpenId();
     static void ReportTandorReport80MyvideoDisconnectedId(int reason);
@@ -141,20 +156,28 @@ public:
     static void ReportTandorReport80MyvideoUploadResultId(MyPhoneDataReportCode::Result result, int done, int failed,
                                                           int skipped);
     static void ReportTandorReport80MyvideoCancelUploadId();
+    /// @}
 
-    // The short view of a phone
+    /// The short view of a phone: 8400 and 8401. `item` is what was clicked.
+    /// @{
     static void ReportTandorReport80PhoneBriefClickId(const std::wstring& item);
     static void ReportTandorReport80PhoneBriefEnterId();
+    /// @}
 
-    // Connections and transfers
+    /// Connections and transfers: 9100 to 9201.
+    /// @{
     static void ReportTandorReport90HandoffConnectDataId(const HandoffReportData::ConnectReportDataStru& data);
     static void ReportTandorReport90HandoffPairPerformId(const HandoffReportData::PairPerformData& data);
     static void ReportTandorReport90HandoffDisconnectTypeId(int deviceType, int disconnectType);
     static void ReportTandorReport90HandoffUpgradeId(const HandoffReportData::UpgradeReportData& data);
     static void ReportTandorReport90HandoffShareSingleFileId(const HandoffReportData::ShareFileReportData& data);
     static void ReportTandorReport90HandoffTransPerformId(const HandoffReportData::TransPerformData& data);
+    /// @}
 
-    // Casting the screen
+    /// Casting the screen: 10000 to 11017. `sinceStart` is milliseconds since the casting began, `maximized` and
+    /// `minimized` how often that was done; `extension` is a file's, `application` the program that opens it. The Wi-Fi
+    /// connection's values go to the host log as well.
+    /// @{
     static void ReportTandorReport100KocastStartResultDataId(const HandoffReportData::CastStartReportData& data);
     static void ReportTandorReport100KocastOpenOrCloseDataId(bool open);
     static void ReportTandorReport100KocastMaxOrMinCountDataId(int maximized, int minimized);
@@ -172,8 +195,11 @@ public:
     static void ReportTandorReport101OpenFileDataId(int result, std::string extension, std::string application);
     static void ReportWifiP2pDisconnectReson(int reason, int bussnessType, std::string detail);
     static void ReportAnfcEvent(HandoffReportData::NFCOpenBluetoothData& data);
+    /// @}
 
-    // Windows of the phone's applications
+    /// Windows of the phone's applications: 12000 to 14002. `windowCount` is how many are open afterwards; `fault` 1 is
+    /// a decoder's, 2 a renderer's.
+    /// @{
     static void ReportTandorReport120MultiWinAddAppDataId(const std::string& application, int windowCount);
     static void ReportTandorReport120MultiWinCloseWinDataId(const std::string& application, int windowCount);
     static void ReportTandorReport120MultiWinRecPhoneEventDataId(int event);
@@ -183,9 +209,13 @@ public:
     static void ReportTandorReport140MultiWinPerformanceID(const HandoffReportData::PerformanceRecord& data);
     static void ReportTandorReport140MultiWinClickRotate();
     static void ReportTandorReport140MultiWinClickBack();
+    /// @}
 
-    // The named-key reports. Each puts its keys into the process's reporter of its fault event and sends it; the keys
-    // have the arguments' names, but that `oldValue` and `newValue` are "old" and "new".
+    /// The named-key reports: fault events 992614403, 992614405, 992614412 and 992614414 to 992614417, in this order.
+    /// Each puts its keys into the process's reporter of its event and sends it; the keys have the arguments' names,
+    /// but that `oldValue` and `newValue` are "old" and "new". `duration` is text with its unit, as the caller writes
+    /// it.
+    /// @{
     static void ReportBusinessDuration(int deviceType, int mode, std::string duration);
     static void ReportModeSwitch(int deviceType, int oldValue, int newValue, int type);
     static void ReportConnectEntry(int deviceType, int type);
@@ -193,6 +223,7 @@ public:
     static void ReportAudioSwitch(int deviceType, int oldValue, int newValue, int type);
     static void ReportDisconnect(int deviceType, int mode, int disconnectType);
     static void ReportErrorBeforeFind(int deviceType, int type);
+    /// @}
 
     TandorDataReportClass(const TandorDataReportClass&) = delete;
     TandorDataReportClass& operator=(const TandorDataReportClass&) = delete;
@@ -238,19 +269,22 @@ private:
     std::map<int, long long> start_marks_;  // report type to performance counter
 };
 
-// The transfers of this process, as the transfer module counts them; the library itself does nothing with them.
-//
-// Threads: GetInstance may be called from any thread. The record is not locked: whoever counts from several threads
-// locks, and hands out copies.
+/// The transfers of this process, as the transfer module counts them; the library itself does nothing with them.
+///
+/// Threads: GetInstance may be called from any thread. The record is not locked: whoever counts from several threads
+/// locks, and hands out copies.
 class TANDOR_API TransferDataReportClass {
 public:
-    // The process-wide instance; it lives until the library is unloaded.
+    /// The process-wide instance; it lives until the library is unloaded.
     static TransferDataReportClass* GetInstance();
 
+    /// An own record, for a caller that counts apart from the process's.
+    /// @{
     TransferDataReportClass();
     TransferDataReportClass(const TransferDataReportClass&);
     TransferDataReportClass& operator=(const TransferDataReportClass&);
+    /// @}
     ~TransferDataReportClass();
 
-    HandoffReportData::TransferRecord record;
+    HandoffReportData::TransferRecord record;  ///< what was counted so far
 };

@@ -1,10 +1,11 @@
-// The numbers of the business statistics, and what their report functions take.
+/// @file
+/// The numbers of the business statistics, and what their report functions take.
 #pragma once
 
 #include <string>
 
-// The one table of the statistics: number, type, and the function of TandorDataReportClass that sends it. A statistic
-// reaches the data-report service as the event 606000000 + number. Numbers in use never change their meaning.
+/// The one table of the statistics: number, type, and the function of TandorDataReportClass that sends it. A statistic
+/// reaches the data-report service as the event 606000000 + number. Numbers in use never change their meaning.
 // clang-format off
 #define TANDOR_REPORT_TYPES(REPORT) \
     REPORT( 4525, TANDOR_REPORT_80_KOSHARE_SETTING_SET_RECV_PATH_ID,    ReportTandorReport80KoshareSettingSetRecvPathId) \
@@ -109,136 +110,160 @@
     REPORT(14002, TANDOR_REPORT_140_MULTI_WIN_CLICK_BACK,               ReportTandorReport140MultiWinClickBack)
 // clang-format on
 
+/// The numbers of the statistics.
 enum TandorReportTypeEnum : int {
-#define TANDOR_REPORT_ENUMERATOR(number, type, function) type = number,
+// The text goes with each enumerator into the reference.
+#define TANDOR_REPORT_ENUMERATOR(number, type, function) type = number, /**< Sent by function. */
     TANDOR_REPORT_TYPES(TANDOR_REPORT_ENUMERATOR)
 #undef TANDOR_REPORT_ENUMERATOR
 };
 
+/// What the statistics about a phone take.
 namespace MyPhoneDataReportCode {
 
-enum Result { RESULT_SUCCESS = 0, RESULT_FAILED = 1, RESULT_CANCELED = 2, RESULT_TIMEOUT = 3 };
+/// How a step ended.
+enum Result {
+    RESULT_SUCCESS = 0,   ///< done; the error code beside it is 0
+    RESULT_FAILED = 1,    ///< the error code beside it says why
+    RESULT_CANCELED = 2,  ///< by the user
+    RESULT_TIMEOUT = 3,   ///< the phone did not answer in time
+};
 
-enum ConnectState { CONNECT_STATE_DISCONNECTED = 0, CONNECT_STATE_CONNECTING = 1, CONNECT_STATE_CONNECTED = 2 };
+/// What the connection to the phone became.
+enum ConnectState {
+    CONNECT_STATE_DISCONNECTED = 0,  ///< broken or closed
+    CONNECT_STATE_CONNECTING = 1,    ///< under way
+    CONNECT_STATE_CONNECTED = 2,     ///< ready for use
+};
 
-// Who ended a pairing.
-enum UnpairAction { UNPAIR_BY_PC = 0, UNPAIR_BY_PEER = 1, UNPAIR_BY_ACCOUNT = 2 };
+/// Who ended a pairing.
+enum UnpairAction {
+    UNPAIR_BY_PC = 0,       ///< the user, at this PC
+    UNPAIR_BY_PEER = 1,     ///< the user, at the phone
+    UNPAIR_BY_ACCOUNT = 2,  ///< the account, when the user signed out or changed it
+};
 
 }  // namespace MyPhoneDataReportCode
 
-// What the report functions take when it is more than a few values. The members are sent in the order in which they
-// stand here. Results are 0 for success; an errorCode is 0 unless the result is a failure; times are in milliseconds.
+/// What the report functions take when it is more than a few values. The members are sent in the order in which they
+/// stand here. Results are 0 for success; an errorCode is 0 unless the result is a failure; times are in milliseconds.
 namespace HandoffReportData {
 
-// How the picture of a mirrored screen is decoded.
-enum MIRROR_HARDWARE_STATUS { MIRROR_HARDWARE_UNSUPPORTED = 0, MIRROR_HARDWARE_DRIVEN = 1, MIRROR_HARDWARE_FAILED = 2 };
+/// How the picture of a mirrored screen is decoded.
+enum MIRROR_HARDWARE_STATUS {
+    MIRROR_HARDWARE_UNSUPPORTED = 0,  ///< the machine has no decoder for it
+    MIRROR_HARDWARE_DRIVEN = 1,       ///< the hardware decodes
+    MIRROR_HARDWARE_FAILED = 2,       ///< the hardware's decoder failed; software decodes
+};
 
-// One attempt to connect to a paired device.
+/// One attempt to connect to a paired device.
 struct ConnectReportDataStru {
-    int deviceType = 0;
-    int connectType = 0;  // how it was begun: 0 by the user, 1 again after a break, 2 by touching (NFC)
-    int result = 0;
-    int errorCode = 0;
-    unsigned long long duration = 0;
-    std::string modelName;
+    int deviceType = 0;               ///< the peer's kind (BluetoothDeviceSummary::DevType)
+    int connectType = 0;              ///< how it was begun: 0 by the user, 1 again after a break, 2 by touching (NFC)
+    int result = 0;                   ///< 0 success
+    int errorCode = 0;                ///< 0 unless the result is a failure
+    unsigned long long duration = 0;  ///< milliseconds
+    std::string modelName;            ///< the peer's
 };
 
-// The steps of one pairing.
+/// The steps of one pairing.
 struct PairPerformData {
-    int deviceType = 0;
-    int result = 0;
-    int errorCode = 0;
-    unsigned long long discoverDuration = 0;
-    unsigned long long verifyDuration = 0;
-    unsigned long long connectDuration = 0;
+    int deviceType = 0;                       ///< the peer's kind (BluetoothDeviceSummary::DevType)
+    int result = 0;                           ///< 0 success
+    int errorCode = 0;                        ///< 0 unless the result is a failure
+    unsigned long long discoverDuration = 0;  ///< milliseconds until the peer was found
+    unsigned long long verifyDuration = 0;    ///< milliseconds that the user and both sides took to confirm
+    unsigned long long connectDuration = 0;   ///< milliseconds until the connection stood
 };
 
-// One upgrade of the feature on either side.
+/// One upgrade of the feature on either side.
 struct UpgradeReportData {
-    int deviceType = 0;
-    int result = 0;
-    std::string fromVersion;  // dotted
-    std::string toVersion;
+    int deviceType = 0;       ///< the peer's kind (BluetoothDeviceSummary::DevType)
+    int result = 0;           ///< 0 success
+    std::string fromVersion;  ///< dotted
+    std::string toVersion;    ///< dotted
 };
 
-// One file that was shared by itself.
+/// One file that was shared by itself.
 struct ShareFileReportData {
-    int direction = 0;  // 0 sent, 1 received
-    int result = 0;
-    int errorCode = 0;
-    int fileType = 0;                 // ZellTransferFileType
-    unsigned long long fileSize = 0;  // bytes
+    int direction = 0;                ///< 0 sent, 1 received
+    int result = 0;                   ///< 0 success
+    int errorCode = 0;                ///< 0 unless the result is a failure
+    int fileType = 0;                 ///< ZellTransferFileType
+    unsigned long long fileSize = 0;  ///< bytes
 };
 
-// One transfer of files.
+/// One transfer of files.
 struct TransPerformData {
-    int direction = 0;  // 0 sent, 1 received
-    int result = 0;
-    int fileCount = 0;
-    unsigned long long totalSize = 0;  // bytes
-    unsigned long long duration = 0;
-    double averageRate = 0;  // bytes per second
+    int direction = 0;                 ///< 0 sent, 1 received
+    int result = 0;                    ///< 0 success
+    int fileCount = 0;                 ///< files of the transfer
+    unsigned long long totalSize = 0;  ///< bytes
+    unsigned long long duration = 0;   ///< milliseconds
+    double averageRate = 0;            ///< bytes per second
 };
 
-// The start of one casting session.
+/// The start of one casting session.
 struct CastStartReportData {
-    int deviceType = 0;
-    int result = 0;
-    int errorCode = 0;
-    unsigned long long duration = 0;
+    int deviceType = 0;               ///< the peer's kind (BluetoothDeviceSummary::DevType)
+    int result = 0;                   ///< 0 success
+    int errorCode = 0;                ///< 0 unless the result is a failure
+    unsigned long long duration = 0;  ///< milliseconds
 };
 
-// The connection of one casting session over Wi-Fi P2P.
+/// The connection of one casting session over Wi-Fi P2P.
 struct WifiP2PConnectData {
-    int isSuccess = 0;
-    int errorCode = 0;
-    int bussnessType = 0;
-    int mirrorType = 0;
-    int countryCode = 0;
+    int isSuccess = 0;     ///< 1 connected, 0 not
+    int errorCode = 0;     ///< 0 unless the result is a failure
+    int bussnessType = 0;  ///< what the connection is for, as the casting module numbers it
+    int mirrorType = 0;    ///< mirrored or extended, as the casting module numbers it
+    int countryCode = 0;   ///< of the radio channels in use, as the casting module numbers it
 };
 
-// Files dragged into or out of a mirrored screen.
+/// Files dragged into or out of a mirrored screen.
 struct DragFileReportData {
-    int fileCount = 0;
-    unsigned long long totalSize = 0;  // bytes
-    int result = 0;
-    int errorCode = 0;
-    unsigned long long duration = 0;
+    int fileCount = 0;                 ///< files of the transfer
+    unsigned long long totalSize = 0;  ///< bytes
+    int result = 0;                    ///< 0 success
+    int errorCode = 0;                 ///< 0 unless the result is a failure
+    unsigned long long duration = 0;   ///< milliseconds
 };
 
-// A touch of the device that had to switch Bluetooth on.
+/// A touch of the device that had to switch Bluetooth on.
 struct NFCOpenBluetoothData {
-    int result = 0;
-    int errorCode = 0;
-    int bluetoothState = 0;  // before the touch: 0 off, 1 on, 2 no adapter
-    unsigned long long duration = 0;
+    int result = 0;                   ///< 0 success
+    int errorCode = 0;                ///< 0 unless the result is a failure
+    int bluetoothState = 0;           ///< before the touch: 0 off, 1 on, 2 no adapter
+    unsigned long long duration = 0;  ///< milliseconds
 };
 
-// How the windows of several applications performed, over one session.
+/// How the windows of several applications performed, over one session.
 struct PerformanceRecord {
-    int windowCount = 0;  // the most at one time
-    unsigned long long duration = 0;
-    double averageFrameRate = 0;  // frames per second
-    double averageDelay = 0;      // milliseconds from the device's picture to the screen
-    int lostFrames = 0;
+    int windowCount = 0;              ///< the most at one time
+    unsigned long long duration = 0;  ///< milliseconds
+    double averageFrameRate = 0;      ///< frames per second
+    double averageDelay = 0;          ///< milliseconds from the device's picture to the screen
+    int lostFrames = 0;               ///< pictures that were never shown
 };
 
-// The transfers of a process so far.
+/// Sums over the transfers of a process.
 struct TransferCounts {
-    unsigned long long files = 0;
-    unsigned long long bytes = 0;
-    unsigned long long duration = 0;
+    unsigned long long files = 0;     ///< in both directions
+    unsigned long long bytes = 0;     ///< in both directions
+    unsigned long long duration = 0;  ///< milliseconds, of all together
 };
+
+/// The transfers of a process so far.
 struct TransferRecord {
-    int sentFiles = 0;
-    int receivedFiles = 0;
-    int failedFiles = 0;
-    int lastResult = -1;  // -1: no transfer yet
-    int linkType = 4;     // 4: not known
-    std::string peerModel;
-    std::string peerVersion;
-    std::string traceId;
-    TransferCounts total;
+    int sentFiles = 0;        ///< done
+    int receivedFiles = 0;    ///< done
+    int failedFiles = 0;      ///< in either direction
+    int lastResult = -1;      ///< -1: no transfer yet
+    int linkType = 4;         ///< 4: not known
+    std::string peerModel;    ///< of the last transfer's peer
+    std::string peerVersion;  ///< of the last transfer's peer, dotted
+    std::string traceId;      ///< of the last transfer
+    TransferCounts total;     ///< since the process began
 };
 
 }  // namespace HandoffReportData

@@ -1,15 +1,16 @@
-// What a pool or an operation queue has done so far.
+/// @file
+/// What a pool or an operation queue has done so far.
 #pragma once
 
 namespace TandorUtil {
 
-// A piece of work that was submitted is in one of these.
+/// A piece of work that was submitted is in one of these.
 struct WorkCounters {
-    unsigned long long queued = 0;   // waits to be run
-    unsigned long long running = 0;  // is being run or destroyed after its run
-    unsigned long long done = 0;     // was run; what it did is visible to the thread that has read this
-    unsigned long long dropped = 0;  // was accepted and destroyed without being run
-    unsigned long long refused = 0;  // was not accepted
+    unsigned long long queued = 0;   ///< waits to be run
+    unsigned long long running = 0;  ///< is being run or destroyed after its run
+    unsigned long long done = 0;     ///< was run; what it did is visible to the thread that has read this
+    unsigned long long dropped = 0;  ///< was accepted and destroyed without being run
+    unsigned long long refused = 0;  ///< was not accepted
 };
 
 }  // namespace TandorUtil

@@ -33,13 +33,31 @@ std::filesystem::path LogPath() {
                           std::to_wstring(::GetCurrentProcessId()) + L".log");
 }
 
+// "<program>-<process id>.log" or the older "<program>-<process id>.1.log".
+bool IsHostLog(const std::filesystem::directory_entry& entry) {
+    std::error_code error;
+    if (entry.is_symlink(error) || !entry.is_regular_file(error)) return false;
+    const std::filesystem::path file = entry.path().filename();
+    std::wstring_view name(file.native());
+    const auto drop = [&name](std::wstring_view end) {
+        const bool there = name.ends_with(end);
+        if (there) name.remove_suffix(end.size());
+        return there;
+    };
+    if (!drop(L".log")) return false;
+    drop(L".1");
+    const std::size_t digits = name.find_last_not_of(L"0123456789") + 1;
+    return digits > 1 && digits < name.size() && name[digits - 1] == L'-';
+}
+
 // Processes come and go, and each leaves a file: the oldest beyond the limit go. Those of living processes are in use.
+// Nothing but host logs is touched: the folder's name may have been made to lead somewhere else.
 void RemoveOldFiles() {
     std::error_code error;
     std::vector<std::filesystem::directory_entry> files;
     for (std::filesystem::directory_iterator entry(Directory(), error), end; !error && entry != end;
          entry.increment(error)) {
-        files.push_back(*entry);
+        if (IsHostLog(*entry)) files.push_back(*entry);
     }
     if (files.size() <= kFilesKept) return;
     std::vector<std::pair<std::filesystem::file_time_type, std::filesystem::path>> by_age;

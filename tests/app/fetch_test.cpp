@@ -5,6 +5,7 @@
 
 #include <atomic>
 
+#include "support/hostile_crypto.h"
 #include "support/https_world.h"
 #include "support/loopback_server.h"
 #include "support/run_program.h"
@@ -74,13 +75,8 @@ TEST_F(Fetch, FindsItsBundleAnywhereAndReadsNobodysConfiguration) {
     std::filesystem::create_directory(folder.path / L"config");
     std::filesystem::copy_file(world_.bundle, folder.path / L"config" / L"cacert.pem");
     std::filesystem::remove(world_.bundle);
-    const std::filesystem::path hostile = folder.path / L"hostile.cnf";
-    WriteAll(hostile,
-             "openssl_conf = a\n[a]\nssl_conf = b\n[b]\nsystem_default = c\n[c]\nMinProtocol = TLSv1.3\n"
-             "MaxProtocol = TLSv1.2\nCiphersuites = TLS_NONE\n");
-    ::SetEnvironmentVariableW(L"OPENSSL_CONF", hostile.c_str());
+    const tandor::test::HostileCrypto configuration;
     const ProgramRun run = RunProgram(L"\"" + (folder.path / L"tandorctl.exe").native() + L"\" " + Line(server), "{}");
-    ::SetEnvironmentVariableW(L"OPENSSL_CONF", nullptr);
     EXPECT_EQ(run.exit_code, 0) << run.error;
     EXPECT_EQ(run.out, "{}");
 }

@@ -71,10 +71,19 @@ TEST(HostLog, StaysBoundedAndKeepsTheFilesOf64Processes) {
         std::filesystem::last_write_time(old,
                                          std::filesystem::file_time_type::clock::now() - std::chrono::hours(100 - i));
     }
+    const auto foreign = {L"payroll.log", L"host-7.db", L"12.log"};  // older than all, and not the service's to remove
+    for (const wchar_t* const name : foreign) {
+        tandor::test::WriteAll(folder.path / L"log" / L"host" / name, "foreign");
+        std::filesystem::last_write_time(folder.path / L"log" / L"host" / name,
+                                         std::filesystem::file_time_type::clock::now() - std::chrono::hours(999));
+    }
     Child child(L"host-log \"" + std::wstring(1000, L'x') + L"\" 6000");  // about 6 MB
     ASSERT_EQ(child.Wait(), 0);
     EXPECT_FALSE(std::filesystem::exists(folder.path / L"log" / L"host" / L"old-15.log"));
     EXPECT_TRUE(std::filesystem::exists(folder.path / L"log" / L"host" / L"old-16.log"));
+    for (const wchar_t* const name : foreign) {
+        EXPECT_TRUE(std::filesystem::exists(folder.path / L"log" / L"host" / name)) << name;
+    }
     std::uintmax_t size = 0;
     for (const auto& file : HostLogs(folder.path)) {
         if (file.filename().wstring().starts_with(L"test_child-")) size += std::filesystem::file_size(file);

@@ -10,6 +10,7 @@
 #include "base/utf.h"
 #include "pelora/outbox.h"
 #include "support/files.h"
+#include "support/hostile_crypto.h"
 #include "support/loopback_server.h"
 #include "support/run_program.h"
 
@@ -163,6 +164,7 @@ TEST_F(OutboxSend, GoesOverHttpsToACollectorThatIsTrusted) {
                               std::wstring(url.begin(), url.end()) + L" ";
     EXPECT_EQ(RunTandorctl(line).exit_code, 1) << "nobody trusts that authority";
     EXPECT_EQ(Left().size(), 3u);
+    const HostileCrypto configuration;  // nobody's configuration is read
     const ProgramRun run = RunTandorctl(line + L"--header \"x-fleet: 7\" --ca \"" + bundle.native() + L"\"");
     EXPECT_EQ(run.exit_code, 0) << run.out << run.error;
     EXPECT_EQ(received, identifiers);

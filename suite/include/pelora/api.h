@@ -1,5 +1,9 @@
-// What marks the suite's exported operations.
+/// @file
+/// What marks the suite's exported operations.
 #pragma once
+
+/// @def PELORA_API
+/// Stands at every exported name: export while the suite is built, import for its users, nothing elsewhere.
 
 #if defined(_WIN32)
 #if defined(PELORA_BUILDING)

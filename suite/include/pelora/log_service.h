@@ -1,4 +1,5 @@
-// The log service: one host log for each process, and observers inside the process.
+/// @file
+/// The log service: one host log for each process, and observers inside the process.
 #pragma once
 
 #include <cstdint>
@@ -8,36 +9,40 @@
 
 #include "pelora/api.h"
 
-// The level of a message. The numbers are shared with the channel files' records.
+/// The level of a message. The numbers are shared with the channel files' records.
 enum LOG_MESSAGE_LEVEL : int {
-    LOG_MESSAGE_TRACE = 0,
-    LOG_MESSAGE_DEBUG = 1,
-    LOG_MESSAGE_DETAIL = 2,
-    LOG_MESSAGE_INFO = 3,   // information and expected conditions
-    LOG_MESSAGE_ERROR = 4,  // failures
-    LOG_MESSAGE_CRITICAL = 5,
-    LOG_MESSAGE_OFF = 6,
+    LOG_MESSAGE_TRACE = 0,     ///< a channel's file leaves it out
+    LOG_MESSAGE_DEBUG = 1,     ///< a channel's file leaves it out
+    LOG_MESSAGE_DETAIL = 2,    ///< the lowest that a channel's file takes
+    LOG_MESSAGE_INFO = 3,      ///< information and expected conditions
+    LOG_MESSAGE_ERROR = 4,     ///< failures
+    LOG_MESSAGE_CRITICAL = 5,  ///< the process cannot go on
+    LOG_MESSAGE_OFF = 6,       ///< the highest number, for switching off
 };
 
-// Writes UTF-8 lines to "log\host\<program>-<process id>.log" under the common directory, at most 2 MiB and one older
-// file. The files of 64 processes are kept. A line is with the system when Log returns: it survives the death of the
-// process.
-//
-// Threads: every operation may be called from any thread. After the library's unload has begun, calls do nothing.
+/// Writes UTF-8 lines to "log\host\<program>-<process id>.log" under the common directory, at most 2 MiB and one older
+/// file. The files of 64 processes are kept. A line is with the system when Log returns: it survives the death of the
+/// process.
+///
+/// Threads: every operation may be called from any thread. After the library's unload has begun, calls do nothing.
 class PELORA_API VxLogger {
 public:
-    using Observer = std::function<void(LOG_MESSAGE_LEVEL level, std::wstring_view message)>;
+    using Observer = std::function<void(LOG_MESSAGE_LEVEL level,
+                                        std::wstring_view message)>;  ///< is handed each message with its level
 
+    /// The process-wide instance; it lives until the suite is unloaded. Its file is made with the first message.
     static VxLogger& GetInstance();
 
-    // Writes the stream's text as one record; the stream stays as it is. Line breaks inside the text are kept visible
-    // as blanks, so that one record is one line. Never throws; a record that cannot be written is dropped.
+    /// Writes the stream's text as one record; the stream stays as it is. Line breaks inside the text are kept visible
+    /// as blanks, so that one record is one line. Never throws; a record that cannot be written is dropped.
     void Log(LOG_MESSAGE_LEVEL level, std::wstringstream& message) noexcept;
 
-    // Calls `observer` with every message of this process from now on, on the thread that logs and under the log's
-    // lock, so messages arrive in order and none arrives after Unsubscribe has returned. What an observer throws is
-    // dropped. An observer may log; those lines are written and not observed. Returns the number to unsubscribe with.
+    /// Calls `observer` with every message of this process from now on, on the thread that logs and under the log's
+    /// lock, so messages arrive in order and none arrives after Unsubscribe has returned. What an observer throws is
+    /// dropped. An observer may log; those lines are written and not observed. Returns the number to unsubscribe with.
     std::uint64_t Subscribe(Observer observer);
+    /// Ends a subscription, and waits for an observer that is being called; an observer does not end its own from
+    /// inside. A number that is not one is passed over.
     void Unsubscribe(std::uint64_t subscription) noexcept;
 
     VxLogger(const VxLogger&) = delete;
