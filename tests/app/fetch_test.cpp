@@ -5,6 +5,7 @@
 
 #include <atomic>
 
+#include "app/program_copy.h"
 #include "support/https_world.h"
 #include "support/loopback_server.h"
 #include "support/run_program.h"
@@ -65,21 +66,15 @@ TEST_F(Fetch, ExplainsWhyAServerIsNotTrustedAndDoesNotAskAgain) {
 // would end every handshake.
 TEST_F(Fetch, FindsItsBundleAnywhereAndReadsNobodysConfiguration) {
     LoopbackServer server({&identity_}, [](Exchange& exchange) { exchange.Answer("{}"); });
-    const TemporaryFolder folder;
-    for (const auto& entry : std::filesystem::directory_iterator(ProgramFolder())) {
-        if (entry.path().extension() == L".dll" || entry.path().filename() == L"tandorctl.exe") {
-            std::filesystem::copy_file(entry.path(), folder.path / entry.path().filename());
-        }
-    }
-    std::filesystem::create_directory(folder.path / L"config");
-    std::filesystem::copy_file(world_.bundle, folder.path / L"config" / L"cacert.pem");
+    const ProgramCopy program;
+    std::filesystem::copy_file(world_.bundle, program.Folder() / L"config" / L"cacert.pem");
     std::filesystem::remove(world_.bundle);
-    const std::filesystem::path hostile = folder.path / L"hostile.cnf";
+    const std::filesystem::path hostile = program.Folder() / L"hostile.cnf";
     WriteAll(hostile,
              "openssl_conf = a\n[a]\nssl_conf = b\n[b]\nsystem_default = c\n[c]\nMinProtocol = TLSv1.3\n"
              "MaxProtocol = TLSv1.2\nCiphersuites = TLS_NONE\n");
     ::SetEnvironmentVariableW(L"OPENSSL_CONF", hostile.c_str());
-    const ProgramRun run = RunProgram(L"\"" + (folder.path / L"tandorctl.exe").native() + L"\" " + Line(server), "{}");
+    const ProgramRun run = program.Run(Line(server), "{}");
     ::SetEnvironmentVariableW(L"OPENSSL_CONF", nullptr);
     EXPECT_EQ(run.exit_code, 0) << run.error;
     EXPECT_EQ(run.out, "{}");
