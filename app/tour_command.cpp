@@ -101,7 +101,7 @@ void TourReport::Result(const std::string& name, const std::string& shown) { Res
 
 void TourReport::Result(const std::string& name, const std::string& shown, Json data) {
     results_[name] = std::move(data);
-    if (!json_) PrintLine(fmt::format("   {:<28} {}", name, shown));
+    if (!json_) PrintLine(fmt::format("   {:<34} {}", name, shown));
 }
 
 void AddTourCommand(CLI::App& app, Context& context) {

@@ -37,7 +37,8 @@ public:
                 if (!once) inherited += make_option(option, false);
             }
         }
-        return (inherited.empty() ? "" : "\nOptions of all commands:\n" + inherited) + Formatter::make_footer(command);
+        return (inherited.empty() ? "" : "Options of the commands above:\n" + inherited + "\n") +
+               Formatter::make_footer(command);
     }
 };
 
@@ -61,7 +62,7 @@ std::string Suggestion(const std::string& word, const std::vector<std::string>& 
         return Distance(word, left) < Distance(word, right);
     };
     const auto nearest = std::ranges::min_element(known, closer);
-    if (nearest == known.end() || Distance(word, *nearest) > std::max<std::size_t>(1, word.size() / 3)) return "";
+    if (nearest == known.end() || Distance(word, *nearest) > (word.size() + 2) / 3) return "";
     return "; perhaps '" + *nearest + "' is meant";
 }
 

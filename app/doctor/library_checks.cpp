@@ -18,6 +18,11 @@
 namespace tandor::app {
 namespace {
 
+// What the libraries load of the system's when it is needed; no import table has them.
+constexpr const wchar_t* kOnFirstUse[] = {L"advapi32.dll", L"bcrypt.dll",   L"crypt32.dll", L"gdi32.dll",
+                                          L"gdiplus.dll",  L"newdev.dll",   L"ntdll.dll",   L"ole32.dll",
+                                          L"oleaut32.dll", L"setupapi.dll", L"user32.dll",  L"ws2_32.dll"};
+
 std::filesystem::path PathOfModule(HMODULE module) {
     std::wstring path(32768, L'\0');
     path.resize(::GetModuleFileNameW(module, path.data(), static_cast<DWORD>(path.size())));
@@ -30,27 +35,18 @@ bool IsOfSystem(const std::filesystem::path& path) {
     return ::CompareStringOrdinal(path.parent_path().c_str(), -1, folder.c_str(), -1, TRUE) == CSTR_EQUAL;
 }
 
-// The names in one of the two import tables of a loaded module
-// (https://learn.microsoft.com/windows/win32/debug/pe-format#import-directory-table). The loader has read them before.
-template <class Descriptor>
-std::vector<std::string> Imports(HMODULE module, std::size_t directory, DWORD Descriptor::*name) {
+// What a loaded module names in its import table
+// (https://learn.microsoft.com/windows/win32/debug/pe-format#import-directory-table). The loader has read it before.
+std::vector<std::string> Imports(HMODULE module) {
     const auto* const base = reinterpret_cast<const unsigned char*>(module);
     const auto* const dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
     const auto* const headers = reinterpret_cast<const IMAGE_NT_HEADERS64*>(base + dos->e_lfanew);
-    const DWORD offset = headers->OptionalHeader.DataDirectory[directory].VirtualAddress;
+    const DWORD offset = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
     std::vector<std::string> names;
     if (offset == 0) return names;
-    for (const auto* row = reinterpret_cast<const Descriptor*>(base + offset); row->*name != 0; ++row)
-        names.emplace_back(reinterpret_cast<const char*>(base + row->*name));
+    for (const auto* row = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(base + offset); row->Name != 0; ++row)
+        names.emplace_back(reinterpret_cast<const char*>(base + row->Name));
     return names;
-}
-
-std::vector<std::string> ImportsAtStart(HMODULE module) {
-    return Imports(module, IMAGE_DIRECTORY_ENTRY_IMPORT, &IMAGE_IMPORT_DESCRIPTOR::Name);
-}
-
-std::vector<std::string> ImportsOnFirstUse(HMODULE module) {
-    return Imports(module, IMAGE_DIRECTORY_ENTRY_DELAY_IMPORT, &IMAGE_DELAYLOAD_DESCRIPTOR::DllNameRVA);
 }
 
 // The program and what it loads from elsewhere than the system, in the order of loading.
@@ -58,7 +54,7 @@ std::vector<HMODULE> OwnModules() {
     std::vector<HMODULE> own{::GetModuleHandleW(nullptr)};
     std::set<HMODULE> known(own.begin(), own.end());
     for (std::size_t i = 0; i < own.size(); ++i) {
-        for (const std::string& name : ImportsAtStart(own[i])) {
+        for (const std::string& name : Imports(own[i])) {
             const HMODULE module = ::GetModuleHandleA(name.c_str());
             if (module != nullptr && known.insert(module).second && !IsOfSystem(PathOfModule(module)))
                 own.push_back(module);
@@ -92,29 +88,25 @@ void CheckOwnLibraries(Findings& findings) {
         if (path.parent_path() != ProgramFolder()) {
             finding.verdict = Verdict::kLimited;
             finding.remedy = "put the copy that belongs to this program beside it, in " + TextOf(ProgramFolder());
-        } else if (!version.empty() && version != TANDOR_VERSION) {
+        } else if (path.filename() == L"TandorUtil.dll" && version != TANDOR_VERSION) {
             finding.verdict = Verdict::kLimited;
-            finding.remedy = "put the files of one version together: this program is " TANDOR_VERSION;
+            finding.remedy = "put the files of one version together, the library's and this program's: " TANDOR_VERSION;
         }
         findings.push_back(finding);
     }
 }
 
 void CheckSystemLibraries(Findings& findings) {
-    std::set<std::string> names;
-    for (const HMODULE module : OwnModules()) {
-        for (const std::string& name : ImportsOnFirstUse(module)) names.insert(name);
-    }
     std::string missing;
-    for (const std::string& name : names) {
-        const ModuleHandle library(
-            ::LoadLibraryExW(WideFromUtf8Lossy(name).c_str(), nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32));
-        if (!library) missing += (missing.empty() ? "" : ", ") + name;
+    for (const wchar_t* const name : kOnFirstUse) {
+        const ModuleHandle library(::LoadLibraryExW(name, nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32));
+        if (!library) missing += (missing.empty() ? "" : ", ") + Utf8FromWideLossy(name);
     }
-    findings.push_back(missing.empty() ? Finding{"system libraries", Verdict::kWorks,
-                                                 fmt::format("all {} that are loaded on first use", names.size()), ""}
-                                       : Finding{"system libraries", Verdict::kBroken, "missing: " + missing,
-                                                 "repair Windows with 'sfc /scannow'; on Wine, install its full set"});
+    findings.push_back(missing.empty()
+                           ? Finding{"system libraries", Verdict::kWorks,
+                                     fmt::format("all {} that are loaded on first use", std::size(kOnFirstUse)), ""}
+                           : Finding{"system libraries", Verdict::kBroken, "missing: " + missing,
+                                     "repair Windows with 'sfc /scannow'; on Wine, install its full set"});
 }
 
 void CheckVersions(Findings& findings) {

@@ -28,7 +28,7 @@ Finding LookAt(const char* thing, const std::filesystem::path& file, const char*
         case StoreLook::State::kAbsent:
             return {thing, Verdict::kWorks, "none yet, will be made when it is needed", ""};
         case StoreLook::State::kWhole:
-            return {thing, Verdict::kWorks, fmt::format("{} {}, {} bytes, whole", look.rows, rows, look.bytes), ""};
+            return {thing, Verdict::kWorks, fmt::format("{}: {}, {} bytes, whole", rows, look.rows, look.bytes), ""};
         case StoreLook::State::kForeign:
         case StoreLook::State::kDamaged:
             return {thing, Verdict::kBroken, name + ": " + look.trouble,
@@ -80,7 +80,7 @@ Finding LookAtStaging() {
 
 void CheckStores(Findings& findings) {
     findings.push_back(LookAt("device store", DeviceStoreFile(), "device", "devices"));
-    findings.push_back(LookAt("outbox", OutboxFile(), "records", "records wait"));
+    findings.push_back(LookAt("outbox", OutboxFile(), "records", "records that wait"));
 }
 
 void CheckAssistant(Findings& findings) {

@@ -36,7 +36,7 @@ TEST(Tandorctl, GoodInputAnswersAndEndsWithZero) {
         {L"report list", 0, "ReportTandorReport80MyalbumPhotoCountId"},
         {L"queue --pushes 3 --bound 3 --busy 0 --every 0", 0, "3 pushed: 3 done, 0 dropped, 0 refused\n"},
         {L"watch announce tandorctl-test-a tandorctl-test-b --for 0.01", 0, "  0  not running\n"},
-        {L"report send --help", 0, "Options of all commands:\n  --json"},
+        {L"report send --help", 0, "Options of the commands above:\n  --json"},
         {L"outbox export --help", 0, "-o,--output FILE"},
         {L"text base64 --json -- --json", 0, "\"LS1qc29u\""},
     });
