@@ -139,21 +139,4 @@ TEST(Tandorctl, EveryCommandHelpsWithAnExample) {
     EXPECT_GT(commands, 50u);
 }
 
-// What a shell asks, and what it is answered, by the script in a bash of the machine on which Wine runs.
-TEST(Tandorctl, CompletesInBash) {
-    if (!std::filesystem::exists(L"Z:\\bin\\bash")) GTEST_SKIP() << "there is no bash";
-    const std::string name = "/tmp/tandor-completion-" + std::to_string(::GetCurrentProcessId());
-    const auto on_disk = [&](const char* ending) { return std::filesystem::path("Z:" + name + ending); };
-    tandor::test::WriteAll(on_disk(".bash"), RunTandorctl(L"completion bash").out + R"(
-        try() { COMP_WORDS=(tandorctl "$@"); COMP_CWORD=$#; _tandorctl; echo "[${COMPREPLY[*]}]"; }
-        { try dev; try outbox ex; try outbox --file list st; try outbox export --format ''
-          try outbox export --format = o; try device list --bo; try log write KoViewM; try log write KoViewTandor ''
-          try hash ''; try completion p; } > )" + name +
-                                                 ".out\n");
-    RunProgram(L"start.exe /wait /unix /bin/bash --norc " + std::wstring(name.begin(), name.end()) + L".bash");
-    EXPECT_EQ(ReadAll(on_disk(".out")),
-              "[device]\n[export]\n[status]\n[jsonl otlp]\n[otlp]\n[--bound]\n[KoViewMirror]\n[]\n[]\n[powershell]\n");
-    for (const char* const ending : {".bash", ".out"}) std::filesystem::remove(on_disk(ending));
-}
-
 }  // namespace
