@@ -56,8 +56,11 @@ void AddFolder(const fs::path& folder, Classified& classified) {
     Progress progress("reading " + TextOf(folder));
     std::error_code error;
     Iterator entry(folder, fs::directory_options::skip_permission_denied, error);
-    for (; !error && entry != Iterator(); entry.increment(error)) {
-        if (entry->is_regular_file(error)) classified.Add(entry->path());
+    for (std::uint64_t files = 0; !error && entry != Iterator(); entry.increment(error)) {
+        if (entry->is_regular_file(error)) {
+            classified.Add(entry->path());
+            progress.Count(++files, "files");
+        }
         error.clear();
     }
     if (error) throw CommandError(TextOf(folder), error.message(), "check that you may read the folder");
@@ -84,7 +87,9 @@ void Classify(const Context& context, const Options& options) {
 void AddClassifyCommand(CLI::App& app, Context& context) {
     CLI::App* const classify = app.add_subcommand("classify", "Sort files into transfer classes by their extension");
     const auto options = std::make_shared<Options>();
-    classify->add_option("PATH", options->paths, "File names, or folders whose files are meant")->required();
+    classify->add_option("PATH", options->paths, "File names, or folders whose files are meant")
+        ->required()
+        ->check(NotEmpty());
     classify->add_flag("-r,--recursive", options->recursive, "Folders with everything below them");
     classify->add_flag("-s,--summary", options->summary, "Only how many files each class has");
     classify->footer(

@@ -13,6 +13,8 @@
 namespace tandor::app {
 namespace {
 
+constexpr std::size_t kLongestWhat = 50;  // characters that fit into a line with what follows
+
 std::size_t Width(std::string_view text) {
     return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
 }
@@ -44,20 +46,35 @@ void PrintTable(const std::vector<std::vector<std::string>>& rows) {
     }
 }
 
-Progress::Progress(std::string what)
-    : what_(std::move(what)), terminal_(::GetFileType(::GetStdHandle(STD_ERROR_HANDLE)) == FILE_TYPE_CHAR) {}
+Progress::Progress(std::string_view what)
+    : terminal_(::GetFileType(::GetStdHandle(STD_ERROR_HANDLE)) == FILE_TYPE_CHAR) {
+    if (!terminal_) return;
+    const std::wstring wide = WideFromUtf8Lossy(what);
+    what_ = wide.size() <= kLongestWhat ? std::string(what)
+                                        : Utf8FromWideLossy(L"..." + wide.substr(wide.size() - kLongestWhat));
+}
 
 Progress::~Progress() {
-    if (shown_) std::fputs("\r\x1B[K", stderr);
+    if (width_ > 0) std::fprintf(stderr, "\r%*s\r", static_cast<int>(width_), "");
 }
 
 void Progress::Show(std::uint64_t done, std::uint64_t total) {
-    if (!terminal_ || (shown_ && ::GetTickCount64() - last_ < 100)) return;
-    shown_ = true;
-    last_ = ::GetTickCount64();
-    const auto percent = total == 0 ? 100 : done * 100 / total;
-    std::fprintf(stderr, "\r%s %llu%%\x1B[K", what_.c_str(), static_cast<unsigned long long>(percent));
+    if (IsDue()) Write(what_ + " " + std::to_string(total == 0 ? 100 : done * 100 / total) + "%");
+}
+
+void Progress::Count(std::uint64_t done, std::string_view unit) {
+    if (IsDue()) Write(what_ + ", " + std::to_string(done) + " " + std::string(unit));
+}
+
+bool Progress::IsDue() const { return terminal_ && (width_ == 0 || ::GetTickCount64() - last_ >= 100); }
+
+// Old consoles know no escape sequences: what is longer than the new line is written over with blanks.
+void Progress::Write(const std::string& line) {
+    const std::size_t width = Width(line);
+    std::fprintf(stderr, "\r%s%*s", line.c_str(), static_cast<int>(width_ > width ? width_ - width : 0), "");
     std::fflush(stderr);
+    width_ = std::max(width, width_);
+    last_ = ::GetTickCount64();
 }
 
 std::filesystem::path PathFrom(std::string_view utf8) { return std::filesystem::path(WideFromUtf8(utf8)); }
@@ -80,24 +97,56 @@ std::string ReadInput(const std::string& file) {
     return content;
 }
 
+void WriteOutput(const std::string& file, std::string_view content) {
+    if (file.empty() || file == "-") return Print(content);
+    std::ofstream stream(PathFrom(file), std::ios::binary | std::ios::trunc);
+    stream.write(content.data(), static_cast<std::streamsize>(content.size()));
+    stream.close();
+    if (!stream) {
+        throw CommandError(file, "cannot be written",
+                           "check that its folder exists, that you may write there, and the disk");
+    }
+}
+
 CLI::Validator FileThatIsThere() {
-    return CLI::Validator(
-        [](const std::string& text) {
-            std::error_code ignored;
-            return std::filesystem::is_regular_file(PathFrom(text), ignored) ? std::string()
-                                                                             : "'" + text + "' is not a file";
-        },
-        "FILE");
+    return {[](const std::string& text) {
+                std::error_code ignored;
+                return std::filesystem::is_regular_file(PathFrom(text), ignored) ? std::string()
+                                                                                 : "'" + text + "' is not a file";
+            },
+            "FILE"};
 }
 
 CLI::Validator WebAddress() {
-    return CLI::Validator(
-        [](const std::string& text) {
-            const bool known = text.starts_with("https://") || text.starts_with("http://");
-            return known ? std::string()
-                         : "'" + text + "' is not an address of https; write it whole, as https://host/path";
-        },
-        "URL");
+    return {[](const std::string& text) {
+                const bool known = (text.starts_with("https://") && text.size() > 8) ||
+                                   (text.starts_with("http://") && text.size() > 7);
+                return known ? std::string()
+                             : "'" + text + "' is not an address of https; write it whole, as https://host/path";
+            },
+            "URL"};
+}
+
+CLI::Validator NotEmpty() {
+    return {[](const std::string& text) { return text.empty() ? std::string("it is empty") : std::string(); }, ""};
+}
+
+CLI::Validator AtLeast(long long least) {
+    return {[least](const std::string& text) {
+                double number = 0;
+                const bool good =
+                    CLI::detail::lexical_cast(text, number) && number >= static_cast<double>(least) && number < 1e15;
+                return good ? std::string() : "'" + text + "' is not a number of at least " + std::to_string(least);
+            },
+            ""};
+}
+
+CLI::Validator OneOf(const std::vector<std::string>& words) {
+    return {[words](const std::string& text) {
+                const bool known = std::ranges::find(words, text) != words.end();
+                return known ? std::string() : "'" + text + "' is not one of " + CLI::detail::join(words, ", ");
+            },
+            "{" + CLI::detail::join(words, ",") + "}"};
 }
 
 }  // namespace tandor::app

@@ -28,7 +28,7 @@ struct Context {
     int exit_code = 0;  // 0, or 1 for a command that did its work and found something wrong
 };
 
-// Writes UTF-8 to standard output, as it is or with a line break.
+// Writes UTF-8 to standard output, as it is or with a line break. What cannot be written is told at the program's end.
 void Print(std::string_view text);
 void PrintLine(std::string_view text);
 void PrintJson(const Json& document);
@@ -39,14 +39,21 @@ void PrintTable(const std::vector<std::vector<std::string>>& rows);
 // One line on standard error that is written over and over, when that is a terminal; nothing otherwise.
 class Progress {
 public:
-    explicit Progress(std::string what);
+    explicit Progress(std::string_view what);
     ~Progress();
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
     void Show(std::uint64_t done, std::uint64_t total);
+    // Where nobody knows how much there is: "reading C:\Users, 1200 files".
+    void Count(std::uint64_t done, std::string_view unit);
 
 private:
+    [[nodiscard]] bool IsDue() const;
+    void Write(const std::string& line);
+
     std::string what_;
     bool terminal_;
-    bool shown_ = false;
+    std::size_t width_ = 0;  // of what stands there
     std::uint64_t last_ = 0;
 };
 
@@ -60,13 +67,18 @@ std::filesystem::path ProgramFolder();
 // The content of the file, or of standard input for "-". Throws CommandError.
 std::string ReadInput(const std::string& file);
 
-// The families of commands, each in its own file, in the order of the help.
-// For options: a file that is there, whatever letters its name has. Anything else is a usage error.
+// Writes the content to the file, or to standard output for "-" and for no name. Throws CommandError.
+void WriteOutput(const std::string& file, std::string_view content);
+
+// What options and arguments must be; anything else is a usage error. In order: a file that is there, whatever letters
+// its name has; the whole address of a web server; not empty; a number that is not below `least`; one of these words.
 CLI::Validator FileThatIsThere();
-
-// For options: an address of a web server, written whole. Anything else is a usage error.
 CLI::Validator WebAddress();
+CLI::Validator NotEmpty();
+CLI::Validator AtLeast(long long least);
+CLI::Validator OneOf(const std::vector<std::string>& words);
 
+// The families of commands, each in its own file, in the order of the help.
 void AddLogCommands(CLI::App& app, Context& context);
 void AddTextCommands(CLI::App& app, Context& context);
 void AddVersionCommands(CLI::App& app, Context& context);
@@ -86,5 +98,6 @@ void AddConsoleCommands(CLI::App& app, Context& context);
 void AddFirewallCommands(CLI::App& app, Context& context);
 void AddDoctorCommand(CLI::App& app, Context& context);
 void AddTourCommand(CLI::App& app, Context& context);
+void AddCompletionCommand(CLI::App& app, Context& context);
 
 }  // namespace tandor::app

@@ -142,7 +142,6 @@ CLI::App* AddVerb(CLI::App& console, Context& context, const std::shared_ptr<Con
 }
 
 void AddOrder(CLI::App& command, ConsoleOptions& options, bool needs_id, bool needs_inf) {
-    const auto not_empty = [](const std::string& text) { return text.empty() ? std::string("it is empty") : ""; };
     const auto fits = [](const std::string& id) {
         return id.empty() || WideFromUtf8(id).size() > 200 ? std::string("a hardware id has 1 to 200 characters") : "";
     };
@@ -152,7 +151,7 @@ void AddOrder(CLI::App& command, ConsoleOptions& options, bool needs_id, bool ne
             ->check(fits);
     }
     if (needs_inf)
-        command.add_option("INF", options.order.inf, "The driver package's INF file")->required()->check(not_empty);
+        command.add_option("INF", options.order.inf, "The driver package's INF file")->required()->check(NotEmpty());
 }
 
 void AddDryRun(CLI::App& command, ConsoleOptions& options) {
@@ -170,13 +169,15 @@ void AddConsoleCommands(CLI::App& app, Context& context) {
         "  tandorctl console install Root\\VirtualPad C:\\drivers\\pad.inf --dry-run");
     CLI::App* const list = AddVerb(*console, context, options, "list", "All devices that are present", List);
     list->add_option("--class", options->text, "Only devices of this class, as in Display");
+    list->footer("Example:\n  tandorctl console list --class Display");
     CLI::App* const find = AddVerb(*console, context, options, "find", "Devices with a text in any column", Find);
-    find->add_option("TEXT", options->text, "In either case of letters")->required();
-    find->footer("Exit code 1 when there is none.");
+    find->add_option("TEXT", options->text, "In either case of letters")->required()->check(NotEmpty());
+    find->footer("Exit code 1 when there is none.\nExample:\n  tandorctl console find pad");
     CLI::App* const status =
         AddVerb(*console, context, options, "status", "How the devices with a hardware id are", Status);
     AddOrder(*status, *options, true, false);
-    status->footer("Exit code 1 when there is none or one is not started.");
+    status->footer(
+        "Exit code 1 when there is none or one is not started.\nExample:\n  tandorctl console status Root\\VirtualPad");
 
     struct Verb {
         const char* name;
@@ -195,6 +196,9 @@ void AddConsoleCommands(CLI::App& app, Context& context) {
         CLI::App* const command = AddVerb(*console, context, options, verb.name, verb.help, verb.run);
         AddOrder(*command, *options, verb.needs_id, verb.needs_inf);
         AddDryRun(*command, *options);
+        command->footer(fmt::format(
+            "Needs an administrator's rights; --dry-run needs none.\nExample:\n  tandorctl console {}{}{}", verb.name,
+            verb.needs_id ? " Root\\VirtualPad" : "", verb.needs_inf ? " C:\\drivers\\pad.inf" : " --dry-run"));
         if (verb.name == std::string_view("install"))
             command->add_flag("--again", options->again, "Also when a device with this hardware id is there");
     }

@@ -1,16 +1,13 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <fstream>
 
 #include "app/command.h"
 #include "app/device_collection.h"
 #include "app/device_import.h"
-#include "app/doctor.h"
 #include "base/decimal.h"
 #include "base/hex.h"
 #include "base/utf.h"
-#include "pelora/file_info.h"
 
 namespace tandor::app {
 namespace {
@@ -141,10 +138,7 @@ void Export(const Options& options) {
         text = BluetoothDeviceSummarySerialize::ToString(records);
     }
     if (options.file.empty() || options.file == "-") return PrintLine(text);
-    std::ofstream file(PathFrom(options.file), std::ios::binary);
-    file << text;
-    file.close();
-    if (!file) throw CommandError(options.file, "cannot be written", "check the folder and your rights to it");
+    WriteOutput(options.file, text);
     PrintLine(fmt::format("{} {} devices written to {}", records.size(), In(options).Kind(), options.file));
 }
 
@@ -162,18 +156,6 @@ void Import(const Context& context, const Options& options) {
 
 }  // namespace
 
-void CheckDeviceStore(Findings& findings) {
-    try {
-        const std::string counts =
-            fmt::format("{} present and {} bound devices", DeviceCollection(false).Records().size(),
-                        DeviceCollection(true).Records().size());
-        findings.push_back({"device store", Verdict::kWorks, counts, ""});
-    } catch (const CommandError& error) {
-        findings.push_back({"device store", Verdict::kBroken, error.what(),
-                            "make " + FileInfo::GetPeloraCommDir() + "\\device a folder that you may write to"});
-    }
-}
-
 void AddDeviceCommands(CLI::App& app, Context& context) {
     CLI::App* const device =
         app.add_subcommand("device", "The remembered devices: present ones, or with --bound, bound ones");
@@ -186,6 +168,7 @@ void AddDeviceCommands(CLI::App& app, Context& context) {
     device->add_flag("--bound", options->bound, "The bound (paired) devices instead of the present ones");
 
     CLI::App* const list = device->add_subcommand("list", "The devices with their most important members");
+    list->footer("Example:\n  tandorctl device list --bound");
     list->callback([options, &context] { List(context, *options); });
 
     CLI::App* const show = device->add_subcommand("show", "Everything that is known of one device");
@@ -201,6 +184,10 @@ void AddDeviceCommands(CLI::App& app, Context& context) {
     set->add_option("VALUE", options->value, "Text; numbers are decimal, flags 1 or 0")->required();
     set->add_flag("--new", options->add, "Remember the device first if it is not there");
     remove->add_flag("--even-trusted", options->even_trusted, "Also a bound device that is trusted");
+    show->footer("Example:\n  tandorctl device show \"Lena's phone\" --json");
+    set->footer("Example:\n  tandorctl device set --new \"Lena's phone\" peerDeviceVersion 10.0.0.100");
+    get->footer("Example:\n  tandorctl device get \"Lena's phone\" IsTrusted");
+    remove->footer("Example:\n  tandorctl device delete \"Lena's phone\"");
     show->callback([options, &context] { Show(context, *options); });
     set->callback([options] { Set(*options); });
     get->callback([options, &context] { Get(context, *options); });
@@ -208,7 +195,8 @@ void AddDeviceCommands(CLI::App& app, Context& context) {
 
     CLI::App* const exporting = device->add_subcommand("export", "All devices as JSON text");
     exporting->add_flag("--simple", options->simple, "The short form: type, summary, name, flags and time of pairing");
-    exporting->add_option("-o,--output", options->file, "A file instead of standard output");
+    exporting->add_option("-o,--output", options->file, "A file instead of standard output")->type_name("FILE");
+    exporting->footer("Example:\n  tandorctl device export --output devices.json");
     exporting->callback([options] { Export(*options); });
 
     CLI::App* const importing =
@@ -217,7 +205,8 @@ void AddDeviceCommands(CLI::App& app, Context& context) {
     importing->footer(
         "Each device is kept under its DevName; the attributes of one that is there stay, and its share type becomes "
         "1.\n"
-        "A file with anything that cannot be used is refused as a whole.");
+        "A file with anything that cannot be used is refused as a whole.\n"
+        "Example:\n  tandorctl device import devices.json --bound");
     importing->callback([options, &context] { Import(context, *options); });
 }
 

@@ -7,7 +7,7 @@
 #include <random>
 
 #include "app/command.h"
-#include "app/doctor.h"
+#include "app/doctor/doctor.h"
 #include "app/fetch_errors.h"
 #include "base/decimal.h"
 #include "pelora/ie_proxy_helper.h"
@@ -60,7 +60,7 @@ Fetched FetchOnce(const FetchOptions& options, const std::string& body) {
     Fetched fetched;
     Progress progress("fetching " + options.url);
     fetched.transfer.progress = [&progress](unsigned long long received, unsigned long long total) {
-        if (total > 0) progress.Show(received, total);
+        total > 0 ? progress.Show(received, total) : progress.Count(received, "bytes");
         return true;
     };
     fetched.result =
@@ -119,12 +119,6 @@ void PrintForMachines(const FetchOptions& options, const Fetched& fetched) {
     PrintJson(document);
 }
 
-void WriteOutput(const std::string& file, const std::string& body) {
-    std::ofstream stream(PathFrom(file), std::ios::binary);
-    stream.write(body.data(), static_cast<std::streamsize>(body.size())).flush();
-    if (!stream) throw CommandError(file, "cannot be written", "check the folder, your rights and the disk");
-}
-
 std::string RequestBody(const FetchOptions& options) {
     std::string body = ReadInput(options.body);
     if (body.find('\0') != std::string::npos) {
@@ -178,8 +172,10 @@ void AddFetchCommand(CLI::App& app, Context& context) {
     fetch->add_option("URL", options->url, "The server's address, as https://host/path")
         ->required()
         ->check(WebAddress());
-    fetch->add_option("--body", options->body, "The file with the request's body; - is standard input")->required();
-    fetch->add_option("-o,--output", options->output, "Write the answer's body to this file");
+    fetch->add_option("--body", options->body, "The file with the request's body; - is standard input")
+        ->required()
+        ->type_name("FILE");
+    fetch->add_option("-o,--output", options->output, "Write the answer's body to this file")->type_name("FILE");
     fetch->add_option("--retries", options->retries, "Try so often again when the network fails or the server is busy")
         ->check(CLI::Range(0, 20));
     fetch->add_flag("--headers", options->headers, "Show the answer's headers as well, on standard error");

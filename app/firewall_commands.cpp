@@ -70,12 +70,14 @@ void Status(const Context& context) {
     PrintTable(rows);
 }
 
+void ExpectRules(const FirewallView& view) {
+    if (view.trouble.empty()) return;
+    throw CommandError("the firewall's rules", view.trouble, "see 'tandorctl doctor' for what works on this machine");
+}
+
 void List(const Context& context, const Options& options) {
     const FirewallView view = LookAtFirewall();
-    if (!view.trouble.empty()) {
-        throw CommandError("the firewall's rules", view.trouble,
-                           "see 'tandorctl doctor' for what works on this machine");
-    }
+    ExpectRules(view);
     std::vector<std::vector<std::string>> rows{{"NAME", "DIR", "ACTION", "ENABLED", "PROGRAM"}};
     Json document = Json::array();
     for (const FirewallRule& rule : view.rules) {
@@ -126,7 +128,7 @@ void ShowRequest(const Context& context, const char* request, bool sent) {
 
 // A dry run must know what is there; otherwise changing what cannot be read fails on its own, with its own cause.
 void ExpectReadable(const FirewallView& view, bool needed) {
-    if (needed && !view.trouble.empty()) throw CommandError("the firewall's rules", view.trouble);
+    if (needed) ExpectRules(view);
 }
 
 void Add(Context& context, const Options& options) {
@@ -179,17 +181,24 @@ void AddFirewallCommands(CLI::App& app, Context& context) {
         "Looking needs no rights; adding and removing need an administrator's.\n"
         "Example:\n  tandorctl firewall status\n  tandorctl firewall add --name Probe --dry-run");
     const auto options = std::make_shared<Options>();
-    firewall->add_subcommand("status", "What is wanted, what is there, and what is to do")->callback([&context] {
-        Status(context);
-    });
+    CLI::App* const status = firewall->add_subcommand("status", "What is wanted, what is there, and what is to do");
+    status->footer("Example:\n  tandorctl firewall status --json");
+    status->callback([&context] { Status(context); });
     CLI::App* const list = firewall->add_subcommand("list", "List the feature's rules");
     list->add_flag("--all", options->all, "All rules of the firewall");
+    list->footer("Example:\n  tandorctl firewall list --all");
     list->callback([&context, options] { List(context, *options); });
 
     CLI::App* const add = firewall->add_subcommand(
         "add", "Replace the rules of a name by one that allows inbound connections to this program, if the plan is on");
+    add->footer(
+        "Needs an administrator's rights; --dry-run needs none.\nExample:\n  tandorctl firewall add --name Probe "
+        "--dry-run");
     add->callback([&context, options] { Add(context, *options); });
     CLI::App* const remove = firewall->add_subcommand("remove", "Remove all rules of a name");
+    remove->footer(
+        "Needs an administrator's rights; --dry-run needs none.\nExample:\n  tandorctl firewall remove --name Probe "
+        "--dry-run");
     remove->callback([&context, options] { Remove(context, *options); });
     for (CLI::App* const verb : {add, remove}) {
         verb->add_option("--name", options->name, "The rule's name (default PVAMessageCenter)");

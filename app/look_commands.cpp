@@ -9,6 +9,7 @@
 #include "app/command.h"
 #include "base/utf.h"
 #include "base/win_error.h"
+#include "base/win_handle.h"
 #include "tandor/state_watch.h"
 
 namespace tandor::app {
@@ -51,12 +52,18 @@ void ShowFiles(const std::vector<TdOpenFile>& files) {
     for (const auto& [reason, count] : reasons) PrintLine(fmt::format("{} more: {}", count, reason));
 }
 
+CommandError NoProcess(unsigned long process) {
+    return {fmt::format("process {}", process), "there is none with this number",
+            "the task manager and 'tasklist' show the numbers"};
+}
+
 void Files(const Context& context, unsigned long process) {
     std::vector<TdOpenFile> files;
     const unsigned long error = TdOpenFiles::List(process, files);
+    if (error == ERROR_INVALID_PARAMETER) throw NoProcess(process);
     if (error != ERROR_SUCCESS) {
         throw CommandError(fmt::format("process {}", process), WindowsErrorText(error),
-                           "check the number; processes of other users need an administrator");
+                           "processes of other users need an administrator");
     }
     if (!context.json) return ShowFiles(files);
     Json list = Json::array();
@@ -68,9 +75,10 @@ void Process(const Context& context, unsigned long process) {
     const std::unique_ptr<TdProcessDetectorInterface> detector(TdProcessDetectorFactory::Create());
     std::wstring line;
     if (detector == nullptr || detector->GetProcessCmdline(process, line) != 1) {
+        const KernelHandle handle(::OpenProcess(SYNCHRONIZE, FALSE, process));
+        if (!handle && ::GetLastError() == ERROR_INVALID_PARAMETER) throw NoProcess(process);
         throw CommandError(fmt::format("process {}", process), "its command line cannot be read",
-                           "check the number; processes of other users need an administrator, and --follow shows "
-                           "which step failed");
+                           "processes of other users need an administrator; --follow shows which step failed");
     }
     if (context.json) return PrintJson({{"process", process}, {"command_line", Utf8FromWideLossy(line)}});
     PrintLine(Utf8FromWideLossy(line));
@@ -162,12 +170,13 @@ void Windows(const Context& context, const WindowOptions& options) {
 void AddLookCommands(CLI::App& app, Context& context) {
     const auto process_id = std::make_shared<unsigned long>(0);
     CLI::App* const files = app.add_subcommand("files", "The files and directories that a process holds open");
-    files->add_option("PID", *process_id, "The process's number")->required();
-    files->footer("Says also what could not be looked at, and why.");
+    files->add_option("PID", *process_id, "The process's number")->required()->check(AtLeast(0));
+    files->footer("Says also what could not be looked at, and why.\nExample:\n  tandorctl files 4711");
     files->callback([process_id, &context] { Files(context, *process_id); });
 
     CLI::App* const process = app.add_subcommand("process", "The command line that a process was started with");
-    process->add_option("PID", *process_id, "The process's number")->required();
+    process->add_option("PID", *process_id, "The process's number")->required()->check(AtLeast(0));
+    process->footer("Example:\n  tandorctl process 4711");
     process->callback([process_id, &context] { Process(context, *process_id); });
 
     const auto options = std::make_shared<WindowOptions>();
@@ -176,6 +185,7 @@ void AddLookCommands(CLI::App& app, Context& context) {
     windows->add_option("--of", options->of, "The windows inside this one (a number as shown)")->type_name("WINDOW");
     windows->add_flag("--thread", options->thread, "With --of: the top-level windows of that window's thread")
         ->needs("--of");
+    windows->footer("Example:\n  tandorctl windows --tree\n  tandorctl windows --of 0x10078 --thread");
     windows->callback([options, &context] { Windows(context, *options); });
 }
 

@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "app/command.h"
+#include "app/usage.h"
 #include "base/utf.h"
 #include "pelora/log_service.h"
 
@@ -34,6 +35,7 @@ void AddCommands(CLI::App& app, Context& context) {
     app.set_version_flag("--version", "tandorctl " TANDOR_VERSION);
     app.require_subcommand(1);
     app.fallthrough();
+    app.formatter(tandor::app::HelpFormat());
     app.footer(
         "Try 'tandorctl tour' to see everything at work, 'tandorctl doctor' to see what works on this machine,\n"
         "'tandorctl COMMAND --help' for one command. Exit codes: 0 done, 1 failed, 2 usage.");
@@ -42,22 +44,24 @@ void AddCommands(CLI::App& app, Context& context) {
              AddLogCommands,     AddTextCommands,     AddVersionCommands, AddClassifyCommand, AddDeviceCommands,
              AddScreenCommands,  AddPanelCommand,     AddHashCommand,     AddSealCommands,    AddFetchCommand,
              AddReportCommands,  AddOutboxCommands,   AddQueueCommand,    AddWatchCommand,    AddLookCommands,
-             AddConsoleCommands, AddFirewallCommands, AddDoctorCommand,   AddTourCommand,
+             AddConsoleCommands, AddFirewallCommands, AddDoctorCommand,   AddTourCommand,     AddCompletionCommand,
          }) {
         add(app, context);
     }
 }
 
-// The command words that were understood, as " text base64".
-std::string ChosenVerbs(const CLI::App& app) {
-    const auto chosen = app.get_subcommands();
-    return chosen.empty() ? "" : " " + chosen.front()->get_name() + ChosenVerbs(*chosen.front());
+// Output that did not arrive is a failure, whatever the command thought of itself.
+int Finish(int exit_code) {
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return exit_code;
+    std::fputs("error: standard output: not all could be written; its reader has gone, or the disk is full\n", stderr);
+    return exit_code == 0 ? 1 : exit_code;
 }
 
-int Run(const std::vector<std::string>& arguments) {
+int Run(std::vector<std::string> arguments) {
     CLI::App app("Command line over the multi-device utility library", "tandorctl");
     Context context;
     AddCommands(app, context);
+    if (arguments.empty()) arguments.emplace_back("--help");
     std::unique_ptr<Follower> follower;
     app.parse_complete_callback([&] {
         if (context.follow) follower = std::make_unique<Follower>();
@@ -66,16 +70,14 @@ int Run(const std::vector<std::string>& arguments) {
         app.parse(
             std::vector<std::string>(arguments.rbegin(), arguments.rend()));  // the parser takes them from the back
     } catch (const CLI::ParseError& error) {
-        if (error.get_exit_code() == 0) return app.exit(error);  // help and version
-        const auto unknown = app.remaining(true);
-        std::fprintf(stderr, "error: %s%s; see 'tandorctl%s --help'\n", error.what(),
-                     unknown.empty() ? "" : (" (unknown: " + unknown.front() + ")").c_str(), ChosenVerbs(app).c_str());
+        if (error.get_exit_code() == 0) return Finish(app.exit(error));  // help and version
+        std::fprintf(stderr, "%s\n", tandor::app::UsageError(app, error).c_str());
         return 2;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "error: %s\n", error.what());
         return 1;
     }
-    return context.exit_code;
+    return Finish(context.exit_code);
 }
 
 }  // namespace
@@ -86,5 +88,5 @@ int wmain(int count, wchar_t** words) {
     _setmode(_fileno(stdout), _O_BINARY);
     std::vector<std::string> arguments;
     for (int i = 1; i < count; ++i) arguments.push_back(tandor::Utf8FromWideLossy(words[i]));
-    return Run(arguments);
+    return Run(std::move(arguments));
 }

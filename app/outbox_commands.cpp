@@ -6,6 +6,7 @@
 #include "app/command.h"
 #include "app/outbox_export.h"
 #include "app/outbox_send.h"
+#include "app/store_look.h"
 #include "base/decimal.h"
 
 namespace tandor::app {
@@ -16,7 +17,7 @@ constexpr std::size_t kPage = 500;  // records read at once
 constexpr std::size_t kPageBytes = 4 * 1024 * 1024;
 
 struct Options {
-    std::string file, record, format = "jsonl", out;
+    std::string file, record, format = "jsonl", output;
     std::vector<std::string> records;
     std::size_t count = 20;
     bool all = false;
@@ -39,6 +40,12 @@ public:
         if (options.file.empty()) return;
         if (!std::filesystem::is_regular_file(PathFrom(options.file))) {
             throw CommandError(options.file, "there is no such file", "leave --file out for the machine's own outbox");
+        }
+        // The outbox sets what is damaged aside and begins anew: not with a file that was never one.
+        const StoreLook look = LookAtStore(PathFrom(options.file), "records");
+        if (look.state == StoreLook::State::kForeign) {
+            throw CommandError(options.file, "it is no outbox: " + look.trouble,
+                               "leave --file out for the machine's own outbox");
         }
         own_ = std::make_unique<Outbox>(options.file);
     }
@@ -138,8 +145,7 @@ void Show(const Context& context, const Options& options) {
 
 void Drop(const Context& context, const Options& options) {
     if (options.all != options.records.empty()) {
-        throw CommandError("outbox drop", options.all ? "both --all and records were given" : "no record was given",
-                           "name records by sequence or identifier, or give --all");
+        throw CLI::RequiredError(options.all ? "either records or --all, not both," : "a RECORD or --all");
     }
     const Opened outbox(options);
     unsigned long long removed = 0;
@@ -156,14 +162,14 @@ void Drop(const Context& context, const Options& options) {
 void Export(const Options& options) {
     const Opened outbox(options);
     std::ofstream file;
-    if (!options.out.empty()) {
-        file.open(PathFrom(options.out), std::ios::binary | std::ios::trunc);
+    if (!options.output.empty()) {
+        file.open(PathFrom(options.output), std::ios::binary | std::ios::trunc);
         if (!file)
-            throw CommandError(options.out, "cannot be written", "name a file in a folder that you may write to");
+            throw CommandError(options.output, "cannot be written", "name a file in a folder that you may write to");
     }
     const auto line = [&](const Json& document) {
         const std::string text = document.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
-        options.out.empty() ? Print(text) : void(file << text);
+        options.output.empty() ? Print(text) : void(file << text);
     };
     std::vector<OutboxRecord> records;
     for (unsigned long long after = 0;; after = records.back().sequence) {
@@ -176,10 +182,12 @@ void Export(const Options& options) {
         }
     }
     file.flush();
-    if (!options.out.empty() && !file) throw CommandError(options.out, "writing failed", "free some space on the disk");
+    if (!options.output.empty() && !file)
+        throw CommandError(options.output, "writing failed", "free some space on the disk");
 }
 
 void Limit(Context& context, const Options& options) {
+    if (options.max_records == 0 && options.max_bytes == 0) throw CLI::RequiredError("--records or --bytes");
     const Opened outbox(options);
     pelora::OutboxStatus status;
     Check(outbox->Status(status));
@@ -221,9 +229,12 @@ void AddSend(CLI::App& outbox, const std::shared_ptr<Options>& options, Context&
     CLI::App* const send = outbox.add_subcommand("send", "Send the records to an OTLP/HTTP collector");
     send->add_option("--to", options->send.http.url, "Address, as https://collector.example:4318/v1/logs")
         ->required()
+        ->type_name("URL")
         ->check(WebAddress());
-    send->add_option("--header", options->send.http.headers, "A header of each request, as 'Name: value'");
+    send->add_option("--header", options->send.http.headers, "A header of each request, any number of times")
+        ->type_name("\"NAME: VALUE\"");
     send->add_option("--ca", options->send.http.certificates, "Trusted certificates (PEM) instead of the system's")
+        ->type_name("FILE")
         ->check(FileThatIsThere());
     send->add_option("--batch", options->send.batch, "Records in one request, at most (default 100)")
         ->check(CLI::Range(1, 10'000));
@@ -233,7 +244,9 @@ void AddSend(CLI::App& outbox, const std::shared_ptr<Options>& options, Context&
     send->add_option("--backoff", options->backoff,
                      "Milliseconds before the second attempt, doubled up to 30 s (default 1000)")
         ->check(CLI::Range(1, 30'000));
-    send->footer("A record leaves the outbox after an answer of 2xx alone. Exit code 1 when some stay.");
+    send->footer(
+        "A record leaves the outbox after an answer of 2xx alone. Exit code 1 when some stay.\n"
+        "Example:\n  tandorctl outbox send --to http://localhost:4318/v1/logs --header \"X-Key: 7\"");
     send->callback([options, &context] { Send(context, *options); });
 }
 
@@ -246,36 +259,40 @@ void AddOutboxCommands(CLI::App& app, Context& context) {
     outbox->footer(
         "Example:\n  tandorctl outbox list --count 5\n  tandorctl outbox send --to http://localhost:4318/v1/logs");
     const auto options = std::make_shared<Options>();
-    outbox->add_option("--file", options->file, "Another outbox file than the machine's own");
+    outbox->add_option("--file", options->file, "Another outbox file than the machine's own")->type_name("FILE");
     outbox->fallthrough();
 
-    outbox->add_subcommand("status", "How much is in it, and how much was dropped")->callback([options, &context] {
-        Status(context, *options);
-    });
+    CLI::App* const status = outbox->add_subcommand("status", "How much is in it, and how much was dropped");
+    status->footer("Example:\n  tandorctl outbox status --json");
+    status->callback([options, &context] { Status(context, *options); });
     CLI::App* const list = outbox->add_subcommand("list", "List the last records");
-    list->add_option("--count", options->count, "How many (default 20)");
+    list->add_option("-n,--count", options->count, "How many (default 20)")->check(AtLeast(0));
+    list->footer("Example:\n  tandorctl outbox list --count 5");
     list->callback([options, &context] { List(context, *options); });
 
     CLI::App* const show = outbox->add_subcommand("show", "Show one record in full");
     show->add_option("RECORD", options->record, "Its sequence or identifier")->required();
+    show->footer("Example:\n  tandorctl outbox show 7");
     show->callback([options, &context] { Show(context, *options); });
 
     CLI::App* const drop = outbox->add_subcommand("drop", "Take records out for good");
     drop->add_option("RECORD", options->records, "Sequences or identifiers");
     drop->add_flag("--all", options->all, "Every record");
+    drop->footer("Example:\n  tandorctl outbox drop 7 8\n  tandorctl outbox drop --all");
     drop->callback([options, &context] { Drop(context, *options); });
 
     CLI::App* const take = outbox->add_subcommand("export", "Write all records out; they stay in the outbox");
     take->add_option("--format", options->format, "jsonl: one record a line (default); otlp: OTLP/JSON requests")
-        ->check(CLI::IsMember({"jsonl", "otlp"}));
-    take->add_option("--out", options->out, "A file instead of standard output");
+        ->check(OneOf({"jsonl", "otlp"}));
+    take->add_option("-o,--output", options->output, "A file instead of standard output")->type_name("FILE");
+    take->footer("Example:\n  tandorctl outbox export --format otlp --output records.json");
     take->callback([options] { Export(*options); });
 
     CLI::App* const limit = outbox->add_subcommand("limit", "Set how much it holds; the oldest beyond it are dropped");
-    limit->add_option("--records", options->max_records, "Records, at least 1 (default 100,000)")
-        ->check(CLI::PositiveNumber);
+    limit->add_option("--records", options->max_records, "Records, at least 1 (default 100,000)")->check(AtLeast(1));
     limit->add_option("--bytes", options->max_bytes, "Bytes of the file, at least 65,536 (default 64 MiB)")
-        ->check(CLI::Range(65'536ULL, static_cast<unsigned long long>(INT64_MAX)));
+        ->check(AtLeast(65'536));
+    limit->footer("Example:\n  tandorctl outbox limit --records 50000");
     limit->callback([options, &context] { Limit(context, *options); });
 
     AddSend(*outbox, options, context);

@@ -1,6 +1,5 @@
 #include <fmt/format.h>
 
-#include <fstream>
 #include <span>
 
 #include "app/command.h"
@@ -45,15 +44,6 @@ std::vector<unsigned char> FromMachine(std::wstring device) {
     return edid;
 }
 
-void WriteDiagram(const std::string& file, const EdidBlock& block) {
-    std::ofstream stream(PathFrom(file), std::ios::binary);
-    const std::string diagram = GamutDiagram(PanelTitle(block), block.gamut);
-    stream.write(diagram.data(), static_cast<std::streamsize>(diagram.size()));
-    stream.close();
-    if (!stream)
-        throw CommandError(file, "cannot be written", "check that its folder exists and that you may write there");
-}
-
 void Panel(const Context& context, const Options& options) {
     const std::vector<unsigned char> edid =
         options.file.empty() ? FromMachine(WideFromUtf8(options.device)) : FromFile(options.file);
@@ -68,7 +58,7 @@ void Panel(const Context& context, const Options& options) {
                            "it does not begin with 00 FF FF as an EDID does",
                            "give the block as it is or as hexadecimal text");
     }
-    if (!options.svg.empty()) WriteDiagram(options.svg, *block);
+    if (!options.svg.empty()) WriteOutput(options.svg, GamutDiagram(PanelTitle(*block), block->gamut));
     context.json ? PrintJson(PanelDocument(*block)) : PrintTable(PanelRows(*block));
 }
 
@@ -81,8 +71,10 @@ void AddPanelCommand(CLI::App& app, Context& context) {
         "FILE", options->file,
         "An EDID block, binary or hexadecimal (- is standard input); this machine's panel when left out");
     panel->add_option("--device", options->device, "The monitor with this device instance path")->excludes(file);
-    panel->add_option("--svg", options->svg,
-                      "Also write a picture: the CIE 1931 xy diagram with the panel over the references");
+    panel
+        ->add_option("--svg", options->svg,
+                     "Also write a picture: the CIE 1931 xy diagram with the panel over the references")
+        ->type_name("FILE");
     panel->footer(
         "A panel supports a gamut when it covers more than 0.9 of it; one of P3, Adobe RGB and BT.2020 makes it "
         "wide-gamut.\n"

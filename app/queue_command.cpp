@@ -107,6 +107,7 @@ void AddQueueCommand(CLI::App& app, Context& context) {
         ->capture_default_str();
     queue->add_flag("--resident", options->resident,
                     "With a worker thread that stays, instead of one that comes with the work");
+    queue->footer("Example:\n  tandorctl queue --pushes 5 --bound 2 --busy 100 --every 20");
     queue->callback([options, &context] { Demonstrate(context, *options); });
 }
 

@@ -64,6 +64,11 @@ struct Steps {
 
 void Timed(const Context& context, const Steps& steps) {
     const int number = NumberFrom(steps.type);
+    for (const int step : steps.recorded) {
+        if (step >= 0 && step < steps.tags) continue;
+        throw CLI::ValidationError("--record",
+                                   fmt::format("there is no step {} among {}, numbered from 0", step, steps.tags));
+    }
     if (steps.recorded.empty() && steps.tags > 0) {
         throw CommandError("the steps", "none of them is recorded, so there is nothing to commit",
                            "name the recorded ones with --record");
@@ -147,7 +152,9 @@ void AddReportCommands(CLI::App& app, Context& context) {
         "  tandorctl report timed 9101 --tags 4 --record 0 1 3 --trace pairing-7\n"
         "  tandorctl report fault 992614416 --text reason=timeout --number mode=2 --logs");
 
-    report->add_subcommand("list", "List the report functions with their numbers")->callback([&] { List(context); });
+    CLI::App* const list = report->add_subcommand("list", "List the report functions with their numbers");
+    list->footer("Example:\n  tandorctl report list --json");
+    list->callback([&] { List(context); });
 
     struct Options {
         std::string type;
@@ -161,6 +168,7 @@ void AddReportCommands(CLI::App& app, Context& context) {
     CLI::App* const send = report->add_subcommand("send", "Send one statistic with its values");
     send->add_option("TYPE", options->type, "Its number, or the name of its report function")->required();
     send->add_option("VALUE", options->values, "The values in their order");
+    send->footer("Example:\n  tandorctl report send ReportTandorReport80MyalbumPhotoCountId 120");
     send->callback([options, &context] { Send(context, options->type, options->values); });
 
     CLI::App* const timed = report->add_subcommand("timed", "Put time stamps under numbered steps and commit them");
@@ -170,6 +178,7 @@ void AddReportCommands(CLI::App& app, Context& context) {
         ->check(CLI::Range(0, 10'000));
     timed->add_option("--record", options->steps.recorded, "The steps to record; a missing one is sent as 0");
     CLI::Option* const trace = timed->add_option("--trace", options->steps.trace, "Trace identifier behind the steps");
+    timed->footer("Example:\n  tandorctl report timed 9101 --tags 4 --record 0 1 3 --trace pairing-7");
     timed->callback([options, trace, &context] {
         options->steps.has_trace = trace->count() > 0;
         Timed(context, options->steps);
@@ -177,16 +186,20 @@ void AddReportCommands(CLI::App& app, Context& context) {
 
     CLI::App* const fault = report->add_subcommand("fault", "Report a fault with named keys and files");
     fault->add_option("EVENT", options->fault.event, "Identifier of the fault event")->required();
-    fault->add_option("--text", options->fault.texts, "KEY=VALUE, any number of times");
-    fault->add_option("--number", options->fault.numbers, "KEY=NUMBER, any number of times");
-    fault->add_option("--time", options->fault.times, "KEY whose value is the present time in milliseconds");
-    fault->add_option("--file", options->fault.files, "A file that belongs to the fault, any number of times");
+    fault->add_option("--text", options->fault.texts, "A key with text, any number of times")->type_name("KEY=VALUE");
+    fault->add_option("--number", options->fault.numbers, "A key with a whole number, any number of times")
+        ->type_name("KEY=NUMBER");
+    fault->add_option("--time", options->fault.times, "A key with the present time in milliseconds")->type_name("KEY");
+    fault->add_option("--file", options->fault.files, "A file that belongs to the fault, any number of times")
+        ->type_name("FILE");
     fault->add_flag("--logs", options->fault.logs, "Attach the feature's ten diagnostic log files");
+    fault->footer("Example:\n  tandorctl report fault 992614416 --text reason=timeout --number mode=2 --logs");
     fault->callback([options, &context] { ReportFault(context, options->fault); });
 
     CLI::App* const assistant = report->add_subcommand("assistant", "Post values to the assistant service");
     assistant->add_option("REPORT", options->report, "Identifier of the report")->required();
     assistant->add_option("VALUE", options->values, "The values in their order");
+    assistant->footer("Example:\n  tandorctl report assistant 9101 paired 3");
     assistant->callback([options, &context] { Assistant(context, options->report, options->values); });
 }
 

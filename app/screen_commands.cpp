@@ -1,54 +1,11 @@
 #include <fmt/format.h>
 
 #include "app/command.h"
-#include "base/utf.h"
-#include "config/screen_check.h"
-#include "config/screen_reader.h"
-#include "pelora/xml.h"
+#include "app/screen_view.h"
 #include "tandor/screen_config.h"
 
 namespace tandor::app {
 namespace {
-
-// The reader's host for looking only: nothing is written, and the messages are kept.
-class Viewer final : public ScreenHost {
-public:
-    Viewer(std::string device_type, std::filesystem::path folder)
-        : device_type_(std::move(device_type)), folder_(std::move(folder)) {}
-
-    std::string DeviceType() override { return device_type_; }
-    bool Folder(std::wstring& folder) override {
-        folder = folder_.native();
-        return true;
-    }
-    bool IsHorizontal() override { return ExScreen::ConfigMgr::IsHorizontal(); }
-    void AudioSwitchKnown(bool) override {}
-    void Note(LOG_MESSAGE_LEVEL level, std::wstring_view function, std::wstring_view text) override {
-        notes.push_back({{"level", static_cast<int>(level)},
-                         {"function", Utf8FromWideLossy(function)},
-                         {"text", Utf8FromWideLossy(text)}});
-    }
-
-    Json notes = Json::array();
-
-private:
-    std::string device_type_;
-    std::filesystem::path folder_;
-};
-
-// Where an answer comes from.
-std::string Origin(const ScreenSettings& settings, ScreenValue value) {
-    const StoredValue& stored = settings.Stored(value);
-    switch (stored.source) {
-        case StoredValue::Source::kDefault:
-            return "default";
-        case StoredValue::Source::kUnreadable:
-            return "unreadable";
-        case StoredValue::Source::kFile:
-            break;
-    }
-    return settings.InRange(value) ? "file" : "out of range";
-}
 
 Json ListOf(const ExScreen::ResolutionList& list) {
     Json out = Json::array();
@@ -105,7 +62,7 @@ void Show(Context& context, const Options& options) {
         throw CommandError("this PC's device type", "neither the registry nor the BIOS names one",
                            "give --device-type, or set the text value DeviceType under HKLM\\SOFTWARE\\Vextro\\Pelora");
     }
-    Viewer viewer(type, Folder(options));
+    ScreenView viewer(type, Folder(options));
     ScreenSettings settings;
     LoadScreenSettings(viewer, settings);
 
@@ -136,27 +93,14 @@ void Show(Context& context, const Options& options) {
     }
 }
 
-Json Problem(const std::string& file, int line, const std::string& text) {
-    return {{"file", file}, {"line", line}, {"problem", text}};
-}
-
-void CheckFile(const std::filesystem::path& file, Json& problems) {
-    VxXMLDocument document;
-    if (!document.LoadFile(file.native())) {
-        problems.push_back(Problem(TextOf(file), document.ErrorLine(), document.ErrorText()));
-        return;
-    }
-    for (const ScreenProblem& problem : CheckScreenConfig(document.RootElement())) {
-        problems.push_back(Problem(TextOf(file), problem.line, problem.text));
-    }
-}
-
 void Check(Context& context, const Options& options) {
     std::vector<std::filesystem::path> files;
     for (const std::string& file : options.files) files.push_back(PathFrom(file));
     if (files.empty()) files = {Folder(options) / kScreenConfigFile, Folder(options) / kPadResolutionFile};
     Json problems = Json::array();
-    for (const auto& file : files) CheckFile(file, problems);
+    for (const auto& file : files) {
+        for (const Json& problem : ScreenProblems(file)) problems.push_back(problem);
+    }
     context.exit_code = problems.empty() ? 0 : 1;
     if (context.json) return PrintJson({{"files", files.size()}, {"problems", problems}});
     for (const Json& problem : problems) {
@@ -173,10 +117,13 @@ void Check(Context& context, const Options& options) {
 void AddScreenCommands(CLI::App& app, Context& context) {
     CLI::App* const screen = app.add_subcommand("screen", "The extended screen's configuration");
     screen->require_subcommand(1);
+    screen->footer("Example:\n  tandorctl screen show --device-type PLR-W14A\n  tandorctl screen check");
     const auto options = std::make_shared<Options>();
     const auto add_folder = [&](CLI::App* command) {
-        return command->add_option("--config", options->folder,
-                                   "The folder that holds config and cloundConfig; tandorctl's own when left out");
+        return command
+            ->add_option("--config", options->folder,
+                         "The folder that holds config and cloundConfig; tandorctl's own when left out")
+            ->type_name("FOLDER");
     };
 
     CLI::App* const show = screen->add_subcommand("show", "Every value, with where it comes from");

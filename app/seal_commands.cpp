@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "app/command.h"
-#include "app/doctor.h"
+#include "app/doctor/doctor.h"
 #include "base/hex.h"
 #include "base/utf.h"
 #include "security/secret.h"
@@ -116,7 +116,8 @@ void AddSealing(CLI::App& app, const Context& context, const char* name, const c
     CLI::App* const command = app.add_subcommand(name, help);
     const auto options = std::make_shared<Options>();
     command->add_option("-k,--key", options->key, "File with the key, 64 hexadecimal digits; - is standard input")
-        ->required();
+        ->required()
+        ->type_name("FILE");
     command->add_option("INPUT", options->input, input_help)->capture_default_str();
     command->add_flag("-x,--hex", options->hex, "The message's content is, or is shown, as hexadecimal digits");
     command->footer(footer);
@@ -170,7 +171,7 @@ void AddSealCommands(CLI::App& app, Context& context) {
     CLI::Option* const seed =
         random->add_option("--seed", options->seed, "Numbers in [0, 1) instead, the same for the same seed")
             ->excludes(bytes);
-    random->add_option("--count", options->count, "How many numbers of the seed")
+    random->add_option("-n,--count", options->count, "How many numbers of the seed")
         ->check(CLI::Range(1, kMostRandomBytes))
         ->needs(seed);
     random->footer("Example:\n  tandorctl random 16\n  tandorctl random --seed 42 --count 3");

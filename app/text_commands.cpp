@@ -13,10 +13,25 @@ struct Input {
     std::string file;
     bool decode = false;
 
-    [[nodiscard]] std::string Read() const { return file.empty() ? text : ReadInput(file); }
+    CLI::Option* text_option = nullptr;
+    CLI::Option* file_option = nullptr;
+
+    [[nodiscard]] std::string Read() const {
+        if (text_option->count() + file_option->count() == 0) throw CLI::RequiredError("TEXT or --file");
+        return file_option->count() == 0 ? text : ReadInput(file);
+    }
 };
 
 const unsigned char* Bytes(const std::string& text) { return reinterpret_cast<const unsigned char*>(text.data()); }
+
+// Text from outside may be no UTF-8.
+std::wstring WideText(const std::string& text) {
+    try {
+        return TandorUtilClass::ConvertFromBytes(text);
+    } catch (const std::range_error&) {
+        throw CommandError("the text", "it is not valid UTF-8", "save it as UTF-8");
+    }
+}
 
 std::string Base64(const Input& input) {
     const std::string content = input.Read();
@@ -38,18 +53,12 @@ std::string Base64(const Input& input) {
 // The UTF-16 units of the text, which is what the wide strings of the library hold.
 Json Units(const std::string& text) {
     Json units = Json::array();
-    for (const wchar_t unit : TandorUtilClass::ConvertFromBytes(text))
-        units.push_back(fmt::format("{:04X}", static_cast<unsigned>(unit)));
+    for (const wchar_t unit : WideText(text)) units.push_back(fmt::format("{:04X}", static_cast<unsigned>(unit)));
     return units;
 }
 
 void ShowUnits(const Context& context, const std::string& text) {
-    Json units;
-    try {
-        units = Units(text);
-    } catch (const std::range_error& error) {
-        throw CommandError("the text", error.what(), "it is not valid UTF-8");
-    }
+    const Json units = Units(text);
     if (context.json) return PrintJson({{"utf8_bytes", text.size()}, {"utf16_units", units}});
     std::string line;
     for (const auto& unit : units) line += (line.empty() ? "" : " ") + unit.get<std::string>();
@@ -58,19 +67,21 @@ void ShowUnits(const Context& context, const std::string& text) {
 
 std::shared_ptr<Input> AddInput(CLI::App* command) {
     const auto input = std::make_shared<Input>();
-    CLI::Option* const text = command->add_option("TEXT", input->text, "The text");
-    command->add_option("--file", input->file, "Read the input from this file instead; - is standard input")
-        ->excludes(text);
+    input->text_option = command->add_option("TEXT", input->text, "The text");
+    input->file_option =
+        command->add_option("--file", input->file, "Read the input from this file instead; - is standard input")
+            ->excludes(input->text_option)
+            ->type_name("FILE");
     return input;
 }
 
-void AddCoding(CLI::App* text, const Context& context, const char* name, const char* help,
+void AddCoding(CLI::App* text, const Context& context, const char* name, const char* help, const char* example,
                std::string (*code)(const Input&)) {
     CLI::App* const command = text->add_subcommand(name, help);
     const auto input = AddInput(command);
     command->add_flag("-d,--decode", input->decode, "Decode instead");
+    command->footer(fmt::format("Example:\n  tandorctl text {}", example));
     command->callback([input, code, &context] {
-        if (input->text.empty() && input->file.empty()) throw CLI::RequiredError("TEXT or --file");
         const std::string result = code(*input);
         if (context.json) return PrintJson({{"result", result}});
         input->decode && !input->file.empty() ? Print(result) : PrintLine(result);
@@ -83,18 +94,18 @@ void AddTextCommands(CLI::App& app, Context& context) {
     CLI::App* const text = app.add_subcommand("text", "Convert, code and mask text");
     text->require_subcommand(1);
     text->footer(
-        "Example:\n  tandorctl text base64 'hello'\n  tandorctl text url --decode 'a+b%26c'\n  tandorctl text mask "
+        "Example:\n  tandorctl text base64 hello\n  tandorctl text url --decode a+b%26c\n  tandorctl text mask "
         "13812345678");
 
-    AddCoding(text, context, "base64", "Base64, standard alphabet with padding", Base64);
-    AddCoding(text, context, "url", "Form coding of URL text", [](const Input& input) {
+    AddCoding(text, context, "base64", "Base64, standard alphabet with padding", "base64 --decode TGVuYQ==", Base64);
+    AddCoding(text, context, "url", "Form coding of URL text", "url \"a b&c\"", [](const Input& input) {
         return input.decode ? TandorUtilClass::UrlDecode(input.Read()) : TandorUtilClass::UrlEncode(input.Read());
     });
     AddCoding(
-        text, context, "mask", "Keep the first and the last character, asterisks between",
-        [](const Input& input) { return Utf8FromWide(TandorUtilClass::SenstiveContent(WideFromUtf8(input.Read()))); });
+        text, context, "mask", "Keep the first and the last character, asterisks between", "mask 13812345678",
+        [](const Input& input) { return Utf8FromWide(TandorUtilClass::SenstiveContent(WideText(input.Read()))); });
     AddCoding(text, context, "hex", "A number as sixteen hexadecimal digits, or hexadecimal text as a number",
-              [](const Input& input) {
+              "hex --decode 1A2B", [](const Input& input) {
                   const std::string content = input.Read();
                   if (input.decode) return std::to_string(TandorUtilClass::hexToDec(content));
                   const auto number = ParseDecimal<unsigned long long>(content);
@@ -106,6 +117,7 @@ void AddTextCommands(CLI::App& app, Context& context) {
 
     CLI::App* const units = text->add_subcommand("units", "The UTF-16 units of a text");
     const auto input = AddInput(units);
+    units->footer("Example:\n  tandorctl text units é");
     units->callback([input, &context] { ShowUnits(context, input->Read()); });
 }
 

@@ -20,7 +20,7 @@ public:
     void Result(const std::string& name, const std::string& shown);
     void Result(const std::string& name, const std::string& shown, Json data);
 
-    // A folder for the files that steps make; it stays after the tour.
+    // A folder for the files that steps make; what is in it after the last step stays.
     [[nodiscard]] const std::filesystem::path& Folder() const { return folder_; }
     [[nodiscard]] const Json& Results() const { return results_; }
 
@@ -38,6 +38,9 @@ struct TourStep {
 
 // A step's own check; the step has failed when it does not hold. `what` says what was tried.
 void Expect(bool holds, const char* what);
+
+// The device that this tour remembers. Another tour at the same time has one of its own.
+const std::string& TourPhone();
 
 // Device data and settings
 void TourRemember(TourReport& report);
@@ -66,11 +69,18 @@ void TourPanel(TourReport& report);
 // Telemetry
 void TourTimedPairing(TourReport& report);
 void TourFault(TourReport& report);
-void TourOutbox(TourReport& report);
 
 // System
 void TourDevices(TourReport& report);
 void TourRequest(TourReport& report);
 void TourFirewall(TourReport& report);
+
+// The end
+void TourPlaces(TourReport& report);
+void TourTidyUp(TourReport& report);
+
+// What the tour has put where other data of the user's is, taken out again. Returns how many. Throws CommandError.
+std::size_t TakeBackPhone();
+std::size_t TakeBackRecords();
 
 }  // namespace tandor::app

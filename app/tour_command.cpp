@@ -12,24 +12,26 @@ namespace {
 constexpr TourStep kSteps[] = {
     {"Write to the three log channels", "Logger::Log", TourChannels},
     {"Convert, code and mask text", "TandorUtilClass", TourText},
-    {"Compare and pack versions", "TandorUtilClass::CalcVersion", TourVersions},
-    {"Remember a device, list what is there", "TandorConfig, DM::DeviceMgr", TourRemember},
+    {"Remember a device, list what is there", "TandorConfig::SetPairDeviceParam", TourRemember},
+    {"Judge its version", "TandorUtilClass::IsDeviceVersionMoreThanKOSM10", TourVersions},
     {"Export the device as JSON, read it back", "BluetoothDeviceSummarySerialize", TourExport},
-    {"Sort the files of a real folder", "ZellFileClassifier::GetTransferFileType", TourFiles},
     {"Read the extended screen's configuration", "ExScreen::ConfigMgr", TourScreen},
-    {"Judge an attached panel's colours", "GetEdidData", TourPanel},
+    {"Judge a panel's colours", "GetEdidData::ParseCoordinateFromEdid", TourPanel},
     {"Draw nonces and a session key", "SecurityEncryptUtil::GenerateRandom", TourSessionKey},
     {"Seal and open messages, refuse a changed one", "SecurityEncryptUtil::AesGcmEncrypt", TourSealing},
     {"Digests, short identifiers, the shared generator", "CTandorSecTools, DE, TrustDeviceRandom", TourDigests},
-    {"Follow a second process until it is killed", "TdProcessStateWatcher::QueryProcessState", TourPresence},
-    {"Run tasks on the pool", "TandorUtil::ThreadPool::Submit", TourPool},
-    {"Push more to a busy queue than it keeps", "IOperationQueue::Push", TourQueue},
-    {"See the PC's devices, plan a virtual one", "Vxa::Exp::DeviceInventory", TourDevices},
     {"Time the steps of a pairing, one of them missing", "Tandor::Reporter::Commit", TourTimedPairing},
     {"Report a fault with its log files", "Tandor::KoEventReporter::KoEventReport", TourFault},
+    {"Announce presence to a second process, follow one", "TdProcessStatePresenter, TdProcessStateWatcher",
+     TourPresence},
+    {"Run tasks on the pool", "TandorUtil::ThreadPool::Submit", TourPool},
+    {"Push more to a busy queue than it keeps", "IOperationQueue::Push", TourQueue},
+    {"Sort the files of a real folder", "ZellFileClassifier::GetTransferFileType", TourFiles},
+    {"See the PC's devices, plan a virtual one", "Vxa::Exp::DeviceInventory", TourDevices},
     {"Compare the firewall with the user's plan", "Firewall::AddFirewallRules", TourFirewall},
     {"Ask a configuration server that is not there", "HttpDownloadHelper::GetConfigDataFromServer", TourRequest},
-    {"See what lies in the outbox", "pelora::Outbox", TourOutbox},
+    {"See where everything lies and what is in it", "FileInfo, DM::DeviceMgr, pelora::Outbox", TourPlaces},
+    {"Take back what the tour wrote", "DM::DeviceMgr, pelora::Outbox::Remove", TourTidyUp},
 };
 
 // Runs one step; returns what a machine reads about it.
@@ -53,9 +55,21 @@ Json RunStep(std::size_t number, const TourStep& step, const std::filesystem::pa
     return result;
 }
 
-void Tour(Context& context) {
-    const std::filesystem::path folder = std::filesystem::temp_directory_path() / L"tandor-tour";
-    std::filesystem::create_directories(folder);
+// Two tours at once do not meet here.
+std::filesystem::path FolderFor(const std::string& output) {
+    const std::filesystem::path folder =
+        output.empty() ? std::filesystem::temp_directory_path() / fmt::format("tandor-tour-{}", ::GetCurrentProcessId())
+                       : std::filesystem::absolute(PathFrom(output));
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    if (!std::filesystem::is_directory(folder, error)) {
+        throw CommandError(TextOf(folder), "the folder cannot be made", "name another one with --output");
+    }
+    return folder;
+}
+
+void Tour(Context& context, const std::string& output) {
+    const std::filesystem::path folder = FolderFor(output);
     const std::uint64_t begin = ::GetTickCount64();
     Json steps = Json::array();
     std::size_t failed = 0;
@@ -73,8 +87,8 @@ void Tour(Context& context) {
                           {"common_directory", FileInfo::GetPeloraCommDir()},
                           {"folder", TextOf(folder)}});
     }
-    PrintLine(fmt::format("\n{} of {} steps passed in {:.1f} s. Logs and stores lie under {}",
-                          std::size(kSteps) - failed, std::size(kSteps), seconds, FileInfo::GetPeloraCommDir()));
+    PrintLine(
+        fmt::format("\n{} of {} steps passed in {:.1f} s", std::size(kSteps) - failed, std::size(kSteps), seconds));
 }
 
 }  // namespace
@@ -87,13 +101,21 @@ void TourReport::Result(const std::string& name, const std::string& shown) { Res
 
 void TourReport::Result(const std::string& name, const std::string& shown, Json data) {
     results_[name] = std::move(data);
-    if (!json_) PrintLine(fmt::format("   {:<28} {}", name, shown));
+    if (!json_) PrintLine(fmt::format("   {:<34} {}", name, shown));
 }
 
 void AddTourCommand(CLI::App& app, Context& context) {
     CLI::App* const tour = app.add_subcommand("tour", "See everything at work: a pairing session on this machine");
-    tour->footer("Exit code 1 when a step failed.");
-    tour->callback([&context] { Tour(context); });
+    const auto output = std::make_shared<std::string>();
+    tour->add_option("-o,--output", *output,
+                     "The folder for the picture and the other files; one among the temporary files "
+                     "when left out")
+        ->type_name("FOLDER");
+    tour->footer(
+        "At the end the tour takes back the device and the records that it wrote. Lines in the logs and the folder's\n"
+        "files stay; the last step names them. Exit code 1 when a step failed.\nExample:\n  tandorctl tour --output "
+        "tour");
+    tour->callback([&context, output] { Tour(context, *output); });
 }
 
 }  // namespace tandor::app

@@ -49,16 +49,19 @@ void AddVersionCommands(CLI::App& app, Context& context) {
     const auto options = std::make_shared<Options>();
     CLI::App* const compare =
         version->add_subcommand("compare", "Say whether LEFT is lower, equal, higher or not comparable");
-    compare->add_option("LEFT", options->left)->required();
-    compare->add_option("RIGHT", options->right)->required();
+    compare->add_option("LEFT", options->left, "A dotted version")->required();
+    compare->add_option("RIGHT", options->right, "Another one")->required();
+    compare->footer("Example:\n  tandorctl version compare 10.0.10 10.0.9");
     compare->callback([options, &context] { Compare(context, options->left, options->right); });
 
     CLI::App* const pack = version->add_subcommand("pack", "One byte per component, as the library compares them");
-    pack->add_option("VERSION", options->left)->required();
+    pack->add_option("VERSION", options->left, "A dotted version")->required();
+    pack->footer("Example:\n  tandorctl version pack 10.0.0.100");
     pack->callback([options, &context] { Pack(context, options->left); });
 
     CLI::App* const device = version->add_subcommand("device", "The version of a present device");
     device->add_option("NAME", options->left, "The device's name in the store")->required();
+    device->footer("Example:\n  tandorctl version device \"Lena's phone\"");
     device->callback([options, &context] { OfDevice(context, options->left); });
 }
 

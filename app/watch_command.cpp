@@ -75,12 +75,11 @@ void Announce(const Context& context, const WatchOptions& options) {
 }
 
 void AddNames(CLI::App& command, WatchOptions& options) {
-    const auto not_empty = [](const std::string& name) { return name.empty() ? std::string("a name is empty") : ""; };
     command.add_option("NAME_A", options.name_a, "Event that exists while the process is initialised")
-        ->check(not_empty);
-    command.add_option("NAME_B", options.name_b, "Event that exists while the process is started")->check(not_empty);
+        ->check(NotEmpty());
+    command.add_option("NAME_B", options.name_b, "Event that exists while the process is started")->check(NotEmpty());
     command.add_option("--for", options.seconds, "End by itself after so many seconds")
-        ->check(CLI::NonNegativeNumber)
+        ->check(AtLeast(0))
         ->type_name("SECONDS");
 }
 
@@ -103,6 +102,7 @@ void AddWatchCommand(CLI::App& app, Context& context) {
     announce->add_flag("--initialised-only", options->initialised_only, "Hold only the first event");
     announce->get_option("NAME_A")->required();
     announce->get_option("NAME_B")->required();
+    announce->footer("Example:\n  tandorctl watch announce Local\\MyA Local\\MyB --for 60");
     announce->callback([options, &context] { Announce(context, *options); });
     watch->callback([watch, announce, options, &context] {
         if (announce->parsed()) return;

@@ -16,7 +16,7 @@
 namespace tandor::app {
 namespace {
 
-constexpr std::uint64_t kPatience = 30'000;  // milliseconds
+constexpr DWORD kPatience = 30'000;  // milliseconds
 
 // Waits until `holds`, and returns after how many milliseconds it did.
 template <class Condition>
@@ -29,28 +29,32 @@ std::uint64_t WaitUntil(Condition holds, const char* what) {
     return ::GetTickCount64() - begin;
 }
 
-// This program once more, as the process of a paired device's service: it announces itself, and writes to a file.
-class Announcer {
+// This program once more, as another process of the suite, with a file for what it prints.
+class SecondProcess {
 public:
-    Announcer(const std::wstring& name_a, const std::wstring& name_b, const std::filesystem::path& output) {
+    SecondProcess(const std::wstring& arguments, const std::filesystem::path& output) {
         SECURITY_ATTRIBUTES inherited{sizeof(inherited), nullptr, TRUE};
         const FileHandle file(::CreateFileW(output.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE,
                                             &inherited, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
         if (!file) throw CommandError(TextOf(output), WindowsErrorText(::GetLastError()));
         wchar_t program[32768];
         ::GetModuleFileNameW(nullptr, program, static_cast<DWORD>(std::size(program)));
-        const std::wstring command = L"tandorctl watch announce " + name_a + L" " + name_b;
         STARTUPINFOW startup{};
         startup.dwFlags = STARTF_USESTDHANDLES;
         startup.hStdOutput = startup.hStdError = file.Get();
-        process_ = StartProcess(program, command, startup);
+        process_ = StartProcess(program, L"tandorctl " + arguments, startup);
         if (!process_.handle) throw CommandError("a second process", WindowsErrorText(::GetLastError()));
     }
-    ~Announcer() { Kill(); }
-    Announcer(const Announcer&) = delete;
-    Announcer& operator=(const Announcer&) = delete;
+    ~SecondProcess() { Kill(); }
+    SecondProcess(const SecondProcess&) = delete;
+    SecondProcess& operator=(const SecondProcess&) = delete;
 
-    void Kill() { ::TerminateProcess(process_.handle.Get(), 1); }
+    void Kill() {
+        ::TerminateProcess(process_.handle.Get(), 1);
+        WaitForExit(process_, kPatience);
+    }
+    // Whether it ended by itself, and well.
+    [[nodiscard]] bool EndsWell() const { return WaitForExit(process_, kPatience) == DWORD{0}; }
     [[nodiscard]] unsigned long Id() const { return process_.id; }
 
 private:
@@ -63,15 +67,28 @@ std::wstring LongForm(const std::filesystem::path& path) {
     return {text, length};
 }
 
+void AnnounceTo(const std::wstring& names, const std::wstring& name_a, const std::wstring& name_b,
+                const std::filesystem::path& output, TourReport& report) {
+    TdProcessStatePresenter presenter(name_a, name_b);
+    Expect(presenter.Init() && presenter.Start(), "announcing this process");
+    const SecondProcess watcher(L"watch --once " + names, output);
+    Expect(watcher.EndsWell(), "the second process's look");
+    const std::string seen = ReadInput(TextOf(output));
+    report.Result("a second process sees this one", seen.substr(0, seen.find_last_not_of("\r\n") + 1));
+    Expect(presenter.Stop() && presenter.UnInit(), "taking the announcement back");
+}
+
 }  // namespace
 
 void TourPresence(TourReport& report) {
     const std::wstring id = std::to_wstring(::GetCurrentProcessId());
     const std::wstring name_a = L"Local\\tandor-tour-A-" + id, name_b = L"Local\\tandor-tour-B-" + id;
+    const std::wstring names = name_a + L" " + name_b;
+    const std::filesystem::path output = report.Folder() / L"zweiter Prozess 手机.txt";
+    AnnounceTo(names, name_a, name_b, output, report);
     const TdProcessStateWatcher watcher(name_a, name_b);
-    Expect(watcher.QueryProcessState() == 0, "nobody announced yet");
-    const std::filesystem::path output = report.Folder() / L"Ansage 手机.txt";
-    Announcer announcer(name_a, name_b, output);
+    Expect(watcher.QueryProcessState() == 0, "nobody announced any more");
+    SecondProcess announcer(L"watch announce " + names, output);
     WaitUntil([&] { return watcher.QueryProcessState() == 3; }, "the second process's announcement");
     report.Result("a second process announces itself", fmt::format("state 3, process {}", announcer.Id()), 3);
 
@@ -90,6 +107,7 @@ void TourPresence(TourReport& report) {
     announcer.Kill();
     const auto waited = WaitUntil([&] { return watcher.QueryProcessState() == 0; }, "the second process's end");
     report.Result("killed, it is gone after", fmt::format("{} ms", waited), waited);
+    std::filesystem::remove(output);
 }
 
 void TourPool(TourReport& report) {

@@ -1,7 +1,7 @@
 #include <fmt/format.h>
+#include <windows.h>
 
 #include <algorithm>
-#include <fstream>
 
 #include "app/command.h"
 #include "app/device_collection.h"
@@ -12,13 +12,11 @@
 namespace tandor::app {
 namespace {
 
-constexpr const char* kPhone = "Lena's 手机 (tour)";
-
 BluetoothDeviceSummary Phone() {
     BluetoothDeviceSummary phone;
     phone.DevType = 1;
     phone.Summary = "a phone that the tour made up";
-    phone.DevName = kPhone;
+    phone.DevName = TourPhone();
     phone.UserName = "Lena";
     phone.MacAddr = "02:00:5E:10:00:01";
     phone.MacAddrInt = 0x02005E100001;
@@ -30,32 +28,45 @@ BluetoothDeviceSummary Phone() {
 
 }  // namespace
 
+const std::string& TourPhone() {
+    static const std::string name = fmt::format("Lena's 手机 (tour {})", ::GetCurrentProcessId());
+    return name;
+}
+
+std::size_t TakeBackPhone() {
+    const DeviceCollection present(false);
+    if (!present.Contains(TourPhone())) return 0;
+    present.Delete(TourPhone(), true);
+    return 1;
+}
+
 void TourRemember(TourReport& report) {
     const DeviceCollection present(false);
-    Expect(TandorConfig::SetPairDeviceParam(kPhone, Phone()), "remembering the device");
-    TandorConfig::SetPairedIsAuthorized(kPhone, true);
-    TandorConfig::SetDevicePairedTimeCycle(kPhone, true, 1767225600, 2592000);
-    present.SetText(kPhone, "peerDeviceVersion", "10.0.0.100");
+    Expect(TandorConfig::SetPairDeviceParam(TourPhone(), Phone()), "remembering the device");
+    TandorConfig::SetPairedIsAuthorized(TourPhone(), true);
+    TandorConfig::SetDevicePairedTimeCycle(TourPhone(), true, 1767225600, 2592000);
+    present.SetText(TourPhone(), "peerDeviceVersion", "10.0.0.100");
     bool trusted = false;
     unsigned long long time = 0, cycle = 0;
-    Expect(TandorConfig::GetDevicePairedTimeCycle(kPhone, trusted, time, cycle) && trusted && time == 1767225600,
+    Expect(TandorConfig::GetDevicePairedTimeCycle(TourPhone(), trusted, time, cycle) && trusted && time == 1767225600,
            "the time of pairing");
-    report.Result("remembered", kPhone);
+    report.Result("remembered", TourPhone());
     report.Result("trusted since", fmt::format("{} for {} s", time, cycle), time);
     const auto records = present.Records();
     report.Result("present devices", std::to_string(records.size()), records.size());
-    const auto listed = [](const BluetoothDeviceSummary& record) { return record.DeviceId == kPhone; };
+    const auto listed = [](const BluetoothDeviceSummary& record) { return record.DeviceId == TourPhone(); };
     Expect(std::any_of(records.begin(), records.end(), listed), "the list of present devices");
 }
 
 void TourExport(TourReport& report) {
     using Serialize = BluetoothDeviceSummarySerialize;
-    const std::vector<BluetoothDeviceSummary> exported{DeviceCollection(false).Record(kPhone)};
+    const std::vector<BluetoothDeviceSummary> exported{DeviceCollection(false).Record(TourPhone())};
     const std::string text = Serialize::ToString(exported);
     const std::filesystem::path file = report.Folder() / L"devices 手机.json";
-    std::ofstream(file, std::ios::binary) << text;
+    WriteOutput(TextOf(file), text);
     const auto read = Serialize::FromString(ReadInput(TextOf(file)));
-    Expect(read.size() == 1 && read[0].DevName == kPhone && Serialize::ToString(read) == text, "what was read back");
+    Expect(read.size() == 1 && read[0].DevName == TourPhone() && Serialize::ToString(read) == text,
+           "what was read back");
     report.Result("file", TextOf(file));
     report.Result("JSON", text.substr(0, 60) + fmt::format("... ({} bytes)", text.size()), text);
     report.Result("short form", Serialize::ToSimpleString(exported, {1767225600}));

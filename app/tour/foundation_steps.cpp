@@ -1,6 +1,7 @@
 #include <fmt/format.h>
 #include <windows.h>
 
+#include "app/places.h"
 #include "app/tour.h"
 #include "foundation/version.h"
 #include "pelora/log_service.h"
@@ -11,26 +12,24 @@
 namespace tandor::app {
 namespace {
 
-std::string LastLine(const std::string& file) {
-    std::string content = ReadInput(file);
-    while (content.ends_with('\n') || content.ends_with('\r')) content.pop_back();
-    return content.substr(content.rfind('\n') + 1);
+// The last line with this text; other processes write to the same file.
+std::string LineWith(const std::filesystem::path& file, const std::string& text) {
+    const std::string content = ReadInput(TextOf(file));
+    const std::size_t at = content.rfind(text);
+    if (at == std::string::npos) throw CommandError(TextOf(file), "the line is not there", "see 'tandorctl doctor'");
+    const std::size_t begin = at == 0 ? 0 : content.rfind('\n', at - 1) + 1;
+    return content.substr(begin, content.find_first_of("\r\n", at) - begin);
 }
 
 }  // namespace
 
 void TourChannels(TourReport& report) {
-    const std::pair<const char*, const char*> channels[] = {
-        {"KoViewTandor", "admin"}, {"KoViewMirror", "usr"}, {"KoViewAccountCred", "admin"}};
     const TickScopeCounter timer([](unsigned long long) {});
-    for (const auto& [channel, folder] : channels) {
+    for (const auto& [channel, file] : LogChannels()) {
         std::wstringstream message;
         message << L"tour: pairing with 手机 begins, process " << ::GetCurrentProcessId();
         { Logger(channel).Log(LOG_MESSAGE_INFO, message); }
-        const std::string line =
-            LastLine(fmt::format("C:\\ProgramData\\Comms\\Pelora\\log\\{}\\{}.log", folder, channel));
-        Expect(line.ends_with(TandorUtilClass::ConvertFromWideBytes(message.str())), channel);
-        report.Result(channel, line);
+        report.Result(channel, LineWith(file, TandorUtilClass::ConvertFromWideBytes(message.str())));
     }
 }
 
@@ -52,9 +51,12 @@ void TourText(TourReport& report) {
 }
 
 void TourVersions(TourReport& report) {
-    const char* const version = "10.0.0.100";
-    const unsigned packed = TandorUtilClass::CalcVersion(version);
-    report.Result(version, fmt::format("0x{:08X}", packed), packed);
+    const unsigned packed = TandorUtilClass::GetPeerDeviceVersion(TourPhone());
+    Expect(packed == TandorUtilClass::CalcVersion("10.0.0.100"), "the remembered device's version");
+    report.Result("its version", fmt::format("10.0.0.100, packed 0x{:08X}", packed), packed);
+    const bool modern = TandorUtilClass::IsDeviceVersionMoreThanKOSM10(TourPhone());
+    Expect(modern, "the judgement of its version");
+    report.Result("new enough for the feature", "yes: at least 0x0A000064", modern);
     Expect(CompareVersions("10.0.10", "10.0.9") == VersionOrder::kHigher, "10.0.10 against 10.0.9");
     report.Result("10.0.10 against 10.0.9", "higher: components are numbers");
     report.Result("10.0 against 10.0.1",

@@ -1,7 +1,5 @@
 #include <fmt/format.h>
 
-#include <fstream>
-
 #include "app/device_plan.h"
 #include "app/device_report.h"
 #include "app/fetch_errors.h"
@@ -28,9 +26,11 @@ void TourDevices(TourReport& report) {
     }
 
     const std::filesystem::path inf = report.Folder() / L"Pad 手机.inf";
-    std::ofstream(inf, std::ios::binary) << "[Version]\r\nSignature=\"$Windows NT$\"\r\nClass=System\r\n"
-                                            "ClassGuid={4d36e97d-e325-11ce-bfc1-08002be10318}\r\n";
+    WriteOutput(TextOf(inf),
+                "[Version]\r\nSignature=\"$Windows NT$\"\r\nClass=System\r\n"
+                "ClassGuid={4d36e97d-e325-11ce-bfc1-08002be10318}\r\n");
     const DevicePlan plan = PlanOf({.command = "install", .hardware_id = "Root\\TandorTour", .inf = TextOf(inf)});
+    std::filesystem::remove(inf);
     Expect(plan.can_succeed && plan.steps.size() == 2, "planning a virtual device");
     report.Result("plan for a virtual device", plan.steps.front());
     report.Result("needs administrator rights", "install, update, enable, disable, remove, stage: the tour does none");

@@ -9,6 +9,11 @@
 #include "tandor/event_reporter.h"
 
 namespace tandor::app {
+namespace {
+
+std::vector<unsigned long long> sent_by_tour;
+
+}  // namespace
 
 void TourTimedPairing(TourReport& report) {
     const SentRecords sent;
@@ -21,6 +26,7 @@ void TourTimedPairing(TourReport& report) {
     }
     reporter->Commit();
     const pelora::OutboxRecord record = sent.Last();
+    sent_by_tour.push_back(record.sequence);
     if (record.values.size() != 5 || record.values[2].text != "0") {
         throw CommandError("the committed record", "came out wrong: " + ValuesLine(record));
     }
@@ -43,6 +49,7 @@ void TourFault(TourReport& report) {
     reporter->KoEventReportLog();
     reporter->KoEventReport();
     const pelora::OutboxRecord record = sent.Last();
+    sent_by_tour.push_back(record.sequence);
     const auto there =
         std::count_if(record.files.begin(), record.files.end(), [](const auto& f) { return f.size >= 0; });
     report.Result("event", record.event);
@@ -54,20 +61,13 @@ void TourFault(TourReport& report) {
     }
 }
 
-void TourOutbox(TourReport& report) {
-    pelora::OutboxStatus status;
-    const std::string trouble = pelora::Outbox::GetInstance().Status(status);
+std::size_t TakeBackRecords() {
+    unsigned long long removed = 0;
+    if (sent_by_tour.empty()) return 0;
+    const std::string trouble = pelora::Outbox::GetInstance().Remove(sent_by_tour, removed);
     if (!trouble.empty()) throw CommandError("the outbox", trouble, "see 'tandorctl doctor'");
-    report.Result("file", status.file);
-    report.Result("records", fmt::format("{} of at most {}", status.records, status.limits.records), status.records);
-    report.Result("bytes", fmt::format("{} of at most {}", status.bytes, status.limits.bytes), status.bytes);
-    report.Result("dropped", std::to_string(status.displaced), status.displaced);
-    std::vector<pelora::OutboxRecord> last;
-    if (!pelora::Outbox::GetInstance().ReadLast(3, last).empty()) return;
-    for (const pelora::OutboxRecord& record : last) {
-        report.Result(fmt::format("record {}", record.sequence), record.event + ": " + ValuesLine(record),
-                      JsonOf(record));
-    }
+    sent_by_tour.clear();
+    return removed;
 }
 
 }  // namespace tandor::app

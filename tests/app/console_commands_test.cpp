@@ -1,8 +1,6 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <nlohmann/json.hpp>
 
+#include "app/verb_table.h"
 #include "pelora/registry.h"
 #include "support/files.h"
 #include "support/run_program.h"
@@ -102,25 +100,15 @@ TEST_F(ConsoleCommands, StagesAPackage) {
 
 TEST_F(ConsoleCommands, BadInputIsExplained) {
     tandor::test::WriteAll(folder_.path / L"bad.inf", "junk");
-    struct Case {
-        std::wstring arguments;
-        int exit_code;
-        const char* error;
-    };
-    for (const Case& c : {
-             Case{L"console", 2, "subcommand is required"},
-             Case{L"console install " + id_, 2, "INF is required"},
-             Case{L"console enable \"\"", 2, "1 to 200 characters"},
-             Case{L"console install " + id_ + L" no-such.inf --dry-run", 1, "error: no-such.inf: "},
-             Case{L"console stage no-such.inf", 1, "check the path"},
-             Case{L"console stage \"" + (folder_.path / L"bad.inf").native() + L"\"", 1,
-                  "check that it is a driver's INF"},
-         }) {
-        const ProgramRun run = RunTandorctl(c.arguments);
-        EXPECT_EQ(run.exit_code, c.exit_code) << run.error;
-        EXPECT_THAT(run.error, HasSubstr(c.error));
-        EXPECT_EQ(run.out, "");
-    }
+    tandor::test::TryAll({
+        {L"console", 2, "'tandorctl console' needs one of list, find, status, install"},
+        {L"console find \"\"", 2, "it is empty"},
+        {L"console install " + id_, 2, "INF is required"},
+        {L"console enable \"\"", 2, "1 to 200 characters"},
+        {L"console install " + id_ + L" no-such.inf --dry-run", 1, "error: no-such.inf: "},
+        {L"console stage no-such.inf", 1, "check the path"},
+        {L"console stage \"" + (folder_.path / L"bad.inf").native() + L"\"", 1, "check that it is a driver's INF"},
+    });
 }
 
 }  // namespace

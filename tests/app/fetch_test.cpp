@@ -5,6 +5,7 @@
 
 #include <atomic>
 
+#include "app/program_copy.h"
 #include "support/hostile_crypto.h"
 #include "support/https_world.h"
 #include "support/loopback_server.h"
@@ -66,17 +67,11 @@ TEST_F(Fetch, ExplainsWhyAServerIsNotTrustedAndDoesNotAskAgain) {
 // would end every handshake.
 TEST_F(Fetch, FindsItsBundleAnywhereAndReadsNobodysConfiguration) {
     LoopbackServer server({&identity_}, [](Exchange& exchange) { exchange.Answer("{}"); });
-    const TemporaryFolder folder;
-    for (const auto& entry : std::filesystem::directory_iterator(ProgramFolder())) {
-        if (entry.path().extension() == L".dll" || entry.path().filename() == L"tandorctl.exe") {
-            std::filesystem::copy_file(entry.path(), folder.path / entry.path().filename());
-        }
-    }
-    std::filesystem::create_directory(folder.path / L"config");
-    std::filesystem::copy_file(world_.bundle, folder.path / L"config" / L"cacert.pem");
+    const ProgramCopy program;
+    std::filesystem::copy_file(world_.bundle, program.Folder() / L"config" / L"cacert.pem");
     std::filesystem::remove(world_.bundle);
     const tandor::test::HostileCrypto configuration;
-    const ProgramRun run = RunProgram(L"\"" + (folder.path / L"tandorctl.exe").native() + L"\" " + Line(server), "{}");
+    const ProgramRun run = program.Run(Line(server), "{}");
     EXPECT_EQ(run.exit_code, 0) << run.error;
     EXPECT_EQ(run.out, "{}");
 }

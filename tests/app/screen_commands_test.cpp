@@ -1,8 +1,6 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <nlohmann/json.hpp>
 
+#include "app/verb_table.h"
 #include "pelora/registry.h"
 #include "support/edid_sample.h"
 #include "support/files.h"
@@ -92,16 +90,13 @@ TEST(TandorctlPanel, ReadsFilesAndTheMachine) {
 }
 
 TEST(TandorctlPanel, RefusesWhatIsNoEdid) {
-    const std::pair<std::string, const char*> cases[] = {{"", "0 bytes are no EDID block, which has 128"},
-                                                         {std::string(127, '\0'), "127 bytes are no EDID block"},
-                                                         {std::string(128, '\0'), "it does not begin with 00 FF FF"}};
-    for (const auto& [input, error] : cases) {
-        const auto run = RunTandorctl(L"panel -", input);
-        EXPECT_EQ(run.exit_code, 1);
-        EXPECT_THAT(run.error, HasSubstr(error));
-    }
-    EXPECT_THAT(RunTandorctl(L"panel --device DISPLAY\\none\\none").error, HasSubstr("the registry has no EDID"));
-    EXPECT_EQ(RunTandorctl(L"panel - --device x").exit_code, 2);
+    tandor::test::TryAll({
+        {L"panel -", 1, "0 bytes are no EDID block, which has 128"},
+        {L"panel -", 1, "127 bytes are no EDID block", std::string(127, '\0')},
+        {L"panel -", 1, "it does not begin with 00 FF FF", std::string(128, '\0')},
+        {L"panel --device DISPLAY\\none\\none", 1, "the registry has no EDID"},
+        {L"panel - --device x", 2, "excludes"},
+    });
 }
 
 }  // namespace

@@ -1,8 +1,6 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <nlohmann/json.hpp>
 
+#include "app/verb_table.h"
 #include "support/files.h"
 #include "support/run_program.h"
 
@@ -69,32 +67,20 @@ TEST_F(SecurityCommands, WhatIsSealedOpensAndWhatIsChangedDoesNot) {
 
     std::string changed = sealed.out;
     changed[40] = changed[40] == '0' ? '1' : '0';
-    struct Case {
-        std::wstring arguments;
-        std::string input;
-        int exit_code;
-        const char* error;
-    };
-    const Case cases[] = {
-        {L"open" + with_key, changed, 1, "does not open under this key"},
-        {L"open" + with_key, sealed.out.substr(0, 60), 1, "does not open under this key"},
-        {L"open" + with_key, "zz", 1, "standard input: a sealed message is pairs"},
-        {L"seal" + with_key, std::string(169, 'x'), 1, "it has 169 bytes; a sealed message holds at most 168"},
-        {L"seal --hex" + with_key, "0", 1, "not pairs of hexadecimal digits"},
-        {L"seal --key " + Quoted(L"sealed"), "x", 1, "a key has 64 hexadecimal digits"},
-        {L"seal --key " + Quoted(L"absent"), "x", 1, "cannot be read"},
-        {L"seal --key -", "x", 2, "not both"},
-        {L"seal", "x", 2, "--key is required"},
-        {L"random 0", "", 2, "not in range"},
-        {L"random 4 --seed 1", "", 2, "excludes"},
-    };
-    for (const Case& c : cases) {
-        const ProgramRun run = RunTandorctl(c.arguments, c.input);
-        EXPECT_EQ(run.exit_code, c.exit_code) << run.error;
-        EXPECT_THAT(run.error, HasSubstr(c.error));
-        EXPECT_EQ(run.out, "");
-    }
-    EXPECT_EQ(RunTandorctl(L"random --seed 42 --count 2").out, "0.72756368\n0.05466521\n");
+    tandor::test::TryAll({
+        {L"open" + with_key, 1, "does not open under this key", changed},
+        {L"open" + with_key, 1, "does not open under this key", sealed.out.substr(0, 60)},
+        {L"open" + with_key, 1, "standard input: a sealed message is pairs", "zz"},
+        {L"seal" + with_key, 1, "it has 169 bytes; a sealed message holds at most 168", std::string(169, 'x')},
+        {L"seal --hex" + with_key, 1, "not pairs of hexadecimal digits", "0"},
+        {L"seal --key " + Quoted(L"sealed"), 1, "a key has 64 hexadecimal digits", "x"},
+        {L"seal --key " + Quoted(L"absent"), 1, "cannot be read", "x"},
+        {L"seal --key -", 2, "not both", "x"},
+        {L"seal", 2, "--key is required", "x"},
+        {L"random 0", 2, "not in range"},
+        {L"random 4 --seed 1", 2, "excludes"},
+        {L"random --seed 42 --count 2", 0, "0.72756368\n0.05466521\n"},
+    });
 }
 
 }  // namespace

@@ -1,68 +1,92 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <nlohmann/json.hpp>
 
+#include <sstream>
+
+#include "app/verb_table.h"
 #include "support/files.h"
-#include "support/run_program.h"
 
 namespace {
 
 using nlohmann::json;
 using tandor::test::ProgramRun;
+using tandor::test::ReadAll;
+using tandor::test::RunProgram;
 using tandor::test::RunTandorctl;
+using tandor::test::TryAll;
 using testing::HasSubstr;
 
 TEST(Tandorctl, GoodInputAnswersAndEndsWithZero) {
-    const std::pair<const wchar_t*, const char*> cases[] = {
-        {L"text base64 \"Lena 手机\"", "TGVuYSDmiYvmnLo=\n"},
-        {L"text base64 --decode TGVuYSDmiYvmnLo=", "Lena 手机\n"},
-        {L"text url \"a b&c\"", "a+b%26c\n"},
-        {L"text url -d a+b%26c", "a b&c\n"},
-        {L"text mask 13812345678", "1*********8\n"},
-        {L"text mask 手机号", "手*号\n"},
-        {L"text hex 6699", "0000000000001A2B\n"},
-        {L"text hex -d 1A2B", "6699\n"},
-        {L"text units é\U0001F4F1", "00E9 D83D DCF1\n"},
-        {L"version compare 10.0.10 10.0.9", "higher\n"},
-        {L"version compare 10.0 10.0.1", "not comparable\n"},
-        {L"version pack 10.0.0.100", "0x0A000064\n"},
-        {L"classify 照片.JPG", "CLASS  FILE\nimage  照片.JPG\n"},
-    };
-    for (const auto& [arguments, out] : cases) {
-        const ProgramRun run = RunTandorctl(arguments);
-        EXPECT_EQ(run.exit_code, 0) << run.error;
-        EXPECT_EQ(run.out, out);
-        EXPECT_EQ(run.error, "");
-    }
-    EXPECT_EQ(RunTandorctl(L"text base64 --file -", std::string("a\0b", 3)).out, "YQBi\n");
+    TryAll({
+        {L"", 0, "Usage: tandorctl [OPTIONS] COMMAND"},
+        {L"text base64 \"Lena 手机\"", 0, "TGVuYSDmiYvmnLo=\n"},
+        {L"text base64 --decode TGVuYSDmiYvmnLo=", 0, "Lena 手机\n"},
+        {L"text base64 \"\"", 0, "\n"},
+        {L"text base64 --file -", 0, "YQBi\n", std::string("a\0b", 3)},
+        {L"text url \"a b&c\"", 0, "a+b%26c\n"},
+        {L"text url -d a+b%26c", 0, "a b&c\n"},
+        {L"text mask 13812345678", 0, "1*********8\n"},
+        {L"text mask 手机号", 0, "手*号\n"},
+        {L"text hex 6699", 0, "0000000000001A2B\n"},
+        {L"text hex -d 1A2B", 0, "6699\n"},
+        {L"text units é\U0001F4F1", 0, "00E9 D83D DCF1\n"},
+        {L"version compare 10.0.10 10.0.9", 0, "higher\n"},
+        {L"version compare 10.0 10.0.1", 0, "not comparable\n"},
+        {L"version pack 10.0.0.100", 0, "0x0A000064\n"},
+        {L"classify 照片.JPG", 0, "CLASS  FILE\nimage  照片.JPG\n"},
+        {L"report list", 0, "ReportTandorReport80MyalbumPhotoCountId"},
+        {L"queue --pushes 3 --bound 3 --busy 0 --every 0", 0, "3 pushed: 3 done, 0 dropped, 0 refused\n"},
+        {L"watch announce tandorctl-test-a tandorctl-test-b --for 0.01", 0, "  0  not running\n"},
+        {L"report send --help", 0, "Options of the commands above:\n  --json"},
+        {L"outbox export --help", 0, "-o,--output FILE"},
+        {L"text base64 --json -- --json", 0, "\"LS1qc29u\""},
+    });
 }
 
 TEST(Tandorctl, BadInputSaysWhatAndEndsWithOneOrTwo) {
-    struct Case {
-        const wchar_t* arguments;
-        int exit_code;
-        const char* error;
-    };
-    const Case cases[] = {
-        {L"", 2, "A subcommand is required"},
-        {L"bogus", 2, "unknown: bogus"},
-        {L"text mask", 2, "see 'tandorctl text mask --help'"},
-        {L"log write KoViewTandor text --level 9", 2, "not in range"},
+    TryAll({
+        {L"bogus", 2, "error: 'bogus': there is no such command; see 'tandorctl --help'"},
+        {L"devcie", 2, "perhaps 'device' is meant"},
+        {L"device lits", 2, "'lits': there is no such command; perhaps 'list' is meant; see 'tandorctl device --help'"},
+        {L"outbox list --cuont 3", 2, "'--cuont': there is no such option; perhaps '--count' is meant"},
+        {L"report send 1 -x", 2, "begins with - goes behind --"},
+        {L"doctor extra", 2, "'extra': that is one argument too many"},
+        {L"log", 2, "'tandorctl log' needs one of list, write, show; see 'tandorctl log --help'"},
+        {L"text mask", 2, "TEXT or --file is required; see 'tandorctl text mask --help'"},
+        {L"text units", 2, "TEXT or --file is required"},
         {L"text base64 -d aGVs!G8=", 1, "error: the Base64 text: it is not whole after 3 decoded bytes"},
         {L"text base64 --file no-such-file", 1, "no-such-file: cannot be read"},
+        {L"text mask --file -", 1, "the text: it is not valid UTF-8", "\xE6\x89"},
         {L"text hex 12x", 1, "'12x': it is not a decimal number"},
-        {L"log show Nope", 1, "there is no such channel"},
+        {L"log write KoViewTandor text --level 9", 2, "not in range"},
+        {L"log show Nope", 2, "'Nope' is not one of KoViewTandor, KoViewMirror, KoViewAccountCred"},
+        {L"log show KoViewTandor --count -1", 2, "'-1' is not a number of at least 0"},
+        {L"log show KoViewTandor --count many", 2, "'many' is not a number"},
+        {L"classify \"\"", 2, "it is empty"},
+        {L"version device 手机-unknown", 1, "device '手机-unknown': its version is not known"},
+        {L"report send NoSuchFunction", 1, "it is neither a 32-bit number nor a report function"},
+        {L"report timed 9101 --tags 3 --record 0 3", 2, "there is no step 3 among 3, numbered from 0"},
+        {L"report timed 9101 --tags 3", 1, "none of them is recorded"},
+        {L"report fault 1 --number a=b", 1, "the value is not a 64-bit number"},
+        {L"report fault 1 --text =x", 1, "it is not KEY=VALUE"},
+        {L"outbox drop", 2, "a RECORD or --all is required"},
+        {L"outbox drop 5 --all", 2, "not both"},
+        {L"outbox limit", 2, "--records or --bytes is required"},
+        {L"outbox limit --records 0", 2, "'0' is not a number of at least 1"},
+        {L"outbox show 99999999999999999999999", 1, "the outbox has no such record"},
+        {L"outbox export --format xml", 2, "'xml' is not one of jsonl, otlp"},
+        {L"outbox --file none.db status", 1, "none.db: there is no such file"},
+        {L"queue --bound 99999999999", 2, "--bound: '99999999999' is not a number, or one that is too large"},
+        {L"watch a", 2, "NAME_B is required"},
+        {L"watch a b --for -1", 2, "'-1' is not a number of at least 0"},
+        {L"files 99999999", 1, "process 99999999: there is none with this number"},
+        {L"process 99999999", 1, "process 99999999: there is none with this number"},
+        {L"files -- -1", 2, "'-1' is not a number of at least 0"},
+        {L"windows --of 0x99999999", 1, "there is none with this number"},
+        {L"windows --thread", 2, "--thread requires --of"},
         {L"firewall add --name \"\"", 1, "error: the rule's name: it is empty"},
         {L"firewall remove --by-service --dry-run", 2, "--dry-run excludes --by-service"},
-        {L"version device 手机-unknown", 1, "device '手机-unknown': its version is not known"},
-    };
-    for (const Case& c : cases) {
-        const ProgramRun run = RunTandorctl(c.arguments);
-        EXPECT_EQ(run.exit_code, c.exit_code) << run.error;
-        EXPECT_THAT(run.error, HasSubstr(c.error));
-        EXPECT_EQ(run.out, "");
-    }
+        {L"completion fish", 2, "'fish' is not one of bash, powershell"},
+    });
 }
 
 TEST(Tandorctl, PrintsJsonWhereverTheOptionStands) {
@@ -83,17 +107,36 @@ TEST(Tandorctl, WritesAndShowsAChannelAndFollowsTheHostLog) {
     const ProgramRun write = RunTandorctl(L"--follow log write KoViewTandor \"" + line + L"\"");
     EXPECT_EQ(write.exit_code, 0) << write.error;
     EXPECT_THAT(write.error, HasSubstr("log 3 try to create logger, tryTime:0(`anonymous-namespace'::CreateLogger)"));
-    const ProgramRun show = RunTandorctl(L"log show KoViewTandor --lines 1");
+    const ProgramRun show = RunTandorctl(L"log show KoViewTandor --count 1");
     EXPECT_THAT(show.out, HasSubstr("tandorctl 手机 " + std::to_string(::GetCurrentProcessId())));
 }
 
-TEST(Tandorctl, TourPassesAndDoctorFindsNothingBroken) {
-    const ProgramRun tour = RunTandorctl(L"tour --json");
-    EXPECT_EQ(tour.exit_code, 0) << tour.out;
-    for (const auto& step : json::parse(tour.out)["steps"]) EXPECT_TRUE(step["passed"].get<bool>()) << step;
-    const ProgramRun doctor = RunTandorctl(L"doctor --json");
-    EXPECT_EQ(doctor.exit_code, 0) << doctor.out;
-    for (const auto& finding : json::parse(doctor.out)) EXPECT_NE(finding["verdict"], "broken") << finding;
+// The outbox sets aside what is damaged; a file that never was one must stay as it is.
+TEST(Tandorctl, AFileThatIsNoOutboxStaysAsItIs) {
+    const tandor::test::TemporaryFolder folder;
+    const auto file = folder.path / L"Brief 手机.txt";
+    for (const std::string& content : {std::string(), std::string(5000, 'x')}) {
+        tandor::test::WriteAll(file, content);
+        TryAll({{L"outbox --file \"" + file.native() + L"\" status", 1, "it is no outbox"}});
+        EXPECT_EQ(ReadAll(file), content);
+        EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path), {}), 1);
+    }
+}
+
+// The commands as the completion scripts list them: each has help, and in it an example of itself.
+TEST(Tandorctl, EveryCommandHelpsWithAnExample) {
+    std::istringstream script(RunTandorctl(L"completion bash").out);
+    std::size_t commands = 0;
+    for (std::string line; std::getline(script, line) && line != "_tandorctl_set() {";) {
+        const std::size_t end = line.find("')");
+        if (!line.starts_with("    ' ") || end == std::string::npos) continue;
+        const std::string path = line.substr(6, end - 6);
+        const ProgramRun help = RunTandorctl(std::wstring(path.begin(), path.end()) + L" --help");
+        EXPECT_EQ(help.exit_code, 0) << path;
+        EXPECT_THAT(help.out, HasSubstr("\n  tandorctl " + path)) << path;
+        ++commands;
+    }
+    EXPECT_GT(commands, 50u);
 }
 
 }  // namespace

@@ -1,0 +1,48 @@
+#include "app/places.h"
+
+#include <fmt/format.h>
+
+#include "app/command.h"
+#include "pelora/file_info.h"
+
+namespace tandor::app {
+namespace {
+
+std::filesystem::path CommonFolder() { return PathFrom(FileInfo::GetPeloraCommDir()); }
+
+}  // namespace
+
+const std::vector<LogChannel>& LogChannels() {
+    static const std::filesystem::path logs = L"C:\\ProgramData\\Comms\\Pelora\\log";
+    static const std::vector<LogChannel> channels{{"KoViewTandor", logs / "admin" / "KoViewTandor.log"},
+                                                  {"KoViewMirror", logs / "usr" / "KoViewMirror.log"},
+                                                  {"KoViewAccountCred", logs / "admin" / "KoViewAccountCred.log"}};
+    return channels;
+}
+
+std::filesystem::path HostLogFolder() { return CommonFolder() / "log" / "host"; }
+
+std::filesystem::path DeviceStoreFile() { return CommonFolder() / "device" / "devices.db"; }
+
+std::filesystem::path OutboxFile() { return CommonFolder() / "telemetry" / "outbox.db"; }
+
+FolderContent ContentOf(const std::filesystem::path& folder) {
+    FolderContent content;
+    std::error_code error;
+    const auto skip = std::filesystem::directory_options::skip_permission_denied;
+    for (std::filesystem::directory_iterator entry(folder, skip, error), end; !error && entry != end;
+         entry.increment(error)) {
+        std::error_code ignored;
+        if (!entry->is_regular_file(ignored)) continue;
+        ++content.files;
+        const auto size = entry->file_size(ignored);
+        if (!ignored) content.bytes += size;
+    }
+    return content;
+}
+
+std::string ContentText(const FolderContent& content) {
+    return fmt::format("{} file{}, {} bytes", content.files, content.files == 1 ? "" : "s", content.bytes);
+}
+
+}  // namespace tandor::app

@@ -1,0 +1,33 @@
+// Where the suite's files lie, and what is in them, for looking only.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace tandor::app {
+
+struct LogChannel {
+    std::string name;
+    std::filesystem::path file;
+};
+
+// The three channels with their present files; older ones lie beside them.
+const std::vector<LogChannel>& LogChannels();
+std::filesystem::path HostLogFolder();
+std::filesystem::path DeviceStoreFile();
+std::filesystem::path OutboxFile();
+
+struct FolderContent {
+    std::size_t files = 0;
+    std::uint64_t bytes = 0;
+};
+
+// Of the folder itself, not of folders in it. Nothing when there is none.
+FolderContent ContentOf(const std::filesystem::path& folder);
+
+// "3 files, 12,345 bytes".
+std::string ContentText(const FolderContent& content);
+
+}  // namespace tandor::app
