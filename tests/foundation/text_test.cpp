@@ -1,13 +1,13 @@
-#include "tandor/text.h"
-
-#include <gtest/gtest.h>
-
 #include <climits>
 #include <random>
 
 #include "base/hex.h"
+#include "support/testing.h"
+#include "tandor/text.h"
 
 namespace {
+
+using namespace tandor::test;
 
 std::string Encode(const std::string& bytes) {
     return TandorUtilClass::Base64Encode(reinterpret_cast<const unsigned char*>(bytes.data()),
@@ -23,15 +23,14 @@ std::string Decode(const std::string& text) {
 }
 
 TEST(Base64, EncodesTheStandardVectorsAndDecodesWhatItEncoded) {
-    const std::pair<const char*, const char*> vectors[] = {// RFC 4648, section 10
-                                                           {"", ""},
-                                                           {"f", "Zg=="},
-                                                           {"fo", "Zm8="},
-                                                           {"foo", "Zm9v"},
-                                                           {"foob", "Zm9vYg=="},
-                                                           {"fooba", "Zm9vYmE="},
-                                                           {"foobar", "Zm9vYmFy"}};
-    for (const auto& [plain, coded] : vectors) {
+    for (const auto& [plain, coded] :  // RFC 4648, section 10
+         {std::pair{"", ""},
+          {"f", "Zg=="},
+          {"fo", "Zm8="},
+          {"foo", "Zm9v"},
+          {"foob", "Zm9vYg=="},
+          {"fooba", "Zm9vYmE="},
+          {"foobar", "Zm9vYmFy"}}) {
         EXPECT_EQ(Encode(plain), coded);
         EXPECT_EQ(Decode(coded), plain);
     }
@@ -122,8 +121,7 @@ TEST(Hex, EveryByteBothCases) {
     std::string bytes;
     for (int i = 0; i < 256; ++i) bytes += static_cast<char>(i);
     for (const auto digits : {tandor::HexCase::kUpper, tandor::HexCase::kLower}) {
-        for (std::size_t length :
-             {std::size_t{0}, std::size_t{1}, std::size_t{15}, std::size_t{17}, std::size_t{256}}) {
+        for (const std::size_t length : std::initializer_list<std::size_t>{0, 1, 15, 17, 256}) {
             std::string expected;
             for (std::size_t i = 0; i < length; ++i) {
                 char two[3];
@@ -138,9 +136,8 @@ TEST(Hex, EveryByteBothCases) {
         }
     }
     unsigned char out[2];
-    EXPECT_EQ(tandor::ReadHex("41424", out), 2u);
-    EXPECT_EQ(tandor::ReadHex("4142g4", out), 2u);
-    EXPECT_EQ(tandor::ReadHex("4g", out), 0u);
+    for (const auto& [text, read] : {std::pair{"41424", 2u}, {"4142g4", 2u}, {"4g", 0u}})
+        EXPECT_EQ(tandor::ReadHex(text, out), read) << text;
 }
 
 TEST(Masking, KeepsTheEnds) {

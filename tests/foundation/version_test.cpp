@@ -1,10 +1,10 @@
 #include "foundation/version.h"
-
-#include <gtest/gtest.h>
-
+#include "support/testing.h"
 #include "tandor/text.h"
 
 namespace {
+
+using namespace tandor::test;
 
 using tandor::VersionOrder;
 
