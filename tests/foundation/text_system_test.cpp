@@ -1,14 +1,10 @@
-#include <windows.h>
-
+#include "support/testing.h"
+// Their header wants what comes before it.
 #include <objidl.h>
-
-#include <algorithm>
-using std::max;
-using std::min;
+using std::max, std::min;
 #include <gdiplus.h>
 
 #include "pelora/device_manager.h"
-#include "support/testing.h"
 #include "tandor/text.h"
 
 namespace {

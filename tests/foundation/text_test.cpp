@@ -71,18 +71,15 @@ TEST(Url, CodesAndDecodes) {
     EXPECT_EQ(TandorUtilClass::UrlEncode("a b&c"), "a+b%26c");
     EXPECT_EQ(TandorUtilClass::UrlEncode("AZaz09-_.~"), "AZaz09-_.~");
     EXPECT_EQ(TandorUtilClass::UrlEncode("\xE4\xB8\xAD/+%"), "%E4%B8%AD%2F%2B%25");
-    const std::pair<const char*, const char*> decoded[] = {
-        {"%4a", "J"},
-        {"a+b%26c", "a b&c"},
-        {"%4A%e4", "J\xE4"},
-        {"%", "%"},
-        {"ab%4", "ab%4"},
-        {"%%34",
-         "\x03"
-         "4"},
-        {"%zz", "\x53"},  // every letter counts: 35 * 16 + 35, low eight bits
-        {"%!4", "\x04"}};
-    for (const auto& [text, plain] : decoded) EXPECT_EQ(TandorUtilClass::UrlDecode(text), plain) << text;
+    for (const auto& [text, plain] :  // every letter counts as a digit: 35 * 16 + 35, low eight bits
+         {std::pair{"%4a", "J"}, {"a+b%26c", "a b&c"}, {"%4A%e4", "J\xE4"}, {"%zz", "\x53"}, {"%!4", "\x04"}})
+        EXPECT_EQ(TandorUtilClass::UrlDecode(text), plain) << text;
+    for (const auto& [text, plain] : {std::pair{"%", "%"},
+                                      {"ab%4", "ab%4"},
+                                      {"%%34",
+                                       "\3"
+                                       "4"}})
+        EXPECT_EQ(TandorUtilClass::UrlDecode(text), plain) << text;
     std::string every;
     for (int c = 0; c < 256; ++c) every += static_cast<char>(c);
     EXPECT_EQ(TandorUtilClass::UrlDecode(TandorUtilClass::UrlEncode(every)), every);
@@ -99,21 +96,17 @@ TEST(Hex, DigitsAndNumbers) {
     for (const auto& [digit, value] : wide_digits) EXPECT_EQ(TandorUtilClass::FromHex(digit), value) << digit;
 }
 
+// A term that does not fit is passed over, and the next digit takes its place.
 TEST(Hex, ReadsNumbersFromTheEndAndPassesOverWhatDoesNotFit) {
-    const std::pair<const char*, long long> cases[] = {
-        {"", 0},
-        {"ff", 255},
-        {"f-f", 255},
-        {"FF", 255},
-        {"0x10", 16},
-        {"10", 16},
-        {"xyz", 0},
-        {"7fffffffffffffff", LLONG_MAX},
-        {"8000000000000000", 0},                    // the term does not fit: passed over
-        {"18000000000000000", 0x1000000000000000},  // and the next digit takes its place
-        {"10000000000000000", 0},
-        {"f0000000000000000f", 15}};
-    for (const auto& [text, value] : cases) EXPECT_EQ(TandorUtilClass::hexToDec(text), value) << text;
+    const auto expect = [](long long value, const std::vector<const char*>& texts) {
+        for (const char* const text : texts) EXPECT_EQ(TandorUtilClass::hexToDec(text), value) << text;
+    };
+    expect(0, {"", "xyz", "8000000000000000", "10000000000000000"});
+    expect(255, {"ff", "f-f", "FF"});
+    expect(16, {"0x10", "10"});
+    expect(15, {"f0000000000000000f"});
+    expect(0x1000000000000000, {"18000000000000000"});
+    expect(LLONG_MAX, {"7fffffffffffffff"});
 }
 
 // Every length passes through the vector loop and its rest; every byte through both nibbles.

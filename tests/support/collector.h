@@ -11,7 +11,7 @@ public:
     struct Behaviour {
         Way way = Way::kAnswer;
         int status = 200;
-        std::string headers;  // further ones, each with its line break
+        std::string headers = {};  // further ones, each with its line break
     };
     // Decides for each request. `received` gets the bodies that were taken: those answered with 200, and those whose
     // answer was lost (kTakeAndReset, kStall). Both run on a thread of the collector's, one request at a time.

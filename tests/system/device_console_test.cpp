@@ -1,9 +1,8 @@
 // Commands on devices, with real device nodes of the test's own.
-#include <setupapi.h>
 
+#include "tandor/device_console.h"
 #include "support/setup_spy.h"
 #include "support/testing.h"
-#include "tandor/device_console.h"
 
 namespace {
 

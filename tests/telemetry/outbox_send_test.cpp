@@ -37,8 +37,8 @@ protected:
             received.insert(record["attributes"][0]["value"]["stringValue"].get<std::string>());
     }
     ProgramRun Send(const Collector& collector, const std::wstring& options) {
-        return RunTandorctl(L"--json outbox --file \"" + path.native() + L"\" send --to " + collector.url +
-                            L" --backoff 5 " + options);
+        return RunTandorctl(L"--json outbox --file \"" + path.native() + L"\" send --to " +
+                            tandor::WideFromUtf8(collector.Url()) + L" --backoff 5 " + options);
     }
 
     TemporaryFolder folder;
