@@ -59,9 +59,9 @@ TEST(Edid, ReadsTheBaseBlock) {
     edid.resize(300);
     const auto block = tandor::ReadEdid(edid);
     ASSERT_TRUE(block);
-    const std::initializer_list<std::size_t> numbers = {block->product,    block->serial,          block->week,     block->year,
-                          block->version,    block->revision,        block->width_cm, block->height_cm,
-                          block->extensions, block->extensions_there};
+    const std::initializer_list<std::size_t> numbers = {
+        block->product,  block->serial,   block->week,      block->year,       block->version,
+        block->revision, block->width_cm, block->height_cm, block->extensions, block->extensions_there};
     EXPECT_THAT(numbers, ElementsAre(0x42, 0x01020304, 12, 2023, 1, 4, 34, 22, 2, 1));
     EXPECT_THAT((std::vector{block->maker, block->name, block->serial_text}),
                 ElementsAre("VXT", "Pad Screen 14", "SN-7"));
