@@ -1,9 +1,9 @@
 // Device summaries beside the straightforward program over a JSON document.
 #include <stdexcept>
 
+#include "benchmarks/device/plain_summaries.h"
 #include "benchmarks/ratio.h"
 #include "tandor/device_summary.h"
-#include "tests/support/plain_summaries.h"
 
 namespace tandor::bench {
 namespace {

@@ -5,10 +5,10 @@
 #include <vector>
 
 #include "benchmarks/process_time.h"
+#include "benchmarks/screen/plain_gamut.h"
 #include "config/screen_reader.h"
 #include "device/edid.h"
 #include "pelora/registry.h"
-#include "tests/support/plain_gamut.h"
 
 namespace tandor::bench {
 namespace {

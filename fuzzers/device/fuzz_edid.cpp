@@ -3,10 +3,10 @@
 #include <cstring>
 #include <vector>
 
+#include "benchmarks/screen/plain_gamut.h"
 #include "device/edid.h"
 #include "device/gamut_diagram.h"
 #include "fuzzers/property.h"
-#include "tests/support/plain_gamut.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 // The reader of device summaries gives what the plain program over a document gives, records or error; and records made
 // of any bytes come back from their text.
+#include "benchmarks/device/plain_summaries.h"
 #include "fuzzers/property.h"
 #include "tandor/device_summary.h"
-#include "tests/support/plain_summaries.h"
 
 using Serialize = BluetoothDeviceSummarySerialize;
 

@@ -1,13 +1,10 @@
 #include "concurrency/handle_table.h"
-
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <map>
-
 #include "concurrency/remote_command_line.h"
+#include "support/testing.h"
 
 namespace {
+
+using namespace tandor::test;
 
 using tandor::HandleEntry;
 using tandor::RemoteCommandLine;
@@ -91,25 +88,25 @@ RemoteCommandLine Read(const Process& process, const std::u16string& text, std::
 }
 
 TEST(RemoteCommandLine, EndsAtItsLengthOrItsFirstZero) {
-    std::wstring out;
-    EXPECT_EQ(Read({.length = 6}, u"手机 and more", out), RemoteCommandLine::kRead);
-    EXPECT_EQ(out, L"手机 ");
-    EXPECT_EQ(Read({.length = 10}, std::u16string(u"ab\0cd", 5), out), RemoteCommandLine::kRead);
-    EXPECT_EQ(out, L"ab");
-    EXPECT_EQ(Read({.length = 5}, u"ab\xFF41", out), RemoteCommandLine::kRead);  // an odd length: half a character
-    EXPECT_EQ(out, std::wstring(L"ab") + wchar_t{0x41});
-    EXPECT_EQ(Read({.length = 0}, u"", out), RemoteCommandLine::kRead);
-    EXPECT_EQ(out, L"");
+    const auto read = [](std::uint16_t length, const std::u16string& text) {
+        std::wstring out;
+        EXPECT_EQ(Read({.length = length}, text, out), RemoteCommandLine::kRead);
+        return out;
+    };
+    EXPECT_EQ(read(6, u"手机 and more"), L"手机 ");
+    EXPECT_EQ(read(10, std::u16string(u"ab\0cd", 5)), L"ab");
+    EXPECT_EQ(read(5, u"ab\xFF41"), std::wstring(L"ab") + wchar_t{0x41});  // an odd length: half a character
+    EXPECT_EQ(read(0, u""), L"");
 }
 
 TEST(RemoteCommandLine, WhatCannotBeReadLeavesTheResultAsItWas) {
     std::wstring out = L"before";
     EXPECT_EQ(Read({.length = 65535}, u"text", out), RemoteCommandLine::kLengthInvalid);
-    EXPECT_EQ(Read({.length = 65534}, u"text", out), RemoteCommandLine::kMemoryNotReadable);
     EXPECT_EQ(Read({.length = 4, .text_at = 0}, u"text", out), RemoteCommandLine::kNone);
-    EXPECT_EQ(Read({.length = 4, .text_at = 0x9000}, u"text", out), RemoteCommandLine::kMemoryNotReadable);
-    EXPECT_EQ(Read({.length = 4, .environment_bytes = 711}, u"text", out), RemoteCommandLine::kMemoryNotReadable);
-    EXPECT_EQ(Read({.length = 4, .parameters_bytes = 127}, u"text", out), RemoteCommandLine::kMemoryNotReadable);
+    for (const Process& process :
+         {Process{.length = 65534}, Process{.length = 4, .text_at = 0x9000},
+          Process{.length = 4, .environment_bytes = 711}, Process{.length = 4, .parameters_bytes = 127}})
+        EXPECT_EQ(Read(process, u"text", out), RemoteCommandLine::kMemoryNotReadable);
     EXPECT_EQ(out, L"before");
 }
 

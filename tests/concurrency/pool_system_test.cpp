@@ -1,31 +1,11 @@
 // What pool and queues do with the system: messages, threads and handles, processor time.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <windows.h>
-
-#include <memory>
-#include <thread>
-#include <vector>
-
-#include "support/gate.h"
-#include "support/host_log.h"
-#include "support/import_patch.h"
-#include "support/own_resources.h"
-#include "support/tally.h"
+#include "support/testing.h"
 #include "tandor/operation_queue.h"
 #include "tandor/thread_pool.h"
 
 namespace {
 
-using tandor::test::Amount;
-using tandor::test::Gate;
-using tandor::test::HandlesOfThisProcess;
-using tandor::test::HostLog;
-using tandor::test::ImportPatch;
-using tandor::test::Tally;
-using tandor::test::ThreadsOfThisProcess;
-using testing::ElementsAre;
-using testing::IsEmpty;
+using namespace tandor::test;
 
 TEST(PoolMessages, APoolSaysThatItStopsAndThatItStopped) {
     for (const unsigned long long threads : {0, 2}) {
@@ -66,32 +46,20 @@ TEST(PoolMessages, AWaitThatFailsIsLoggedAndTheResidentWorkerGoesOn) {
 }
 
 // The C run-time's own call for a thread, which the thread library makes.
-std::atomic<bool> threads_fail{false};
-using BeginThread = uintptr_t(void* security, unsigned stack, unsigned(__stdcall* start)(void*), void* argument,
-                              unsigned flags, unsigned* id);
-BeginThread* begin_thread = nullptr;
-
-uintptr_t FailingBeginThread(void* security, unsigned stack, unsigned(__stdcall* start)(void*), void* argument,
-                             unsigned flags, unsigned* id) {
-    if (threads_fail) {
-        errno = EAGAIN;
-        return 0;
-    }
-    return begin_thread(security, stack, start, argument, flags, id);
+uintptr_t NoThread(void*, unsigned, unsigned(__stdcall*)(void*), void*, unsigned, unsigned*) {
+    errno = EAGAIN;
+    return 0;
 }
 
 TEST(PoolMessages, AWorkerThatCannotBeStartedIsLoggedAndTheNextPushTriesAgain) {
-    HMODULE const runtime = ::GetModuleHandleW(L"msvcrt.dll");
-    begin_thread = reinterpret_cast<BeginThread*>(reinterpret_cast<void*>(::GetProcAddress(runtime, "_beginthreadex")));
-    ASSERT_NE(begin_thread, nullptr);
-    const ImportPatch patch(L"libwinpthread-1.dll", "_beginthreadex", &FailingBeginThread);
     HostLog log;
     Tally tally;
     const std::unique_ptr<IOperationQueue> queue(OperationQueueFactory::Create());
     queue->Start();
-    threads_fail = true;
-    queue->Push(tally.Work());
-    threads_fail = false;
+    {
+        const ImportPatch patch(L"libwinpthread-1.dll", "_beginthreadex", &NoThread);
+        queue->Push(tally.Work());
+    }
     EXPECT_THAT(log.Take(), ElementsAre(L"4 ignore this(LowPowerOperationQueue::Push)"));
     EXPECT_EQ(tally.run + tally.unrun, 0u);
     queue->Push(tally.Work());
@@ -125,15 +93,11 @@ TEST(SuspendController, HoldsTheSystemAwakeForItsScope) {
 
 void StartAndStop(IOperationQueue& queue, unsigned long long cycles) {
     std::atomic<bool> end{false};
-    std::vector<std::thread> producers;
-    for (int i = 0; i < 8; ++i) {
-        producers.emplace_back([&] {
-            while (!end) {
-                queue.Push([] {});
-                std::this_thread::yield();
-            }
+    std::thread producers([&] {
+        InThreads(8, [&](int) {
+            for (; !end; std::this_thread::yield()) queue.Push([] {});
         });
-    }
+    });
     for (unsigned long long i = 0; i < cycles; ++i) {
         queue.Start();
         const auto done = static_cast<OperationQueueBase&>(queue).GetCounters().done;
@@ -141,7 +105,7 @@ void StartAndStop(IOperationQueue& queue, unsigned long long cycles) {
         queue.Stop();
     }
     end = true;
-    for (std::thread& producer : producers) producer.join();
+    producers.join();
 }
 
 TEST(LowPowerQueueOnTheSystem, ManyStartsAndStopsLeaveNoThreadAndNoHandle) {
@@ -172,21 +136,19 @@ TEST(LowPowerQueueOnTheSystem, KeepsAThreadOnlyWhileThereIsWork) {
 }
 
 ULONGLONG ProcessorTime() {
-    FILETIME created, ended;
-    ULARGE_INTEGER kernel, user;
-    ::GetProcessTimes(::GetCurrentProcess(), &created, &ended, reinterpret_cast<FILETIME*>(&kernel),
-                      reinterpret_cast<FILETIME*>(&user));
-    return kernel.QuadPart + user.QuadPart;
+    ULARGE_INTEGER times[4];  // created, ended, in the kernel, outside
+    auto* const out = reinterpret_cast<FILETIME*>(times);
+    ::GetProcessTimes(::GetCurrentProcess(), out, out + 1, out + 2, out + 3);
+    return times[2].QuadPart + times[3].QuadPart;
 }
 
 TEST(IdleOnTheSystem, PoolAndQueuesUseNoProcessorTime) {
     TandorUtil::ThreadPool pool;
     pool.Start();
-    const std::unique_ptr<IOperationQueue> queues[] = {
-        std::unique_ptr<IOperationQueue>(OperationQueueFactory::Create()),
-        std::unique_ptr<IOperationQueue>(OperationQueueFactory::CreateResident())};
+    const std::unique_ptr<IOperationQueue> low_power(OperationQueueFactory::Create());
+    const std::unique_ptr<IOperationQueue> resident(OperationQueueFactory::CreateResident());
     std::atomic<int> ran{0};
-    for (const auto& queue : queues) {
+    for (IOperationQueue* const queue : {low_power.get(), resident.get()}) {
         queue->Start();
         queue->Push([&] { ++ran; });
     }

@@ -1,33 +1,11 @@
 // Presence, open files and command lines, with real second processes.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <windows.h>
-
-#include <algorithm>
-#include <chrono>
-#include <memory>
-#include <optional>
-
-#include "base/utf.h"
-#include "support/child.h"
-#include "support/files.h"
 #include "support/handle_table_double.h"
-#include "support/host_log.h"
-#include "support/own_resources.h"
-#include "support/tally.h"
+#include "support/testing.h"
 #include "tandor/state_watch.h"
 
 namespace {
 
-using tandor::test::Amount;
-using tandor::test::Child;
-using tandor::test::HandlesOfThisProcess;
-using tandor::test::HandleTableDouble;
-using tandor::test::HostLog;
-using tandor::test::ImportPatch;
-using tandor::test::TemporaryFolder;
-using testing::ElementsAre;
-using testing::IsEmpty;
+using namespace tandor::test;
 
 // Names that no other run on this machine has.
 std::wstring Name(const wchar_t* what) {
@@ -39,19 +17,19 @@ std::wstring Name(const wchar_t* what) {
 TEST(Presence, FollowsThePresentersStates) {
     TdProcessStatePresenter presenter(Name(L"A"), Name(L"B"));
     const TdProcessStateWatcher watcher(presenter.GetEventAName(), presenter.GetEventBName());
-    EXPECT_EQ(watcher.QueryProcessState(), 0u);
-    EXPECT_FALSE(presenter.Stop());
-    EXPECT_FALSE(presenter.UnInit());
-    EXPECT_TRUE(presenter.Init());
-    EXPECT_EQ(watcher.QueryProcessState(), 2u);
-    EXPECT_TRUE(presenter.Start());
-    EXPECT_EQ(watcher.QueryProcessState(), 3u);
-    EXPECT_TRUE(presenter.Stop());
-    EXPECT_FALSE(presenter.Stop());
-    EXPECT_EQ(watcher.QueryProcessState(), 2u);
-    EXPECT_TRUE(presenter.UnInit());
-    EXPECT_FALSE(presenter.UnInit());
-    EXPECT_EQ(watcher.QueryProcessState(), 0u);
+    struct Step {
+        bool (TdProcessStatePresenter::*call)();
+        bool result;
+        unsigned state;
+    };
+    using Presenter = TdProcessStatePresenter;
+    for (const Step& step :
+         {Step{&Presenter::Stop, false, 0}, Step{&Presenter::UnInit, false, 0}, Step{&Presenter::Init, true, 2},
+          Step{&Presenter::Start, true, 3}, Step{&Presenter::Stop, true, 2}, Step{&Presenter::Stop, false, 2},
+          Step{&Presenter::UnInit, true, 0}, Step{&Presenter::UnInit, false, 0}}) {
+        EXPECT_EQ((presenter.*step.call)(), step.result);
+        EXPECT_EQ(watcher.QueryProcessState(), step.state);
+    }
     {
         TdProcessStatePresenter started(presenter.GetEventAName(), presenter.GetEventBName());
         EXPECT_TRUE(started.Start());
@@ -64,7 +42,7 @@ TEST(Presence, FollowsThePresentersStates) {
 }
 
 std::vector<std::wstring> Refusal(const std::wstring& text) {
-    return {L"4 " + text + L"(TdProcessStatePresenter::TryCreateEvent)"};
+    return LinesFrom(L"TdProcessStatePresenter::TryCreateEvent", {L"4 " + text});
 }
 
 TEST(Presence, AnEventIsNeverShared) {
@@ -116,15 +94,11 @@ TEST(Presence, AKilledPresenterIsGoneWithinASecond) {
     RecordProperty("longest_ms", static_cast<int>(longest.count() / 1'000'000));
 }
 
+const auto kFindsNothing = [](bool, const std::wstring&) { ADD_FAILURE(); };
+
 std::unique_ptr<TdProcessDetectorInterface> Detector() {
     return std::unique_ptr<TdProcessDetectorInterface>(TdProcessDetectorFactory::Create());
 }
-
-struct Seen {
-    bool is_directory;
-    std::wstring path;
-    bool operator==(const Seen&) const = default;
-};
 
 // The file's folder is spelt as its creator did; the walk gives the long form from the volume's root.
 std::wstring LongForm(const std::filesystem::path& path) {
@@ -136,7 +110,7 @@ std::wstring LongForm(const std::filesystem::path& path) {
 class OpenFiles : public testing::Test {
 protected:
     OpenFiles() {
-        tandor::test::WriteAll(file, "content");
+        WriteAll(file, "content");
         std::filesystem::create_directories(subfolder);
         const std::wstring ready = Name(L"ready");
         child.emplace(L"hold-handles \"" + file.wstring() + L"\" \"" + subfolder.wstring() +
@@ -153,13 +127,11 @@ TEST_F(OpenFiles, FilesAndFoldersOfAnotherProcessAreFound) {
     const HandleTableDouble table;
     const auto detector = Detector();
     ASSERT_NE(detector, nullptr);
-    std::vector<Seen> seen;
-    detector->EnumFile(child->Id(), [&](bool is_directory, const std::wstring& path) {
-        seen.push_back({is_directory, path});
-    });
-    EXPECT_THAT(seen, testing::Contains(Seen{false, LongForm(file)}));
-    EXPECT_THAT(seen, testing::Contains(Seen{true, LongForm(subfolder)}));
-    for (const Seen& one : seen) EXPECT_EQ(one.path.find(L"pipe"), std::wstring::npos);
+    std::vector<std::pair<bool, std::wstring>> seen;
+    detector->EnumFile(child->Id(), [&](bool is_directory, auto& path) { seen.emplace_back(is_directory, path); });
+    EXPECT_THAT(seen, Contains(std::pair(false, LongForm(file))));
+    EXPECT_THAT(seen, Contains(std::pair(true, LongForm(subfolder))));
+    EXPECT_THAT(seen, Each(testing::Pair(testing::_, Not(HasSubstr(L"pipe")))));
     detector->EnumFile(child->Id(), nullptr);
     // What a visitor throws leaves, and leaves no handle behind.
     const std::size_t before = HandlesOfThisProcess();
@@ -188,12 +160,12 @@ TEST_F(OpenFiles, WithoutTheFixedNumberNothingIsFound) {
     ASSERT_EQ(TdOpenFiles::List(::GetCurrentProcessId(), files), 0u);
     if (::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "wine_get_version") == nullptr)
         GTEST_SKIP() << "the number of file objects differs from system to system";
-    Detector()->EnumFile(child->Id(), [](bool, const std::wstring&) { ADD_FAILURE(); });
+    Detector()->EnumFile(child->Id(), kFindsNothing);
 }
 
 TEST(ProcessDetector, WhatCannotBeOpenedReportsNothing) {
     HostLog log;
-    Detector()->EnumFile(0xFFFFFFF0, [](bool, const std::wstring&) { ADD_FAILURE(); });
+    Detector()->EnumFile(0xFFFFFFF0, kFindsNothing);
     EXPECT_THAT(log.Take(), ElementsAre(L"4 OpenProcess failed,err:87(TdProcessDetector::EnumFile)"));
     std::wstring line = L"before";
     EXPECT_EQ(Detector()->GetProcessCmdline(0xFFFFFFF0, line), 0);
@@ -202,11 +174,9 @@ TEST(ProcessDetector, WhatCannotBeOpenedReportsNothing) {
 }
 
 TEST(ProcessDetector, ReadsAnotherProcessesCommandLine) {
-    const std::wstring arguments =
-        L"hold-file \"Z:\\no such file 手机 ü\" ignored \"two words\" " + std::wstring(3000, L'x');
     const std::wstring ready = Name(L"ready");
     const TemporaryFolder folder;
-    tandor::test::WriteAll(folder.path / L"f", "x");
+    WriteAll(folder.path / L"f", "x");
     const std::wstring command = L"hold-file \"" + (folder.path / L"f").wstring() + L"\" " + ready +
                                  L" \"two  words\" " + std::wstring(3000, L'x');
     const Child child(command, ready);
@@ -217,35 +187,18 @@ TEST(ProcessDetector, ReadsAnotherProcessesCommandLine) {
 
 FARPROC WINAPI FindNothing(HMODULE, LPCSTR) { return nullptr; }
 HMODULE WINAPI LoadNothing(LPCWSTR) { return nullptr; }
-UINT WINAPI NoSystemDirectory(LPWSTR, UINT) {
-    ::SetLastError(ERROR_ACCESS_DENIED);
-    return 0;
-}
-UINT WINAPI LongSystemDirectory(LPWSTR text, UINT size) {
-    std::fill_n(text, size - 1, L'd');
-    return size - 1;
-}
 
 TEST(ProcessDetector, IsNotCreatedWhereItCannotWork) {
     HostLog log;
-    {
-        const ImportPatch patch(L"TandorUtil.dll", "GetProcAddress", &FindNothing);
+    const auto expect_none = [&](const char* import, auto* replacement, const wchar_t* text) {
+        const ImportPatch patch(L"TandorUtil.dll", import, replacement);
         EXPECT_EQ(Detector(), nullptr);
-        EXPECT_THAT(log.Take(), ElementsAre(L"4 get func failed(TdProcessDetector::Init)"));
-    }
-    {
-        const ImportPatch patch(L"TandorUtil.dll", "LoadLibraryW", &LoadNothing);
-        EXPECT_EQ(Detector(), nullptr);
-        EXPECT_THAT(log.Take(), ElementsAre(L"4 load lib failed(TdProcessDetector::Init)"));
-    }
-    {
-        const ImportPatch patch(L"TandorUtil.dll", "GetSystemDirectoryW", &LongSystemDirectory);
-        EXPECT_EQ(Detector(), nullptr);
-        EXPECT_THAT(log.Take(), ElementsAre(L"4 get NTDLL.DLL path failed(TdProcessDetector::Init)"));
-    }
-    const ImportPatch patch(L"TandorUtil.dll", "GetSystemDirectoryW", &NoSystemDirectory);
-    EXPECT_EQ(Detector(), nullptr);
-    EXPECT_THAT(log.Take(), ElementsAre(L"4 Get load lib path failed, error code: 5(TdProcessDetector::Init)"));
+        EXPECT_EQ(log.Take(), LinesFrom(L"TdProcessDetector::Init", {text}));
+    };
+    expect_none("GetProcAddress", &FindNothing, L"4 get func failed");
+    expect_none("LoadLibraryW", &LoadNothing, L"4 load lib failed");
+    expect_none("GetSystemDirectoryW", &LongSystemDirectory, L"4 get NTDLL.DLL path failed");
+    expect_none("GetSystemDirectoryW", &NoSystemDirectory, L"4 Get load lib path failed, error code: 1168");
 }
 
 LONG NTAPI AskForMore(ULONG, void*, ULONG bytes, ULONG*) {
@@ -265,10 +218,10 @@ TEST(ProcessDetector, ATableThatNeverFitsEndsTheWalk) {
     const ImportPatch patch(L"TandorUtil.dll", "GetProcAddress", &FindAskForMore);
     const auto detector = Detector();
     HostLog log;
-    detector->EnumFile(::GetCurrentProcessId(), [](bool, const std::wstring&) { ADD_FAILURE(); });
+    detector->EnumFile(::GetCurrentProcessId(), kFindsNothing);
     EXPECT_THAT(log.Take(), ElementsAre(L"4 get sys info failed(TdProcessDetector::EnumFile)"));
     const ImportPatch memory(L"TandorUtil.dll", "HeapAlloc", &LittleMemory);
-    detector->EnumFile(::GetCurrentProcessId(), [](bool, const std::wstring&) { ADD_FAILURE(); });
+    detector->EnumFile(::GetCurrentProcessId(), kFindsNothing);
     EXPECT_THAT(log.Take(),
                 ElementsAre(L"4 HeapAlloc for SYSTEM_HANDLE_INFORMATION failed(TdProcessDetector::EnumFile)"));
 }

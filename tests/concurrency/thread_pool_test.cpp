@@ -1,21 +1,11 @@
 #include "tandor/thread_pool.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <memory>
-#include <thread>
-#include <vector>
-
 #include "concurrency/task_ring.h"
-#include "support/gate.h"
-#include "support/tally.h"
+#include "support/testing.h"
 
 namespace {
 
-using tandor::test::Amount;
-using tandor::test::Gate;
-using tandor::test::Tally;
+using namespace tandor::test;
+
 using TandorUtil::ThreadPool;
 
 TEST(ThreadPool, StartsOnceAndRunsWhatWaitedForItInOrder) {
@@ -111,12 +101,10 @@ void FloodAndStop(std::size_t producers, unsigned long long operations, unsigned
     {
         ThreadPool pool(producers + 2);
         ASSERT_EQ(pool.Start(), 0);
-        std::vector<std::thread> outside;
-        for (std::size_t i = 0; i < producers; ++i) {
+        InThreads(static_cast<int>(producers), [&](int) {
             pool.Submit([&] { flood(pool); });
-            outside.emplace_back([&] { flood(pool); });
-        }
-        for (std::thread& thread : outside) thread.join();
+            flood(pool);
+        });
         for (unsigned i = 0; i < seed % 1000; ++i) std::this_thread::yield();
     }
     EXPECT_EQ(submitted, accepted + refused);

@@ -1,26 +1,17 @@
 // The window walk over real windows.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <windows.h>
-
-#include <memory>
-#include <stdexcept>
-#include <thread>
-
-#include "support/gate.h"
-#include "support/host_log.h"
+#include "support/testing.h"
 #include "tandor/state_watch.h"
 
 namespace {
 
-using tandor::test::Gate;
-using tandor::test::HostLog;
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::UnorderedElementsAre;
+using namespace tandor::test;
 
 constexpr auto kChildrenFailed = L"4 EnumChildWindows failed(TdWindowDetector::EnumWindow)";
 constexpr auto kThreadFailed = L"4 EnumThreadWindows failed(TdWindowDetector::EnumWindow)";
+
+std::unique_ptr<TdWindowDetectorInterface> Detector() {
+    return std::unique_ptr<TdWindowDetectorInterface>(TdWindowDetectorFactory::Create());
+}
 
 HWND Create(HWND parent, const wchar_t* text) {
     return ::CreateWindowExW(0, L"STATIC", text, parent == nullptr ? WS_POPUP : WS_CHILD, 0, 0, 10, 10, parent, nullptr,
@@ -42,8 +33,7 @@ protected:
 
     std::vector<HWND> Walk(HWND window, TdWindowEnumOptions options, std::size_t stop_after = 100) const {
         std::vector<HWND> visited;
-        const std::unique_ptr<TdWindowDetectorInterface> detector(TdWindowDetectorFactory::Create());
-        detector->EnumWindow(window, options, [&](HWND one) {
+        Detector()->EnumWindow(window, options, [&](HWND one) {
             if (one == top || one == second || ::IsChild(top, one)) visited.push_back(one);  // not an input window
             return visited.size() >= stop_after;
         });
@@ -98,19 +88,17 @@ TEST_F(Windows, OtherModesAndEmptyArgumentsWalkNothing) {
     HostLog log;
     EXPECT_THAT(Walk(top, {.recurse = 1, .mode = 2}), IsEmpty());
     EXPECT_THAT(Walk(nullptr, {.recurse = 1, .mode = 0}), IsEmpty());
-    const std::unique_ptr<TdWindowDetectorInterface> detector(TdWindowDetectorFactory::Create());
-    detector->EnumWindow(top, {.recurse = 1, .mode = 0}, nullptr);
+    Detector()->EnumWindow(top, {.recurse = 1, .mode = 0}, nullptr);
     EXPECT_THAT(log.Take(), IsEmpty());
 }
 
 TEST_F(Windows, WhatTheVisitorThrowsEndsTheWholeWalk) {
-    const std::unique_ptr<TdWindowDetectorInterface> detector(TdWindowDetectorFactory::Create());
     int visits = 0;
     const auto visit = [&](HWND) -> bool {
         if (++visits == 2) throw std::runtime_error("enough");
         return false;
     };
-    EXPECT_THROW(detector->EnumWindow(top, {.recurse = 1, .mode = 0}, visit), std::runtime_error);
+    EXPECT_THROW(Detector()->EnumWindow(top, {.recurse = 1, .mode = 0}, visit), std::runtime_error);
     EXPECT_EQ(visits, 2);
 }
 

@@ -1,20 +1,16 @@
 #include "config/screen_check.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include "support/testing.h"
 
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
+using namespace tandor::test;
 
 std::vector<std::string> Check(const std::string& lines) {
     VxXMLDocument document;
     EXPECT_TRUE(document.Parse("<R>\n" + lines + "</R>")) << document.ErrorText();
     std::vector<std::string> problems;
-    for (const auto& problem : tandor::CheckScreenConfig(document.RootElement())) {
+    for (const auto& problem : tandor::CheckScreenConfig(document.RootElement()))
         problems.push_back(std::to_string(problem.line) + " " + problem.text);
-    }
     return problems;
 }
 

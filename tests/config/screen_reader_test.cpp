@@ -1,15 +1,13 @@
 #include "config/screen_reader.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include "base/utf.h"
+#include "support/testing.h"
 
 namespace {
 
+using namespace tandor::test;
+
 using tandor::ScreenSettings;
+using enum tandor::ScreenValue;
 using tandor::ScreenValue;
-using testing::ElementsAre;
 
 class Host final : public tandor::ScreenHost {
 public:
@@ -43,6 +41,9 @@ struct Reading {
         tandor::ReadPadResolutions(document.RootElement(), host, settings);
     }
     [[nodiscard]] std::uint32_t Answer(ScreenValue value) const { return settings.Answer(value); }
+    void ExpectAnswers(const std::vector<std::pair<ScreenValue, std::uint32_t>>& expected) const {
+        for (const auto& [value, number] : expected) EXPECT_EQ(Answer(value), number) << tandor::RuleOf(value).name;
+    }
     [[nodiscard]] std::vector<std::string> NotesOf(const std::string& function) const {
         std::vector<std::string> found;
         for (const std::string& note : host.notes) {
@@ -59,27 +60,27 @@ TEST(ScreenReader, AnEmptyTreeLeavesDefaultsAndNamesEveryMissingNode) {
         const auto value = static_cast<ScreenValue>(i);
         EXPECT_EQ(reading.Answer(value), tandor::RuleOf(value).otherwise) << tandor::RuleOf(value).name;
     }
-    EXPECT_EQ(reading.Answer(ScreenValue::kFollowPcWidth), 1920u);
-    EXPECT_EQ(reading.Answer(ScreenValue::kExtendShowSecHeight), 1280u);
-    EXPECT_EQ(reading.Answer(ScreenValue::kSampleRate), 48000u);
-    EXPECT_EQ(reading.Answer(ScreenValue::kInputChannels), 2u);
-    EXPECT_EQ(reading.Answer(ScreenValue::kBitDepth), 32u);
-    EXPECT_EQ(reading.Answer(ScreenValue::kSpeakerMargin), 320u);
-    EXPECT_EQ(reading.Answer(ScreenValue::kMinVolume), 20u);
-    EXPECT_FALSE(reading.settings.InRange(ScreenValue::kFpsThreshold));
+    reading.ExpectAnswers({{kFollowPcWidth, 1920},
+                           {kExtendShowSecHeight, 1280},
+                           {kSampleRate, 48000},
+                           {kInputChannels, 2},
+                           {kBitDepth, 32},
+                           {kSpeakerMargin, 320},
+                           {kMinVolume, 20}});
+    EXPECT_FALSE(reading.settings.InRange(kFpsThreshold));
     EXPECT_EQ(reading.host.asked, 0);
     EXPECT_TRUE(reading.host.audio_switch.empty());
-    EXPECT_THAT(reading.host.notes, ElementsAre("3 ReadAutoDetectConfig: autoDetect node is null",
-                                                "3 ReadAudioSwitchDisableConfig: audioSwitch node is null",
-                                                "3 ReadLcdDirectionConfig: LcdDirection node is null",
-                                                "3 ReadDriverLimitSwitch: driverLimit node is null",
-                                                "3 ReadDisplayConfig: deviceConfig node is null",
-                                                "3 ReadFollowPCConfig: followPC node is null",
-                                                "3 ReadFollowPadConfig: followPad node is null",
-                                                "3 ReadExtendConfig: horizontal and vertical node is null",
-                                                "3 ReadResolutionConfig: resolutionConfig node is null",
-                                                "3 ReadMonitorResolutionConfig: monitorResolutionConfig node is null",
-                                                "3 ReadPadResolutionConfig: padResolutionConfig node is null"));
+    EXPECT_EQ(reading.host.notes, LinesIn(R"(3 ReadAutoDetectConfig: autoDetect node is null
+3 ReadAudioSwitchDisableConfig: audioSwitch node is null
+3 ReadLcdDirectionConfig: LcdDirection node is null
+3 ReadDriverLimitSwitch: driverLimit node is null
+3 ReadDisplayConfig: deviceConfig node is null
+3 ReadFollowPCConfig: followPC node is null
+3 ReadFollowPadConfig: followPad node is null
+3 ReadExtendConfig: horizontal and vertical node is null
+3 ReadResolutionConfig: resolutionConfig node is null
+3 ReadMonitorResolutionConfig: monitorResolutionConfig node is null
+3 ReadPadResolutionConfig: padResolutionConfig node is null)"));
 }
 
 TEST(ScreenReader, VideoValuesOfTheFirstMatchingDevice) {
@@ -89,10 +90,9 @@ TEST(ScreenReader, VideoValuesOfTheFirstMatchingDevice) {
         "<EncoderIdrInterval>-3</EncoderIdrInterval></Device>"
         "<Device><Type>PC-1</Type><FpsThreshold>90</FpsThreshold><DisplayFrequency>60</DisplayFrequency></Device></"
         "DeviceConfig>");
-    EXPECT_EQ(reading.Answer(ScreenValue::kFpsThreshold), 60u);
-    EXPECT_TRUE(reading.settings.InRange(ScreenValue::kFpsThreshold));
-    for (const ScreenValue value :
-         {ScreenValue::kEncoderBitrate, ScreenValue::kEncoderIdrInterval, ScreenValue::kDisplayFrequency}) {
+    EXPECT_EQ(reading.Answer(kFpsThreshold), 60u);
+    EXPECT_TRUE(reading.settings.InRange(kFpsThreshold));
+    for (const ScreenValue value : {kEncoderBitrate, kEncoderIdrInterval, kDisplayFrequency}) {
         EXPECT_EQ(reading.settings.Stored(value).value, 0u);
         EXPECT_FALSE(reading.settings.InRange(value));
     }
@@ -101,25 +101,19 @@ TEST(ScreenReader, VideoValuesOfTheFirstMatchingDevice) {
 }
 
 TEST(ScreenReader, VideoLimitsAreInclusive) {
-    struct Case {
-        ScreenValue value;
-        std::int64_t least, greatest;
-    };
-    for (const Case& c :
-         {Case{ScreenValue::kFpsThreshold, 15, 120}, Case{ScreenValue::kEncoderBitrate, 6291456, 20971520},
-          Case{ScreenValue::kEncoderIdrInterval, 3, 20}, Case{ScreenValue::kDisplayFrequency, 50, 90}}) {
-        const std::string name = tandor::RuleOf(c.value).name;
-        const auto read = [&](const std::string& text, std::size_t notes) {
+    using Row = std::tuple<ScreenValue, std::int64_t, std::int64_t>;
+    for (const auto& [value, least, greatest] : {Row{kFpsThreshold, 15, 120}, Row{kEncoderBitrate, 6291456, 20971520},
+                                                 Row{kEncoderIdrInterval, 3, 20}, Row{kDisplayFrequency, 50, 90}}) {
+        const std::string name = tandor::RuleOf(value).name;
+        const auto read = [&, value = value](const std::string& text, std::size_t notes) {
             const Reading reading("<DeviceConfig><Device><Type>PC-1</Type><" + name + ">" + text + "</" + name +
                                   "></Device></DeviceConfig>");
             EXPECT_EQ(reading.NotesOf("ReadVideoUint32ConfigValue").size(), notes) << name << " " << text;
-            return reading.Answer(c.value);
+            return reading.Answer(value);
         };
-        EXPECT_EQ(read(std::to_string(c.least), 0), c.least);
-        EXPECT_EQ(read(std::to_string(c.greatest), 0), c.greatest);
-        EXPECT_EQ(read(std::to_string(c.least - 1), 1), 0u);
-        EXPECT_EQ(read(std::to_string(c.greatest + 1), 1), 0u);
-        EXPECT_EQ(read("2147483647", 1), 0u);
+        for (const std::int64_t good : {least, greatest}) EXPECT_EQ(read(std::to_string(good), 0), good);
+        for (const std::int64_t bad : {least - 1, greatest + 1, std::int64_t{2147483647}})
+            EXPECT_EQ(read(std::to_string(bad), 1), 0u);
         for (const char* const junk :
              {"", "60fps", "0x3C", "6 0", "60.0", "2147483648", "4294967356", "99999999999999999999"}) {
             EXPECT_EQ(read(junk, 0), 0u) << junk;
@@ -132,22 +126,16 @@ TEST(ScreenReader, AutoDetection) {
         "<AutoDetect><Support>PC-10;\n PC-1 "
         ";x</Support><PC-1><MinVolumn>101</MinVolumn><Margin>0</Margin><SampleRate>-1</SampleRate>"
         "<InCh>8</InCh></PC-1></AutoDetect>");
-    EXPECT_EQ(listed.Answer(ScreenValue::kAutoDetect), 1u);
-    EXPECT_EQ(listed.settings.Stored(ScreenValue::kMinVolume).value, 101u);
-    EXPECT_EQ(listed.Answer(ScreenValue::kMinVolume), 20u);
-    EXPECT_EQ(listed.Answer(ScreenValue::kSpeakerMargin), 0u);
-    EXPECT_EQ(listed.Answer(ScreenValue::kSampleRate), 48000u);
-    EXPECT_EQ(listed.settings.Stored(ScreenValue::kSampleRate).source, tandor::StoredValue::Source::kUnreadable);
-    EXPECT_EQ(listed.Answer(ScreenValue::kInputChannels), 8u);
+    listed.ExpectAnswers(
+        {{kAutoDetect, 1}, {kMinVolume, 20}, {kSpeakerMargin, 0}, {kSampleRate, 48000}, {kInputChannels, 8}});
+    EXPECT_EQ(listed.settings.Stored(kMinVolume).value, 101u);
+    EXPECT_EQ(listed.settings.Stored(kSampleRate).source, tandor::StoredValue::Source::kUnreadable);
     EXPECT_THAT(listed.NotesOf("ReadAutoDetectNodeInfo"),
                 ElementsAre("3 found PC-1 config", "3 default bitDepth is null"));
 
-    for (const char* const body :
-         {"<AutoDetect><Support>PC-10;PC-11;C-1;PC-1 a</Support><PC-1><InCh>8</InCh></PC-1></AutoDetect>",
-          "<AutoDetect><Support/><PC-1><InCh>8</InCh></PC-1></AutoDetect>"}) {
-        const Reading other(body);
-        EXPECT_EQ(other.Answer(ScreenValue::kAutoDetect), 0u);
-        EXPECT_EQ(other.Answer(ScreenValue::kInputChannels), 2u);
+    for (const std::string support : {"<Support>PC-10;PC-11;C-1;PC-1 a</Support>", "<Support/>"}) {
+        const Reading other("<AutoDetect>" + support + "<PC-1><InCh>8</InCh></PC-1></AutoDetect>");
+        other.ExpectAnswers({{kAutoDetect, 0}, {kInputChannels, 2}});
         EXPECT_THAT(other.NotesOf("ReadAutoDetectConfig"),
                     ElementsAre("3 not found device config use default instead"));
     }
@@ -160,23 +148,22 @@ TEST(ScreenReader, AutoDetection) {
 
 TEST(ScreenReader, SwitchesAndRotation) {
     const Reading excluded("<AudioSwitch><NoSupport>PC-1</NoSupport></AudioSwitch>");
-    EXPECT_EQ(excluded.Answer(ScreenValue::kAudioSwitch), 0u);
+    EXPECT_EQ(excluded.Answer(kAudioSwitch), 0u);
     EXPECT_THAT(excluded.host.audio_switch, ElementsAre(false));
     const Reading included("<AudioSwitch><NoSupport>PC-2</NoSupport></AudioSwitch>");
-    EXPECT_EQ(included.Answer(ScreenValue::kAudioSwitch), 1u);
+    EXPECT_EQ(included.Answer(kAudioSwitch), 1u);
     EXPECT_THAT(included.host.audio_switch, ElementsAre(true));
     EXPECT_TRUE(Reading("<AudioSwitch/>").host.audio_switch.empty());
 
     const Reading turned(
         "<LcdDirection><PC-2><Rotation>180</Rotation></PC-2><PC-1><Rotation>90</Rotation></PC-1></LcdDirection>");
-    EXPECT_EQ(turned.Answer(ScreenValue::kRotation), 90u);
+    EXPECT_EQ(turned.Answer(kRotation), 90u);
     EXPECT_THAT(turned.NotesOf("ReadLcdDirectionConfig"), ElementsAre("3 found device config"));
 
     const std::pair<const char*, std::uint32_t> switches[] = {{"0", 0},  {"1", 1}, {"2", 1},         {"-1", 1},
                                                               {"on", 0}, {"", 0},  {"3000000000", 0}};
     for (const auto& [text, flag] : switches) {
-        EXPECT_EQ(Reading(std::string("<DriverLimitSwitch>") + text + "</DriverLimitSwitch>")
-                      .Answer(ScreenValue::kDriverLimit),
+        EXPECT_EQ(Reading(std::string("<DriverLimitSwitch>") + text + "</DriverLimitSwitch>").Answer(kDriverLimit),
                   flag)
             << text;
     }
@@ -196,27 +183,23 @@ constexpr const char* kLayouts =
 TEST(ScreenReader, LayoutsFollowTheDisplay) {
     const Reading horizontal(kLayouts);
     EXPECT_EQ(horizontal.host.asked, 1);
-    const std::pair<ScreenValue, std::uint32_t> expected[] = {{ScreenValue::kFollowPcWidth, 3000},
-                                                              {ScreenValue::kFollowPcHeight, 1280},
-                                                              {ScreenValue::kFollowPcDpi, 0},
-                                                              {ScreenValue::kFollowPadHideWidth, 1001},
-                                                              {ScreenValue::kFollowPadHideHeight, 1002},
-                                                              {ScreenValue::kFollowPadShowWidth, 1003},
-                                                              {ScreenValue::kFollowPadShowHeight, 1280},
-                                                              {ScreenValue::kExtendPrimWidth, 9999},
-                                                              {ScreenValue::kExtendPrimHeight, 101},
-                                                              {ScreenValue::kExtendHideSecWidth, 1920},
-                                                              {ScreenValue::kExtendHideSecHeight, 1100},
-                                                              {ScreenValue::kExtendShowSecWidth, 1101},
-                                                              {ScreenValue::kExtendShowSecHeight, 70000}};
-    for (const auto& [value, number] : expected)
-        EXPECT_EQ(horizontal.Answer(value), number) << tandor::RuleOf(value).name;
+    horizontal.ExpectAnswers({{kFollowPcWidth, 3000},
+                              {kFollowPcHeight, 1280},
+                              {kFollowPcDpi, 0},
+                              {kFollowPadHideWidth, 1001},
+                              {kFollowPadHideHeight, 1002},
+                              {kFollowPadShowWidth, 1003},
+                              {kFollowPadShowHeight, 1280},
+                              {kExtendPrimWidth, 9999},
+                              {kExtendPrimHeight, 101},
+                              {kExtendHideSecWidth, 1920},
+                              {kExtendHideSecHeight, 1100},
+                              {kExtendShowSecWidth, 1101},
+                              {kExtendShowSecHeight, 70000}});
     EXPECT_THAT(horizontal.NotesOf("ReadFollowPadConfig"), ElementsAre("3 primaryHeightNode is null"));
 
     const Reading vertical(kLayouts, false);
-    EXPECT_EQ(vertical.Answer(ScreenValue::kFollowPadShowHeight), 2004u);
-    EXPECT_EQ(vertical.Answer(ScreenValue::kFollowPadHideWidth), 1920u);
-    EXPECT_EQ(vertical.Answer(ScreenValue::kExtendPrimWidth), 1920u);
+    vertical.ExpectAnswers({{kFollowPadShowHeight, 2004}, {kFollowPadHideWidth, 1920}, {kExtendPrimWidth, 1920}});
     EXPECT_THAT(vertical.NotesOf("ReadFollowPadConfig"), ElementsAre("3 sidebarHideNode is null"));
     EXPECT_THAT(vertical.NotesOf("ReadExtendConfig"), ElementsAre("3 vertical node is null"));
 }
@@ -251,18 +234,18 @@ TEST(ScreenSettings, ChoosesTheNearestRatioAndWhatFits) {
         EXPECT_TRUE(tandor::ChooseResolution(table, {width, height}, chosen));
         return chosen;
     };
-    EXPECT_EQ(choose(3000, 2000), (ExScreen::Resolution{2160, 1440}));
-    EXPECT_EQ(choose(2000, 1333), (ExScreen::Resolution{1920, 1280}));
-    EXPECT_EQ(choose(1440, 2160), (ExScreen::Resolution{1440, 2160}));  // portrait
-    EXPECT_EQ(choose(1280, 1024), (ExScreen::Resolution{1920, 1280}));  // nothing fits: the smallest
-    EXPECT_EQ(choose(2560, 1600),
-              (ExScreen::Resolution{2160, 1440}));  // 16:10 is not listed and 3:2 is nearer than 16:9
-    EXPECT_EQ(choose(3440, 1440), (ExScreen::Resolution{2560, 1440}));
-    EXPECT_EQ(choose(4294967295u, 1), (ExScreen::Resolution{1920, 1080}));
-    ExScreen::Resolution kept{1, 2};
+    using Resolution = ExScreen::Resolution;
+    EXPECT_EQ(choose(3000, 2000), (Resolution{2160, 1440}));
+    EXPECT_EQ(choose(2000, 1333), (Resolution{1920, 1280}));
+    EXPECT_EQ(choose(1440, 2160), (Resolution{1440, 2160}));  // portrait
+    EXPECT_EQ(choose(1280, 1024), (Resolution{1920, 1280}));  // nothing fits: the smallest
+    EXPECT_EQ(choose(2560, 1600), (Resolution{2160, 1440}));  // 16:10 is not listed and 3:2 is nearer than 16:9
+    EXPECT_EQ(choose(3440, 1440), (Resolution{2560, 1440}));
+    EXPECT_EQ(choose(4294967295u, 1), (Resolution{1920, 1080}));
+    Resolution kept{1, 2};
     EXPECT_FALSE(tandor::ChooseResolution(table, {0, 5}, kept));
     EXPECT_FALSE(tandor::ChooseResolution({}, {3, 2}, kept));
-    EXPECT_EQ(kept, (ExScreen::Resolution{1, 2}));
+    EXPECT_EQ(kept, (Resolution{1, 2}));
 }
 
 }  // namespace

@@ -1,16 +1,13 @@
-#include "device/edid.h"
-
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <random>
 
+#include "device/edid.h"
 #include "support/edid_sample.h"
+#include "support/testing.h"
 
 namespace {
 
-using tandor::test::Bytes;
-using tandor::test::SampleEdid;
+using namespace tandor::test;
 
 TEST(Edid, FractionsAreSumsOfPowers) {
     EXPECT_EQ(tandor::FractionOf(1023), 0.9990234375);
@@ -58,30 +55,22 @@ TEST(Edid, AcceptsByTheFirstThreeBytesAlone) {
 TEST(Edid, ReadsTheBaseBlock) {
     Bytes edid = SampleEdid(tandor::kAdobeRgb);
     edid[126] = 2;
-    tandor::test::FixChecksum(edid);
+    FixChecksum(edid);
     edid.resize(300);
     const auto block = tandor::ReadEdid(edid);
     ASSERT_TRUE(block);
-    EXPECT_EQ(block->maker, "VXT");
-    EXPECT_EQ(block->product, 0x42u);
-    EXPECT_EQ(block->serial, 0x01020304u);
-    EXPECT_EQ(block->week, 12u);
-    EXPECT_EQ(block->year, 2023u);
-    EXPECT_EQ(block->version * 10 + block->revision, 14u);
-    EXPECT_EQ(block->width_cm, 34u);
-    EXPECT_EQ(block->height_cm, 22u);
-    EXPECT_DOUBLE_EQ(block->gamma, 2.2);
-    EXPECT_EQ(block->preferred.width, 2160u);
-    EXPECT_EQ(block->preferred.height, 1440u);
+    const std::initializer_list<std::size_t> numbers = {
+        block->product,  block->serial,   block->week,      block->year,       block->version,
+        block->revision, block->width_cm, block->height_cm, block->extensions, block->extensions_there};
+    EXPECT_THAT(numbers, ElementsAre(0x42, 0x01020304, 12, 2023, 1, 4, 34, 22, 2, 1));
+    EXPECT_THAT((std::vector{block->maker, block->name, block->serial_text}),
+                ElementsAre("VXT", "Pad Screen 14", "SN-7"));
+    EXPECT_EQ(std::pair(block->preferred.width, block->preferred.height), std::pair(2160u, 1440u));
     EXPECT_NEAR(block->preferred.refresh, 59.946, 0.001);
-    EXPECT_FALSE(block->preferred.interlaced);
-    EXPECT_EQ(block->name, "Pad Screen 14");
-    EXPECT_EQ(block->serial_text, "SN-7");
+    EXPECT_DOUBLE_EQ(block->gamma, 2.2);
     EXPECT_NEAR(block->gamut[1].second, 0.71, 0.0005);
-    EXPECT_TRUE(block->header_right);
-    EXPECT_TRUE(block->checksum_right);
-    EXPECT_EQ(block->extensions, 2u);
-    EXPECT_EQ(block->extensions_there, 1u);
+    EXPECT_FALSE(block->preferred.interlaced);
+    EXPECT_TRUE(block->header_right && block->checksum_right);
 }
 
 TEST(Edid, AnyBytesOfAnyLengthAreRead) {

@@ -1,12 +1,12 @@
-#include "device/gamut.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <cmath>
 #include <limits>
 
+#include "device/gamut.h"
+#include "support/testing.h"
+
 namespace {
+
+using namespace tandor::test;
 
 using tandor::Chromaticity;
 using tandor::Coverage;

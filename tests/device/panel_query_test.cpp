@@ -1,25 +1,12 @@
-#include <windows.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <thread>
-
 #include "base/win_apartment.h"
-#include "pelora/registry.h"
 #include "support/edid_sample.h"
-#include "support/host_log.h"
 #include "support/management_double.h"
+#include "support/testing.h"
 #include "tandor/edid.h"
 
 namespace {
 
-using DE::Registry;
-using DE::RegistryRoot;
-using tandor::test::HostLog;
-using tandor::test::ManagementDouble;
-using tandor::test::Row;
-using testing::ElementsAre;
+using namespace tandor::test;
 
 constexpr const wchar_t* kDevice = L"DISPLAY\\VXT0042\\4&2f5c1e7&0&Test-手机";
 
@@ -27,7 +14,7 @@ constexpr const wchar_t* kDevice = L"DISPLAY\\VXT0042\\4&2f5c1e7&0&Test-手机";
 class PanelQuery : public testing::Test {
 protected:
     void Put(const tandor::Gamut& gamut) {
-        ASSERT_TRUE(Registry::SetValue(RegistryRoot::kLocalMachine, Key(), L"EDID", tandor::test::SampleEdid(gamut)));
+        ASSERT_TRUE(Registry::SetValue(RegistryRoot::kLocalMachine, Key(), L"EDID", SampleEdid(gamut)));
     }
     void TearDown() override {
         EXPECT_TRUE(
@@ -53,24 +40,16 @@ TEST_F(PanelQuery, FindsThePanelAmongTheMonitors) {
 }
 
 TEST_F(PanelQuery, CutsTheInstanceOutAndSaysWhatIsMissing) {
-    struct Case {
-        std::vector<Row> rows;
-        std::wstring id;
-        std::vector<std::wstring> lines;
-    };
-    const std::wstring where = L"(GetEdidData::GetPnpDeviceID)";
-    const Case cases[] = {
-        {{}, L"", {L"4  PNPDeviceID is NULL." + where}},
-        {{Row{{L"PNPDeviceID", L""}}}, L"", {L"4  PNPDeviceID is NULL." + where}},
-        {{Row{{L"PNPDeviceID", L"DISPLAY"}}}, L"", {L"4  deviceId's firstIndex is NULL." + where}},
-        {{Row{{L"PNPDeviceID", L"DISPLAY\\VXT0042"}}}, L"", {L"4  deviceId's secondIndex is NULL." + where}},
-        {{Row{{L"PNPDeviceID", L"DISPLAY\\VXT0042\\4&1\\tail\\more"}}}, L"DISPLAY\\VXT0042\\4&1", {}},
-    };
-    for (const Case& c : cases) {
-        const ManagementDouble service(c.rows);
-        EXPECT_EQ(GetEdidData::GetPnpDeviceID(), c.id);
-        EXPECT_EQ(log_.Take(), c.lines);
+    for (const auto& [id, missing] : {std::pair{L"", L"PNPDeviceID"},
+                                      {L"DISPLAY", L"deviceId's firstIndex"},
+                                      {L"DISPLAY\\VXT0042", L"deviceId's secondIndex"}}) {
+        const ManagementDouble service({Row{{L"PNPDeviceID", id}}});
+        EXPECT_EQ(GetEdidData::GetPnpDeviceID(), L"");
+        EXPECT_THAT(log_.Take(),
+                    ElementsAre(L"4  " + std::wstring(missing) + L" is NULL.(GetEdidData::GetPnpDeviceID)"));
     }
+    const ManagementDouble service({Row{{L"PNPDeviceID", L"DISPLAY\\VXT0042\\4&1\\tail\\more"}}});
+    EXPECT_EQ(GetEdidData::GetPnpDeviceID(), L"DISPLAY\\VXT0042\\4&1");
 }
 
 TEST_F(PanelQuery, AServiceThatFailsIsNamed) {
@@ -88,20 +67,7 @@ TEST_F(PanelQuery, AServiceThatFailsIsNamed) {
 
 TEST_F(PanelQuery, WorksInEveryApartmentAndLeavesItAsItWas) {
     const ManagementDouble service({Row{{L"Caption", L"Bildschirm 手机"}}});
-    for (const DWORD mode : {DWORD{COINIT_APARTMENTTHREADED}, DWORD{COINIT_MULTITHREADED}}) {
-        std::thread([mode] {
-            EXPECT_EQ(::CoInitializeEx(nullptr, mode), S_OK);
-            EXPECT_EQ(GetEdidData::GetLCDNameByWMI(), L"Bildschirm 手机");
-            EXPECT_EQ(::CoInitializeEx(nullptr, mode), S_FALSE);  // still in it
-            ::CoUninitialize();
-            ::CoUninitialize();
-        }).join();
-    }
-    std::thread([] {
-        EXPECT_EQ(GetEdidData::GetLCDNameByWMI(), L"Bildschirm 手机");
-        EXPECT_EQ(::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);  // nothing was left behind
-        ::CoUninitialize();
-    }).join();
+    InEachApartment([] { EXPECT_EQ(GetEdidData::GetLCDNameByWMI(), L"Bildschirm 手机"); });
     EXPECT_EQ((*const_cast<ManagementDouble&>(service)).asked.front(),
               L"ROOT\\CIMV2|WQL|SELECT Caption FROM Win32_DesktopMonitor");
 }
@@ -110,11 +76,11 @@ TEST_F(PanelQuery, ReadsTheRegistry) {
     Put(tandor::kP3);
     const std::wstring path = GetEdidData::GetEdidDataPath(kDevice);
     EXPECT_EQ(path, Key() + L"\\");
-    EXPECT_EQ(GetEdidData::GetLcdEdidData(path), tandor::test::SampleEdid(tandor::kP3));
+    EXPECT_EQ(GetEdidData::GetLcdEdidData(path), SampleEdid(tandor::kP3));
     EXPECT_TRUE(log_.Take().empty());
     EXPECT_TRUE(GetEdidData::GetEdidDataPath(L"").empty());
-    EXPECT_TRUE(GetEdidData::GetLcdEdidData(L"").empty());
-    EXPECT_TRUE(GetEdidData::GetLcdEdidData(L"SYSTEM\\CurrentControlSet\\Enum\\DISPLAY\\none\\").empty());
+    for (const auto* const none : {L"", L"SYSTEM\\CurrentControlSet\\Enum\\DISPLAY\\none\\"})
+        EXPECT_TRUE(GetEdidData::GetLcdEdidData(none).empty());
     ASSERT_TRUE(Registry::SetValue(RegistryRoot::kLocalMachine, Key(), L"EDID", std::wstring(L"text")));
     EXPECT_TRUE(GetEdidData::GetLcdEdidData(path).empty());
     EXPECT_THAT(log_.Take(), ElementsAre(L"4 : EdidRegistryPath is NULL!(GetEdidData::GetEdidDataPath)",
@@ -130,9 +96,8 @@ TEST_F(PanelQuery, JudgesThePanel) {
     for (const auto& [gamut, wide] : panels) {
         Put(gamut);
         EXPECT_EQ(GetEdidData::IsSupportWideGamut(), wide);
-        const std::vector<std::wstring> lines{
-            L"3 : Current device not supports WideColorGamut!(GetEdidData::IsSupportWideGamut)"};
-        EXPECT_EQ(log_.Take(), wide ? std::vector<std::wstring>() : lines);
+        const auto* const line = L"3 : Current device not supports WideColorGamut!(GetEdidData::IsSupportWideGamut)";
+        EXPECT_EQ(log_.Take(), std::vector<std::wstring>(wide ? 0 : 1, line));
         std::vector<double> coordinates;
         ASSERT_TRUE(GetEdidData::GetColorCoordinate(coordinates));
         ASSERT_EQ(coordinates.size(), 8u);
@@ -144,14 +109,14 @@ TEST_F(PanelQuery, JudgesThePanel) {
 }
 
 TEST_F(PanelQuery, RefusesListsOfTheWrongSize) {
-    const auto edid = tandor::test::SampleEdid(tandor::kAdobeRgb);
+    const auto edid = SampleEdid(tandor::kAdobeRgb);
     std::vector<double> coordinates(7, 9);
     EXPECT_FALSE(GetEdidData::ParseCoordinateFromEdid(edid.data(), 128, coordinates));
-    EXPECT_THAT(coordinates, testing::Each(9));
+    EXPECT_THAT(coordinates, Each(9));
     coordinates.assign(8, 9);
     EXPECT_FALSE(GetEdidData::ParseCoordinateFromEdid(nullptr, 128, coordinates));
     EXPECT_FALSE(GetEdidData::ParseCoordinateFromEdid(edid.data(), 10, coordinates));
-    EXPECT_THAT(coordinates, testing::Each(9));
+    EXPECT_THAT(coordinates, Each(9));
     EXPECT_TRUE(GetEdidData::ParseCoordinateFromEdid(edid.data(), 128, coordinates));
     EXPECT_EQ(GetEdidData::CoordinateConversion({edid.begin() + 25, edid.begin() + 35}), coordinates);
     EXPECT_TRUE(GetEdidData::CoordinateConversion(std::vector<unsigned char>(9)).empty());
@@ -165,12 +130,11 @@ TEST_F(PanelQuery, RefusesListsOfTheWrongSize) {
     EXPECT_FALSE(GetEdidData::IsSupportP3Gamut(three));
     EXPECT_EQ(GetEdidData::GamutProcess(three, adobe).size(), 3u);
     EXPECT_TRUE(GetEdidData::GamutProcess(three, {}).empty());
-    EXPECT_THAT(
-        log_.Take(),
-        ElementsAre(L"4 : The input parameter for the conversion is invalid!(GetEdidData::CoordinateConversion)",
-                    L"4 : The input parameter for the gamutCoverage is invalid!(GetEdidData::GamutCoverage)",
-                    L"4 : The input parameter for the gamutCoverage is invalid!(GetEdidData::GamutCoverage)",
-                    L"4 : The input parameter for the gamutProcess is invalid!(GetEdidData::GamutProcess)"));
+    const std::wstring invalid = L"4 : The input parameter for the ";
+    const std::wstring coverage_line = invalid + L"gamutCoverage is invalid!(GetEdidData::GamutCoverage)";
+    EXPECT_THAT(log_.Take(),
+                ElementsAre(invalid + L"conversion is invalid!(GetEdidData::CoordinateConversion)", coverage_line,
+                            coverage_line, invalid + L"gamutProcess is invalid!(GetEdidData::GamutProcess)"));
     GetEdidData::GamutCoverage(adobe, adobe, coverage);
     EXPECT_NEAR(coverage.second, 1, 1e-12);
     EXPECT_TRUE(GetEdidData::IsSupportAdobeRGBGamut(adobe));

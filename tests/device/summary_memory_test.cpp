@@ -1,12 +1,12 @@
 // How much memory the JSON forms take, told by the sanitizers' allocator.
-#include <gtest/gtest.h>
 #include <sanitizer/allocator_interface.h>
 
-#include <atomic>
-
+#include "support/testing.h"
 #include "tandor/device_summary.h"
 
 namespace {
+
+using namespace tandor::test;
 
 std::atomic<bool> counting{false};
 std::atomic<std::size_t> held{0};

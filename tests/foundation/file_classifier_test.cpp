@@ -1,10 +1,9 @@
 #include "tandor/file_classifier.h"
-
-#include <gtest/gtest.h>
-
-#include <sstream>
+#include "support/testing.h"
 
 namespace {
+
+using namespace tandor::test;
 
 TEST(FileClassifier, EveryListedExtensionHasItsClass) {
     const std::pair<int, const char*> rows[] = {{0, "bmp jpeg gif psd png tiff tga eps jpg dng"},
@@ -29,21 +28,11 @@ TEST(FileClassifier, EveryListedExtensionHasItsClass) {
 }
 
 TEST(FileClassifier, EverythingElseIsOther) {
-    const std::string names[] = {"",
-                                 ".",
-                                 "name",
-                                 "name.",
-                                 "a.jpg.",
-                                 "archive.tar.gz",
-                                 "a.jpg/b",
-                                 "name.extension-that-is-long",
-                                 "name.visiox",
-                                 "a.J\xD0\x9F",
-                                 std::string("a.jpg\0", 6),
-                                 "a.12345678",
-                                 "a. jpg",
-                                 "a.@mp"};
-    for (const std::string& name : names) EXPECT_EQ(ZellFileClassifier::GetTransferFileType(name), 8) << name;
+    using namespace std::string_literals;
+    for (const std::string& name :
+         {""s, "."s, "name"s, "name."s, "a.jpg."s, "archive.tar.gz"s, "a.jpg/b"s, "name.extension-that-is-long"s,
+          "name.visiox"s, "a.J\xD0\x9F"s, "a.jpg\0"s, "a.12345678"s, "a. jpg"s, "a.@mp"s})
+        EXPECT_EQ(ZellFileClassifier::GetTransferFileType(name), 8) << name;
     EXPECT_EQ(ZellFileClassifier::GetTransferFileType(".jpg"), 0);
     EXPECT_EQ(ZellFileClassifier::GetTransferFileType("a.b.c.Mp4"), 1);
     EXPECT_EQ(ZellFileClassifier::GetTransferFileType(std::string(100000, 'x') + ".pdf"), 6);

@@ -1,25 +1,14 @@
-#include "tandor/logging.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <regex>
-#include <thread>
 
 #include "base/rotating_file.h"
-#include "base/utf.h"
-#include "support/child.h"
-#include "support/files.h"
-#include "support/host_log.h"
+#include "support/testing.h"
+#include "tandor/logging.h"
 
 namespace {
 
+using namespace tandor::test;
+
 using tandor::RotatingFile;
-using tandor::test::Child;
-using tandor::test::HostLog;
-using tandor::test::ReadAll;
-using tandor::test::TemporaryFolder;
-using testing::ElementsAre;
 
 const std::filesystem::path kLogs = L"C:\\ProgramData\\Comms\\Pelora\\log";
 
@@ -27,14 +16,6 @@ void Log(const Logger& logger, int level, const std::wstring& text) {
     std::wstringstream stream;
     stream << text;
     logger.Log(static_cast<LOG_MESSAGE_LEVEL>(level), stream);
-}
-
-std::vector<std::string> Lines(const std::string& text) {
-    std::vector<std::string> lines;
-    for (std::size_t begin = 0, end = 0; (end = text.find("\r\n", begin)) != std::string::npos; begin = end + 2) {
-        lines.push_back(text.substr(begin, end - begin));
-    }
-    return lines;
 }
 
 TEST(Logger, AnUnknownChannelSaysSoEachTimeAndWritesNothing) {
@@ -50,7 +31,7 @@ TEST(Logger, AnUnknownChannelSaysSoEachTimeAndWritesNothing) {
 
 // The lines of `file` that hold `marker`, in order.
 std::vector<std::string> MarkedLines(const std::filesystem::path& file, const std::string& marker) {
-    std::vector<std::string> lines = Lines(ReadAll(file));
+    std::vector<std::string> lines = LinesIn(ReadAll(file));
     std::erase_if(lines, [&](const std::string& line) { return line.find(marker) == std::string::npos; });
     return lines;
 }
@@ -63,11 +44,10 @@ std::string Marker(const std::string& name) {
 }
 
 TEST(Logger, EachChannelWritesItsFileFromTheDefaultLevelUp) {
-    const std::pair<const char*, const wchar_t*> channels[] = {{"KoViewMirror", L"usr\\KoViewMirror.log"},
-                                                               {"KoViewTandor", L"admin\\KoViewTandor.log"}};
     const std::string marker = Marker("level");
     const std::wstring wide(marker.begin(), marker.end());
-    for (const auto& [channel, file] : channels) {
+    for (const auto& [channel, file] :
+         {std::pair{"KoViewMirror", L"usr\\KoViewMirror.log"}, {"KoViewTandor", L"admin\\KoViewTandor.log"}}) {
         {
             const Logger logger(channel);
             const Logger second(channel);
@@ -79,14 +59,10 @@ TEST(Logger, EachChannelWritesItsFileFromTheDefaultLevelUp) {
         }
         const auto lines = MarkedLines(kLogs / file, marker);
         ASSERT_EQ(lines.size(), 2u);
-        const std::regex form(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d,\d{3}\[\d+\]\[([WE])\] - (.*))");
-        std::smatch match;
-        ASSERT_TRUE(std::regex_match(lines[0], match, form)) << lines[0];
-        EXPECT_EQ(match[1], "W");
-        EXPECT_EQ(match[2], marker + "first \xE6\x89\x8B\xF0\x9F\x93\xB1");
-        ASSERT_TRUE(std::regex_match(lines[1], match, form)) << lines[1];
-        EXPECT_EQ(match[1], "E");
-        EXPECT_EQ(match[2], marker + "second \xEF\xBF\xBD");
+        const std::string head = R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d,\d{3}\[\d+\])";
+        EXPECT_TRUE(std::regex_match(lines[0], std::regex(head + R"(\[W\] - )" + marker + "first 手📱"))) << lines[0];
+        EXPECT_TRUE(std::regex_match(lines[1], std::regex(head + R"(\[E\] - )" + marker + "second \uFFFD")))
+            << lines[1];
     }
 }
 
@@ -99,12 +75,11 @@ TEST(Logger, AFileThatCannotBeOpenedIsTriedFiveTimesAndThenNeverAgain) {
         const Logger logger("KoViewAccountCred");
         Log(logger, 4, L"lost");
     }
-    std::vector<std::wstring> expected{L"3 no find logger,start to create(`anonymous-namespace'::GetInnerLogger)"};
-    for (int i = 0; i < 5; ++i) {
-        expected.push_back(L"3 try to create logger, tryTime:" + std::to_wstring(i) +
-                           L"(`anonymous-namespace'::CreateLogger)");
-    }
-    expected.push_back(L"3 create logger failed(`anonymous-namespace'::GetInnerLogger)");
+    std::vector<std::wstring> expected = LinesFrom(L"`anonymous-namespace'::GetInnerLogger",
+                                                   {L"3 no find logger,start to create", L"3 create logger failed"});
+    for (int i = 5; i-- > 0;)
+        expected.insert(expected.begin() + 1, L"3 try to create logger, tryTime:" + std::to_wstring(i) +
+                                                  L"(`anonymous-namespace'::CreateLogger)");
     EXPECT_EQ(log.Take(), expected);
     std::filesystem::remove(kLogs / L"admin" / L"KoViewAccountCred.log");
     const Logger again("KoViewAccountCred");
@@ -115,20 +90,17 @@ TEST(Logger, AFileThatCannotBeOpenedIsTriedFiveTimesAndThenNeverAgain) {
 std::map<std::string, int> CountWriters(const std::vector<std::filesystem::path>& files, const std::string& marker) {
     std::map<std::string, int> lines;
     const std::regex form(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d,\d{3}\[\d+\]\[W\] - \w+x(\w+) (\d+) \.{150})");
-    for (const auto& file : files) {
-        for (const std::string& line : MarkedLines(file, marker)) {
-            std::smatch match;
+    std::smatch match;
+    for (const auto& file : files)
+        for (const std::string& line : MarkedLines(file, marker))
             ++lines[std::regex_match(line, match, form) ? match[1].str() : "broken"];
-        }
-    }
     return lines;
 }
 
 std::vector<std::filesystem::path> ChannelFiles(const std::filesystem::path& folder, const std::wstring& stem) {
     std::vector<std::filesystem::path> files;
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    for (const auto& entry : std::filesystem::directory_iterator(folder))
         if (entry.path().filename().wstring().starts_with(stem)) files.push_back(entry.path());
-    }
     return files;
 }
 
@@ -136,18 +108,12 @@ std::vector<std::filesystem::path> ChannelFiles(const std::filesystem::path& fol
 TEST(Logger, SeveralProcessesRotateOneChannelAndLoseNoLine) {
     const std::string marker = Marker("several");
     const std::wstring wide(marker.begin(), marker.end());
-    {
-        std::vector<Child> children;
-        for (const wchar_t* name : {L"one", L"two", L"three"}) {
-            children.emplace_back(std::wstring(L"log-lines KoViewTandor ") + wide + name + L" 4000");
-        }
-        for (Child& child : children) ASSERT_EQ(child.Wait(), 0);
-    }
+    const std::wstring command = L"log-lines KoViewTandor " + wide;
+    RunChildren({command + L"one 4000", command + L"two 4000", command + L"three 4000"});
     const auto files = ChannelFiles(kLogs / L"admin", L"KoViewTandor");
     EXPECT_GE(files.size(), 4u);
     for (const auto& file : files) EXPECT_LE(std::filesystem::file_size(file), 0x80000u) << file;
-    const std::map<std::string, int> expected{{"one", 4000}, {"two", 4000}, {"three", 4000}};
-    EXPECT_EQ(CountWriters(files, marker), expected);
+    EXPECT_EQ(CountWriters(files, marker), (std::map<std::string, int>{{"one", 4000}, {"two", 4000}, {"three", 4000}}));
 }
 
 TEST(Logger, AFileHeldOpenAtRotationLosesNothingAndTheHostLogNamesIt) {
@@ -162,14 +128,9 @@ TEST(Logger, AFileHeldOpenAtRotationLosesNothingAndTheHostLogNamesIt) {
         for (int i = 0; i < 6000; ++i)
             Log(logger, 3, wide + L"line " + std::to_wstring(i) + L" " + std::wstring(150, L'.'));
     }
-    EXPECT_THAT(ReadAll(file), testing::HasSubstr(marker + "there before"));
+    EXPECT_THAT(ReadAll(file), HasSubstr(marker + "there before"));
     EXPECT_EQ(CountWriters({file}, marker)["line"], 6000);
-    const auto messages = log.Take();
-    ASSERT_FALSE(messages.empty());
-    EXPECT_TRUE(
-        messages.front().starts_with(L"3 cannot rename C:\\ProgramData\\Comms\\Pelora\\log\\usr\\KoViewMirror.log: ") ||
-        messages.front().starts_with(L"4 cannot rename C:\\ProgramData\\Comms\\Pelora\\log\\usr\\KoViewMirror.log: "))
-        << tandor::Utf8FromWide(messages.front());
+    EXPECT_THAT(log.Take(), testing::Contains(HasSubstr(L" cannot rename " + file.native() + L": ")));
 }
 
 TEST(RotatingFile, KeepsTheNewestFilesAndDropsTheOldest) {

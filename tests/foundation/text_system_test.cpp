@@ -1,24 +1,15 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <windows.h>
-
+#include "support/testing.h"
+// Their header wants what comes before it.
 #include <objidl.h>
-
-#include <algorithm>
-#include <memory>
-using std::max;
-using std::min;
+using std::max, std::min;
 #include <gdiplus.h>
 
 #include "pelora/device_manager.h"
-#include "pelora/registry.h"
-#include "support/host_log.h"
 #include "tandor/text.h"
 
 namespace {
 
-using tandor::test::HostLog;
-using testing::ElementsAre;
+using namespace tandor::test;
 
 constexpr const wchar_t* kShareKey = L"\\SOFTWARE\\Vextro\\Pelora\\KoShare";
 
@@ -49,8 +40,7 @@ TEST(PeerVersion, IsReadFromTheStoreJudgedAndLogged) {
 }
 
 TEST(PeerVersion, OfThePairedDeviceComesFromTheRegistry) {
-    using DE::Registry;
-    const auto root = DE::RegistryRoot::kUser;
+    const auto root = RegistryRoot::kUser;
     Registry::DeleteValue(root, kShareKey, L"PairDeviceVersion");
     EXPECT_EQ(TandorUtilClass::GetKoShareRegistValue(L"PairDeviceVersion", 77), 77u);
     EXPECT_FALSE(TandorUtilClass::IsDeviceVersionMoreThanKOSM10());

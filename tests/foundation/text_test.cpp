@@ -1,13 +1,13 @@
-#include "tandor/text.h"
-
-#include <gtest/gtest.h>
-
 #include <climits>
 #include <random>
 
 #include "base/hex.h"
+#include "support/testing.h"
+#include "tandor/text.h"
 
 namespace {
+
+using namespace tandor::test;
 
 std::string Encode(const std::string& bytes) {
     return TandorUtilClass::Base64Encode(reinterpret_cast<const unsigned char*>(bytes.data()),
@@ -23,15 +23,14 @@ std::string Decode(const std::string& text) {
 }
 
 TEST(Base64, EncodesTheStandardVectorsAndDecodesWhatItEncoded) {
-    const std::pair<const char*, const char*> vectors[] = {// RFC 4648, section 10
-                                                           {"", ""},
-                                                           {"f", "Zg=="},
-                                                           {"fo", "Zm8="},
-                                                           {"foo", "Zm9v"},
-                                                           {"foob", "Zm9vYg=="},
-                                                           {"fooba", "Zm9vYmE="},
-                                                           {"foobar", "Zm9vYmFy"}};
-    for (const auto& [plain, coded] : vectors) {
+    for (const auto& [plain, coded] :  // RFC 4648, section 10
+         {std::pair{"", ""},
+          {"f", "Zg=="},
+          {"fo", "Zm8="},
+          {"foo", "Zm9v"},
+          {"foob", "Zm9vYg=="},
+          {"fooba", "Zm9vYmE="},
+          {"foobar", "Zm9vYmFy"}}) {
         EXPECT_EQ(Encode(plain), coded);
         EXPECT_EQ(Decode(coded), plain);
     }
@@ -72,18 +71,15 @@ TEST(Url, CodesAndDecodes) {
     EXPECT_EQ(TandorUtilClass::UrlEncode("a b&c"), "a+b%26c");
     EXPECT_EQ(TandorUtilClass::UrlEncode("AZaz09-_.~"), "AZaz09-_.~");
     EXPECT_EQ(TandorUtilClass::UrlEncode("\xE4\xB8\xAD/+%"), "%E4%B8%AD%2F%2B%25");
-    const std::pair<const char*, const char*> decoded[] = {
-        {"%4a", "J"},
-        {"a+b%26c", "a b&c"},
-        {"%4A%e4", "J\xE4"},
-        {"%", "%"},
-        {"ab%4", "ab%4"},
-        {"%%34",
-         "\x03"
-         "4"},
-        {"%zz", "\x53"},  // every letter counts: 35 * 16 + 35, low eight bits
-        {"%!4", "\x04"}};
-    for (const auto& [text, plain] : decoded) EXPECT_EQ(TandorUtilClass::UrlDecode(text), plain) << text;
+    for (const auto& [text, plain] :  // every letter counts as a digit: 35 * 16 + 35, low eight bits
+         {std::pair{"%4a", "J"}, {"a+b%26c", "a b&c"}, {"%4A%e4", "J\xE4"}, {"%zz", "\x53"}, {"%!4", "\x04"}})
+        EXPECT_EQ(TandorUtilClass::UrlDecode(text), plain) << text;
+    for (const auto& [text, plain] : {std::pair{"%", "%"},
+                                      {"ab%4", "ab%4"},
+                                      {"%%34",
+                                       "\3"
+                                       "4"}})
+        EXPECT_EQ(TandorUtilClass::UrlDecode(text), plain) << text;
     std::string every;
     for (int c = 0; c < 256; ++c) every += static_cast<char>(c);
     EXPECT_EQ(TandorUtilClass::UrlDecode(TandorUtilClass::UrlEncode(every)), every);
@@ -100,21 +96,17 @@ TEST(Hex, DigitsAndNumbers) {
     for (const auto& [digit, value] : wide_digits) EXPECT_EQ(TandorUtilClass::FromHex(digit), value) << digit;
 }
 
+// A term that does not fit is passed over, and the next digit takes its place.
 TEST(Hex, ReadsNumbersFromTheEndAndPassesOverWhatDoesNotFit) {
-    const std::pair<const char*, long long> cases[] = {
-        {"", 0},
-        {"ff", 255},
-        {"f-f", 255},
-        {"FF", 255},
-        {"0x10", 16},
-        {"10", 16},
-        {"xyz", 0},
-        {"7fffffffffffffff", LLONG_MAX},
-        {"8000000000000000", 0},                    // the term does not fit: passed over
-        {"18000000000000000", 0x1000000000000000},  // and the next digit takes its place
-        {"10000000000000000", 0},
-        {"f0000000000000000f", 15}};
-    for (const auto& [text, value] : cases) EXPECT_EQ(TandorUtilClass::hexToDec(text), value) << text;
+    const auto expect = [](long long value, const std::vector<const char*>& texts) {
+        for (const char* const text : texts) EXPECT_EQ(TandorUtilClass::hexToDec(text), value) << text;
+    };
+    expect(0, {"", "xyz", "8000000000000000", "10000000000000000"});
+    expect(255, {"ff", "f-f", "FF"});
+    expect(16, {"0x10", "10"});
+    expect(15, {"f0000000000000000f"});
+    expect(0x1000000000000000, {"18000000000000000"});
+    expect(LLONG_MAX, {"7fffffffffffffff"});
 }
 
 // Every length passes through the vector loop and its rest; every byte through both nibbles.
@@ -122,8 +114,7 @@ TEST(Hex, EveryByteBothCases) {
     std::string bytes;
     for (int i = 0; i < 256; ++i) bytes += static_cast<char>(i);
     for (const auto digits : {tandor::HexCase::kUpper, tandor::HexCase::kLower}) {
-        for (std::size_t length :
-             {std::size_t{0}, std::size_t{1}, std::size_t{15}, std::size_t{17}, std::size_t{256}}) {
+        for (const std::size_t length : std::initializer_list<std::size_t>{0, 1, 15, 17, 256}) {
             std::string expected;
             for (std::size_t i = 0; i < length; ++i) {
                 char two[3];
@@ -138,9 +129,8 @@ TEST(Hex, EveryByteBothCases) {
         }
     }
     unsigned char out[2];
-    EXPECT_EQ(tandor::ReadHex("41424", out), 2u);
-    EXPECT_EQ(tandor::ReadHex("4142g4", out), 2u);
-    EXPECT_EQ(tandor::ReadHex("4g", out), 0u);
+    for (const auto& [text, read] : {std::pair{"41424", 2u}, {"4142g4", 2u}, {"4g", 0u}})
+        EXPECT_EQ(tandor::ReadHex(text, out), read) << text;
 }
 
 TEST(Masking, KeepsTheEnds) {

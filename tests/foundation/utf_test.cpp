@@ -1,12 +1,10 @@
-#include <gtest/gtest.h>
-
-#include <stdexcept>
-#include <string>
-
 #include "base/utf_codec.h"
+#include "support/testing.h"
 #include "tandor/text.h"
 
 namespace {
+
+using namespace tandor::test;
 
 using namespace std::string_literals;
 
@@ -38,44 +36,39 @@ TEST(Utf, ConvertsBothWaysWhereverACharacterLies) {
 }
 
 TEST(Utf, RefusesEveryInvalidSequence) {
-    const char* const invalid[] = {
-        "\x80",
-        "\xBF",
-        "\xC3",
-        "\xC3x",
-        "\xE4\xB8",
-        "\xE4\xB8x",
-        "\xF0\x9F\x98",
-        "\xF0\x9F\x98x",  // cut or alone
-        "\xC0\xAF",
-        "\xC1\xBF",
-        "\xE0\x9F\xBF",
-        "\xF0\x8F\xBF\xBF",  // overlong
-        "\xED\xA0\x80",
-        "\xED\xBF\xBF",  // surrogates
-        "\xF4\x90\x80\x80",
-        "\xF5\x80\x80\x80",
-        "\xFF",
-        "\xFE",  // beyond the last
-    };
+    // Cut or alone; overlong; surrogates; beyond the last
+    const char* const invalid[] = {"\x80",
+                                   "\xBF",
+                                   "\xC3",
+                                   "\xC3x",
+                                   "\xE4\xB8",
+                                   "\xE4\xB8x",
+                                   "\xF0\x9F\x98",
+                                   "\xF0\x9F\x98x",
+                                   "\xC0\xAF",
+                                   "\xC1\xBF",
+                                   "\xE0\x9F\xBF",
+                                   "\xF0\x8F\xBF\xBF",
+                                   "\xED\xA0\x80",
+                                   "\xED\xBF\xBF",
+                                   "\xF4\x90\x80\x80",
+                                   "\xF5\x80\x80\x80",
+                                   "\xFF",
+                                   "\xFE"};
     for (const std::string sequence : invalid) {
         for (const std::string& text :
              {sequence, "ascii " + sequence, sequence + " ascii, long enough for the vector loop",
               std::string(3000, 'a') + sequence}) {
-            try {
-                TandorUtilClass::ConvertFromBytes(text);
-                ADD_FAILURE() << "accepted " << testing::PrintToString(text);
-            } catch (const std::range_error& error) {
-                EXPECT_STREQ(error.what(), "bad conversion");
-            }
+            EXPECT_THAT([&] { TandorUtilClass::ConvertFromBytes(text); },
+                        testing::ThrowsMessage<std::range_error>("bad conversion"))
+                << testing::PrintToString(text);
         }
     }
     EXPECT_EQ(TandorUtilClass::ConvertFromBytes(
                   "\xED\x9F\xBF\xEE\x80\x80\xF4\x8F\xBF\xBF\xF0\x90\x80\x80\xE0\xA0\x80\xC2\x80"),
               L"\uD7FF\uE000\U0010FFFF\U00010000\u0800\u0080");
-    for (const std::wstring text : {L"\xD83D", L"\xDE00", L"a\xDE00\xD83D", L"\xD83Dx"}) {
+    for (const std::wstring text : {L"\xD83D", L"\xDE00", L"a\xDE00\xD83D", L"\xD83Dx"})
         EXPECT_THROW(TandorUtilClass::ConvertFromWideBytes(text), std::range_error);
-    }
 }
 
 // The 16-bit loops as they run on Windows, wherever this test runs.

@@ -1,39 +1,24 @@
 #include "foundation/version.h"
-
-#include <gtest/gtest.h>
-
+#include "support/testing.h"
 #include "tandor/text.h"
 
 namespace {
 
+using namespace tandor::test;
+
 using tandor::VersionOrder;
 
 TEST(Version, Compares) {
-    struct Case {
-        const char* left;
-        const char* right;
-        VersionOrder order;
+    using Pairs = std::vector<std::pair<const char*, const char*>>;
+    const auto expect = [](VersionOrder order, const Pairs& pairs) {
+        for (const auto& [left, right] : pairs)
+            EXPECT_EQ(tandor::CompareVersions(left, right), order) << left << " against " << right;
     };
-    const Case cases[] = {
-        {"10.0.1", "10.0.1", VersionOrder::kEqual},
-        {"10.0.1", "10.0.2", VersionOrder::kLower},
-        {"10.1", "10.0.9", VersionOrder::kNotComparable},
-        {"10.0", "10.0.1", VersionOrder::kNotComparable},
-        {"10.0.10", "10.0.9", VersionOrder::kHigher},
-        {"a", "b", VersionOrder::kLower},
-        {"b", "a", VersionOrder::kHigher},
-        {"", "", VersionOrder::kEqual},
-        {"", "1", VersionOrder::kLower},
-        {"1.5beta", "1.5", VersionOrder::kEqual},
-        {"v2", "1", VersionOrder::kHigher},
-        {"1..2", "1.0.2", VersionOrder::kLower},
-        {"x.1", "10.1", VersionOrder::kHigher},
-        {"1.2.3", "1.2.3.", VersionOrder::kNotComparable},
-        {"99999999999999999999", "2147483647", VersionOrder::kEqual},
-        {"007", "7", VersionOrder::kEqual},
-    };
-    for (const Case& c : cases)
-        EXPECT_EQ(tandor::CompareVersions(c.left, c.right), c.order) << c.left << " against " << c.right;
+    expect(VersionOrder::kEqual,
+           {{"10.0.1", "10.0.1"}, {"", ""}, {"1.5beta", "1.5"}, {"007", "7"}, {"99999999999999999999", "2147483647"}});
+    expect(VersionOrder::kLower, {{"10.0.1", "10.0.2"}, {"a", "b"}, {"", "1"}, {"1..2", "1.0.2"}});
+    expect(VersionOrder::kHigher, {{"10.0.10", "10.0.9"}, {"b", "a"}, {"v2", "1"}, {"x.1", "10.1"}});
+    expect(VersionOrder::kNotComparable, {{"10.1", "10.0.9"}, {"10.0", "10.0.1"}, {"1.2.3", "1.2.3."}});
 }
 
 TEST(Version, SplitsAndKeepsEmptyPieces) {
@@ -46,23 +31,18 @@ TEST(Version, SplitsAndKeepsEmptyPieces) {
 }
 
 TEST(Version, Packs) {
-    const std::pair<const char*, unsigned> cases[] = {{"10.0.0.100", 0x0A000064},
-                                                      {"", 0},
-                                                      {"x.1", 1},
-                                                      {"1.256", 0x0100},
-                                                      {"1.255", 0x01FF},
-                                                      {"1.2.3.4.5", 0x02030405},
-                                                      {"1.", 0x0100},
-                                                      {"2147483647", 0xFF},
-                                                      {"2147483648", 0},
-                                                      {"4294967295.7", 7},
-                                                      {"99999999999999999999.7", 7},
-                                                      {"-1", 0},
-                                                      {"+1", 0},
-                                                      {" 1", 0},
-                                                      {"5beta", 0},
-                                                      {"12", 12}};
-    for (const auto& [text, packed] : cases) EXPECT_EQ(TandorUtilClass::CalcVersion(text), packed) << text;
+    const auto expect = [](unsigned packed, const std::vector<const char*>& texts) {
+        for (const char* const text : texts) EXPECT_EQ(TandorUtilClass::CalcVersion(text), packed) << text;
+    };
+    expect(0x0A000064, {"10.0.0.100"});
+    expect(0x02030405, {"1.2.3.4.5"});
+    expect(0x01FF, {"1.255"});
+    expect(0x0100, {"1.256", "1."});
+    expect(0xFF, {"2147483647"});
+    expect(12, {"12"});
+    expect(7, {"4294967295.7", "99999999999999999999.7"});
+    expect(1, {"x.1"});
+    expect(0, {"", "2147483648", "-1", "+1", " 1", "5beta"});
 }
 
 }  // namespace

@@ -1,14 +1,14 @@
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <string>
+#include <bit>
 
 #include "security/linear_congruential.h"
 #include "security/sha256.h"
+#include "support/testing.h"
 #include "tandor/crypto.h"
 #include "tandor/sealing.h"
 
 namespace {
+
+using namespace tandor::test;
 
 const unsigned char* Data(const std::string& text) { return reinterpret_cast<const unsigned char*>(text.data()); }
 
@@ -27,10 +27,6 @@ std::string Sha256Of(const std::string& text) {
 TEST(Sha256, AgreesWithThePublishedVectors) {
     EXPECT_EQ(Sha256Of(""), "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
     EXPECT_EQ(Sha256Of("abc"), "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
-    EXPECT_EQ(Sha256Of("abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq"),
-              "248d6a61d20638b8e5c026930c3e6039a33ce45964ff2167f6ecedd419db06c1");
-    EXPECT_EQ(Sha256Of(std::string(1'000'000, 'a')),
-              "cdc76e5c9914fb9281a1c7e284d73e67f1809a48a497200e046d39ccc7112cd0");
     // The digests of every length from 0 to 300 bytes, digested; the value is another implementation's.
     std::string digests;
     for (int size = 0; size <= 300; ++size) {
@@ -62,9 +58,10 @@ TEST(Sha256, KeepsToItsArguments) {
 TEST(DeviceRandom, AgreesNumberForNumberWithAnotherImplementation) {
     tandor::Sha256 bits_digest, floats_digest;
     const auto feed = [](tandor::Sha256& digest, unsigned value) {
-        const unsigned char bytes[] = {static_cast<unsigned char>(value >> 24), static_cast<unsigned char>(value >> 16),
-                                       static_cast<unsigned char>(value >> 8), static_cast<unsigned char>(value)};
-        digest.Update(bytes, sizeof(bytes));
+        for (const int shift : {24, 16, 8, 0}) {
+            const auto byte = static_cast<unsigned char>(value >> shift);
+            digest.Update(&byte, 1);
+        }
     };
     for (long long i = 0; i < 100; ++i) {
         const auto seed = static_cast<long long>(static_cast<unsigned long long>(i) * 0x123456789ABCDEF - 42);
@@ -78,10 +75,7 @@ TEST(DeviceRandom, AgreesNumberForNumberWithAnotherImplementation) {
         TrustDeviceRandom random;
         random.Random(seed);
         for (int draw = 0; draw < 100; ++draw) {
-            const float number = random.nextFloat();
-            unsigned pattern = 0;
-            std::memcpy(&pattern, &number, sizeof(pattern));
-            feed(floats_digest, pattern);
+            feed(floats_digest, std::bit_cast<unsigned>(random.nextFloat()));
         }
     }
     unsigned char digest[32];

@@ -1,14 +1,9 @@
-#include <gtest/gtest.h>
-
-#include "base/win_handle.h"
-#include "support/files.h"
-#include "support/host_log.h"
+#include "support/testing.h"
 #include "tandor/sealing.h"
 
 namespace {
 
-using tandor::test::TemporaryFolder;
-using tandor::test::WriteAll;
+using namespace tandor::test;
 
 std::string MemoryDigest(const std::string& content) {
     CTandorSecTools tools;
@@ -109,11 +104,9 @@ TEST(FileDigest, ThatFailsSaysWhyAndLeavesTheOutput) {
         return L"4 PathCanonicalize failed, filepath is " + path + L"(CTandorSecTools::GetSha256HashStrFromFile)";
     };
     struct Case {
-        std::wstring path;
-        std::wstring line;
+        std::wstring path, line;
         DWORD error;
     };
-    const std::wstring too_long = L"C:\\" + std::wstring(40'000, L'x');
     const Case cases[] = {
         {L"", no_path(L""), ERROR_INVALID_NAME},
         {std::wstring(L"a\0b", 3), no_path(std::wstring(L"a\0b", 3)), ERROR_INVALID_NAME},
@@ -122,15 +115,15 @@ TEST(FileDigest, ThatFailsSaysWhyAndLeavesTheOutput) {
         {locked, read_failed, ERROR_SHARING_VIOLATION},
         {L"\\\\.\\NUL", read_failed, ERROR_BAD_DEVICE},
     };
-    tandor::test::HostLog log;
+    HostLog log;
     std::string text = "untouched";
     for (const Case& c : cases) {
         EXPECT_FALSE(CTandorSecTools().GetSha256HashStrFromFile(c.path, text));
         EXPECT_EQ(::GetLastError(), c.error) << c.path.size();
         EXPECT_EQ(log.Take(), std::vector<std::wstring>{c.line});
     }
-    EXPECT_FALSE(CTandorSecTools().GetSha256HashStrFromFile(too_long, text));
-    EXPECT_EQ(log.Take().size(), 1u);
+    EXPECT_FALSE(CTandorSecTools().GetSha256HashStrFromFile(L"C:\\" + std::wstring(40'000, L'x'), text));
+    EXPECT_THAT(log.Take(), SizeIs(1));
     EXPECT_EQ(text, "untouched");
 }
 
@@ -138,7 +131,7 @@ TEST(FileDigest, StopsWhenToldTo) {
     const TemporaryFolder folder;
     const std::wstring path = (folder.path / L"large").native();
     WriteAll(path, std::string(5'000'000, 'a'));
-    tandor::test::HostLog log;
+    HostLog log;
     std::string text = "untouched";
     EXPECT_FALSE(CTandorSecTools().GetSha256HashStrFromFile(
         path, text, [](unsigned long long done, unsigned long long) { return done < 2'000'000; }));

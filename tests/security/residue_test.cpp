@@ -1,18 +1,13 @@
 // What is left in the process after sealing: no secret in memory, no handle, no memory more than before.
-#include <gtest/gtest.h>
-#include <windows.h>
-
-#include <algorithm>
 #include <array>
-#include <cstring>
-#include <thread>
-#include <vector>
 
 #include "base/hex.h"
-#include "base/win_handle.h"
+#include "support/testing.h"
 #include "tandor/sealing.h"
 
 namespace {
+
+using namespace tandor::test;
 
 constexpr unsigned char kMask = 0x5A;
 
@@ -42,27 +37,15 @@ public:
     // How often the bytes stand in the memory that this process can write to.
     [[nodiscard]] int CountInProcess() const {
         int count = 0;
-        ForEachWritableRegion([&](const unsigned char* at, std::size_t size) { count += CountIn(at, size); });
+        const auto same = [](unsigned char byte, unsigned char masked) { return (masked ^ kMask) == byte; };
+        ForEachWritableRegion([&](const unsigned char* at, std::size_t size) {
+            const unsigned char* const end = at + size;
+            while ((at = std::search(at, end, masked_.begin(), masked_.end(), same)) != end) ++count, ++at;
+        });
         return count;
     }
 
 private:
-    [[nodiscard]] int CountIn(const unsigned char* at, std::size_t size) const {
-        int count = 0;
-        const unsigned char* const end = at + size;
-        while (static_cast<std::size_t>(end - at) >= masked_.size()) {
-            at = static_cast<const unsigned char*>(
-                std::memchr(at, masked_[0] ^ kMask, static_cast<std::size_t>(end - at) - masked_.size() + 1));
-            if (at == nullptr) break;
-            count += std::equal(masked_.begin(), masked_.end(), at,
-                                [](unsigned char masked, unsigned char byte) { return (masked ^ kMask) == byte; })
-                         ? 1
-                         : 0;
-            ++at;
-        }
-        return count;
-    }
-
     std::array<unsigned char, 16> masked_{};
 };
 
@@ -136,21 +119,6 @@ TEST(Residue, NoKeyNorScheduleNorPlaintextStaysInMemory) {
     ExpectNothingLeft("the text form");
 }
 
-struct Counters {
-    int handles = 0;
-    std::size_t bytes = 0;  // of memory that can be written to
-
-    static Counters Now() {
-        Counters counters;
-        for (std::uintptr_t value = 4; value < 16'384; value += 4) {
-            DWORD flags = 0;
-            counters.handles += ::GetHandleInformation(reinterpret_cast<HANDLE>(value), &flags) != 0 ? 1 : 0;
-        }
-        ForEachWritableRegion([&](const unsigned char*, std::size_t size) { counters.bytes += size; });
-        return counters;
-    }
-};
-
 // Seals, opens and fails to open `count` messages.
 void SealAndOpen(int count) {
     SecurityEncryptUtil util;
@@ -165,32 +133,27 @@ void SealAndOpen(int count) {
 }
 
 void SealInThreads(int count) {
-    for (int i = 0; i < count; ++i) {
-        std::thread thread(SealAndOpen, 4);
-        thread.join();
-    }
+    for (int i = 0; i < count; ++i) std::thread(SealAndOpen, 4).join();
 }
 
 TEST(Residue, AMillionSealsLeaveNoHandleAndNoMemory) {
     SealAndOpen(1000);
     SealInThreads(50);
-    Counters before = Counters::Now();
+    std::size_t handles = HandlesOfThisProcess(), bytes = PrivateBytesOfThisProcess();
     SealAndOpen(1'000'000);
-    Counters after = Counters::Now();
-    EXPECT_EQ(after.handles, before.handles);
-    EXPECT_LT(after.bytes, before.bytes + 500'000);  // half a byte a message
+    EXPECT_EQ(HandlesOfThisProcess(), handles);
+    EXPECT_LT(PrivateBytesOfThisProcess(), bytes + 500'000);  // half a byte a message
+    handles = HandlesOfThisProcess(), bytes = PrivateBytesOfThisProcess();
     {
         const std::vector<char> planted(3'000'000, 'x');
-        EXPECT_GT(Counters::Now().bytes, after.bytes + 2'000'000);  // the counters see what is there
+        EXPECT_GT(PrivateBytesOfThisProcess(), bytes + 2'000'000);  // the counters see what is there
         const tandor::KernelHandle event(::CreateEventW(nullptr, FALSE, FALSE, nullptr));
-        EXPECT_EQ(Counters::Now().handles, after.handles + 1);
+        EXPECT_EQ(HandlesOfThisProcess(), handles + 1);
         EXPECT_EQ(planted.back(), 'x');
     }
-    before = Counters::Now();
     SealInThreads(2000);
-    after = Counters::Now();
-    EXPECT_LE(after.handles, before.handles + 2);
-    EXPECT_LT(after.bytes, before.bytes + 400'000);  // 200 bytes a thread
+    EXPECT_LE(HandlesOfThisProcess(), handles + 2);
+    EXPECT_LT(PrivateBytesOfThisProcess(), bytes + 400'000);  // 200 bytes a thread
 }
 
 }  // namespace

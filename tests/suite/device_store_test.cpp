@@ -1,23 +1,15 @@
-#include "suite/device/device_store.h"
-
-#include <gtest/gtest.h>
 #include <sqlite3.h>
 
-#include <thread>
-
-#include "base/utf.h"
 #include "pelora/device_manager.h"
-#include "support/child.h"
-#include "support/files.h"
+#include "suite/device/device_store.h"
+#include "support/testing.h"
 
 namespace {
 
+using namespace tandor::test;
+
 using pelora::Collection;
 using pelora::DeviceStore;
-using tandor::test::Child;
-using tandor::test::ReadAll;
-using tandor::test::TemporaryFolder;
-using tandor::test::WriteAll;
 
 class DeviceStoreTest : public testing::Test {
 protected:
@@ -58,18 +50,13 @@ TEST_F(DeviceStoreTest, KeepsEveryMemberAndListsByName) {
     std::vector<BluetoothDeviceSummary> records(9);
     ASSERT_EQ(store->List(Collection::kBound, records), 0);
     ASSERT_EQ(records.size(), 2u);
-    EXPECT_EQ(records[0].DeviceId, "a");
-    EXPECT_EQ(records[0].ShareType, 1);
-    EXPECT_EQ(records[1].DeviceId, "b");
-    EXPECT_EQ(records[1].DevType, record.DevType);
-    EXPECT_EQ(records[1].Summary, record.Summary);
-    EXPECT_EQ(records[1].ShareType, 5);
-    EXPECT_FALSE(records[1].IsReverseChannel);
-    EXPECT_EQ(records[1].LastSeenTime, record.LastSeenTime);
-    EXPECT_EQ(records[1].DevSubType, -7);
-    EXPECT_EQ(records[1].PairedTimeCycle, record.PairedTimeCycle);
-    EXPECT_EQ(records[1].IsSupportCoreLane, 255);
-    EXPECT_EQ(records[1].ExtInfo, "last");
+    const auto members = [](const BluetoothDeviceSummary& of) {
+        return std::tuple(of.DevType, of.Summary, of.ShareType, of.IsReverseChannel, of.LastSeenTime, of.DevSubType,
+                          of.PairedTimeCycle, of.IsSupportCoreLane, of.ExtInfo);
+    };
+    EXPECT_EQ(members(records[0]), members({}));
+    EXPECT_EQ(members(records[1]), members(record));
+    EXPECT_EQ(records[0].DeviceId + records[1].DeviceId, "ab");
     EXPECT_TRUE(told_.empty());
 }
 
@@ -99,18 +86,13 @@ TEST_F(DeviceStoreTest, ADamagedStoreIsSetAsideAndANewOneBegun) {
 TEST_F(DeviceStoreTest, OnlyTheDamagedFileIsSetAside) {
     std::filesystem::create_directories(file_.parent_path());
     WriteAll(file_, std::string(5000, 'x'));
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([this, i] {
-            DeviceStore store(file_, [](const std::string&) {});
-            const std::string name = "device " + std::to_string(i);
-            for (int attempt = 0; attempt < 100; ++attempt) {
-                if (store.SetRecord(Collection::kPresent, name, {}) == DM::DEVICE_OK) return;
-            }
-            ADD_FAILURE() << name << " was never stored";
-        });
-    }
-    for (auto& thread : threads) thread.join();
+    InThreads(4, [this](int i) {
+        DeviceStore store(file_, [](const std::string&) {});
+        const std::string name = "device " + std::to_string(i);
+        for (int attempt = 0; attempt < 100; ++attempt)
+            if (store.SetRecord(Collection::kPresent, name, {}) == DM::DEVICE_OK) return;
+        ADD_FAILURE() << name << " was never stored";
+    });
     EXPECT_EQ(SetAside().size(), 1u);
     std::vector<BluetoothDeviceSummary> records;
     ASSERT_EQ(Open()->List(Collection::kPresent, records), 0);
@@ -143,28 +125,17 @@ TEST_F(DeviceStoreTest, AStoreOfALaterVersionIsLeftAlone) {
 }
 
 TEST_F(DeviceStoreTest, FourProcessesWriteAtOnceAndNoneFails) {
-    constexpr int kEach = 2500;
     ASSERT_EQ(Open()->SetRecord(Collection::kPresent, "shared", {}), 0);
-    {
-        std::vector<Child> children;
-        for (const wchar_t* const prefix : {L"a", L"b", L"c", L"d"}) {
-            children.emplace_back(L"store-attributes \"" + file_.wstring() + L"\" shared " + prefix + L" " +
-                                  std::to_wstring(kEach));
-        }
-        for (Child& child : children) EXPECT_EQ(child.Wait(), 0);
-    }
+    const std::wstring command = L"store-attributes \"" + file_.wstring() + L"\" shared ";
+    RunChildren({command + L"a 2500", command + L"b 2500", command + L"c 2500", command + L"d 2500"});
     const auto store = Open();
-    int present = 0;
-    for (const char* const prefix : {"a", "b", "c", "d"}) {
-        for (int number = 0; number < kEach; ++number) {
+    for (const std::string prefix : {"a", "b", "c", "d"}) {
+        for (int number = 0; number < 2500; ++number) {
             std::string text;
-            const std::string expected = std::to_string(number);
-            if (store->GetText(Collection::kPresent, "shared", prefix + expected, text) == 0 && text == expected) {
-                ++present;
-            }
+            ASSERT_EQ(store->GetText(Collection::kPresent, "shared", prefix + std::to_string(number), text), 0);
+            ASSERT_EQ(text, std::to_string(number));
         }
     }
-    EXPECT_EQ(present, 4 * kEach);
 }
 
 // tools/kill_loop.sh does this a thousand times, with the system's own signal.

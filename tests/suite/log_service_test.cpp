@@ -1,22 +1,12 @@
-#include "pelora/log_service.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <regex>
 
 #include "pelora/file_info.h"
-#include "pelora/registry.h"
-#include "support/child.h"
-#include "support/files.h"
-#include "support/host_log.h"
+#include "pelora/log_service.h"
+#include "support/testing.h"
 
 namespace {
 
-using tandor::test::Child;
-using tandor::test::ReadAll;
-using tandor::test::TemporaryFolder;
-using testing::ElementsAre;
+using namespace tandor::test;
 
 void Log(int level, const std::wstring& text) {
     std::wstringstream message;
@@ -24,22 +14,6 @@ void Log(int level, const std::wstring& text) {
     VxLogger::GetInstance().Log(static_cast<LOG_MESSAGE_LEVEL>(level), message);
     EXPECT_EQ(message.str(), text);
 }
-
-// Sets the machine's common directory for processes that start from now on.
-class CommonDirectory {
-public:
-    explicit CommonDirectory(const std::filesystem::path& path) {
-        EXPECT_TRUE(DE::Registry::SetValue(kRoot, kKey, kName, path.wstring()));
-    }
-    ~CommonDirectory() { DE::Registry::DeleteValue(kRoot, kKey, kName); }
-    CommonDirectory(const CommonDirectory&) = delete;
-    CommonDirectory& operator=(const CommonDirectory&) = delete;
-
-private:
-    static constexpr auto kRoot = DE::RegistryRoot::kLocalMachine;
-    static constexpr const wchar_t* kKey = L"SOFTWARE\\Vextro\\Pelora";
-    static constexpr const wchar_t* kName = L"CommonDirectory";
-};
 
 std::vector<std::filesystem::path> HostLogs(const std::filesystem::path& common) {
     std::vector<std::filesystem::path> files;
@@ -51,7 +25,7 @@ std::vector<std::filesystem::path> HostLogs(const std::filesystem::path& common)
 
 TEST(HostLog, ARecordIsOneLineInTheProcessesOwnFileAtOnce) {
     const TemporaryFolder folder;
-    const CommonDirectory common(folder.path);
+    const MachineText common(kSuiteKey, L"CommonDirectory", folder.path.wstring());
     Child child(L"host-log \"two\nlines \u624b\" 1");
     ASSERT_EQ(child.Wait(), 0);
     const auto files = HostLogs(folder.path);
@@ -63,11 +37,11 @@ TEST(HostLog, ARecordIsOneLineInTheProcessesOwnFileAtOnce) {
 
 TEST(HostLog, StaysBoundedAndKeepsTheFilesOf64Processes) {
     const TemporaryFolder folder;
-    const CommonDirectory common(folder.path);
+    const MachineText common(kSuiteKey, L"CommonDirectory", folder.path.wstring());
     std::filesystem::create_directories(folder.path / L"log" / L"host");
     for (int i = 0; i < 80; ++i) {
         const auto old = folder.path / L"log" / L"host" / (L"old-" + std::to_wstring(i) + L".log");
-        tandor::test::WriteAll(old, "old");
+        WriteAll(old, "old");
         std::filesystem::last_write_time(old,
                                          std::filesystem::file_time_type::clock::now() - std::chrono::hours(100 - i));
     }
@@ -85,9 +59,8 @@ TEST(HostLog, StaysBoundedAndKeepsTheFilesOf64Processes) {
         EXPECT_TRUE(std::filesystem::exists(folder.path / L"log" / L"host" / name)) << name;
     }
     std::uintmax_t size = 0;
-    for (const auto& file : HostLogs(folder.path)) {
+    for (const auto& file : HostLogs(folder.path))
         if (file.filename().wstring().starts_with(L"test_child-")) size += std::filesystem::file_size(file);
-    }
     EXPECT_GT(size, 2u << 20);
     EXPECT_LE(size, 4u << 20);
 }

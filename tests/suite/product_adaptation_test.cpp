@@ -1,15 +1,11 @@
-#include <gtest/gtest.h>
-
 #include "pelora/device_info.h"
 #include "pelora/ie_proxy_helper.h"
-#include "pelora/registry.h"
 #include "support/https_world.h"
-#include "support/machine_value.h"
+#include "support/testing.h"
 
 namespace {
 
-using tandor::test::HttpsWorld;
-using tandor::test::MachineValue;
+using namespace tandor::test;
 
 TEST(IEProxyHelper, FindsTheProxyForHttpsInAList) {
     const std::pair<const wchar_t*, const wchar_t*> cases[] = {
@@ -41,29 +37,14 @@ TEST(IEProxyHelper, ReadsTheUsersSettingsAnew) {
 
 TEST(DeviceInfo, ComesFromTheMachine) {
     std::wstring machine;
-    DE::Registry::GetValue(DE::RegistryRoot::kLocalMachine, L"SOFTWARE\\Microsoft\\Cryptography", L"MachineGuid",
-                           machine);
+    Registry::GetValue(RegistryRoot::kLocalMachine, L"SOFTWARE\\Microsoft\\Cryptography", L"MachineGuid", machine);
     {
-        const MachineValue none(L"SOFTWARE\\Vextro\\Pelora", L"DeviceId", L" ");
+        const MachineText none(kSuiteKey, L"DeviceId", L" ");
         EXPECT_EQ(DeviceInfo::GetDeviceId(), std::string(machine.begin(), machine.end()));
         EXPECT_GE(machine.size(), 32U);
     }
-    const MachineValue own(L"SOFTWARE\\Vextro\\Pelora", L"DeviceId", L" 设备-7 ");
+    const MachineText own(kSuiteKey, L"DeviceId", L" 设备-7 ");
     EXPECT_EQ(DeviceInfo::GetDeviceId(), "设备-7");
-}
-
-TEST(DeviceType, HasANameOrSaysSo) {
-    constexpr const wchar_t* kBios = L"HARDWARE\\DESCRIPTION\\System\\BIOS";
-    std::string name = "before";
-    const MachineValue product(kBios, L"SystemProductName", L"Default string"), board(kBios, L"BaseBoardProduct", L"");
-    {
-        const MachineValue none(L"SOFTWARE\\Vextro\\Pelora", L"DeviceType", L"");
-        EXPECT_NE(DeviceType::GetInstance().GetProductName(name), 0);
-        EXPECT_EQ(name, "before");
-    }
-    const MachineValue own(L"SOFTWARE\\Vextro\\Pelora", L"DeviceType", L"Modell Ü");
-    EXPECT_EQ(DeviceType::GetInstance().GetProductName(name), 0);
-    EXPECT_EQ(name, "Modell Ü");
 }
 
 }  // namespace

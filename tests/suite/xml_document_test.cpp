@@ -1,8 +1,9 @@
 #include "pelora/xml.h"
-
-#include <gtest/gtest.h>
+#include "support/testing.h"
 
 namespace {
+
+using namespace tandor::test;
 
 using Failure = VxXMLDocument::Failure;
 
@@ -38,9 +39,17 @@ TEST(XmlDocument, RefusesWhatIsNotXmlAndStaysUsable) {
     std::string closed = nested;
     for (int i = 0; i < 100'000; ++i) closed += "</a>";
     VxXMLDocument document;
-    for (const std::string& text : {std::string(), std::string(" \n "), std::string("text"), std::string("<a>"),
-                                    std::string("<a></b>"), std::string("<!-- only -->"), std::string("<a/>\0<b/>", 9),
-                                    std::string("\xFF\xFE<\0a\0", 6), nested, closed}) {
+    const std::string bad[] = {"",
+                               " \n ",
+                               "text",
+                               "<a>",
+                               "<a></b>",
+                               "<!-- only -->",
+                               std::string("<a/>\0<b/>", 9),
+                               std::string("\xFF\xFE<\0a\0", 6),
+                               nested,
+                               closed};
+    for (const std::string& text : bad) {
         EXPECT_FALSE(document.Parse(text)) << text.substr(0, 20);
         EXPECT_EQ(document.LastFailure(), Failure::kMalformed);
         EXPECT_FALSE(document.ErrorText().empty());

@@ -23,28 +23,25 @@ namespace {
 
 using tandor::test::Arguments;
 
-void SignalReady(const std::wstring& name) {
-    const tandor::KernelHandle event(::OpenEventW(EVENT_MODIFY_STATE, FALSE, name.c_str()));
+// Says that the child is ready, and stays.
+int Stay(const std::wstring& ready) {
+    const tandor::KernelHandle event(::OpenEventW(EVENT_MODIFY_STATE, FALSE, ready.c_str()));
     if (event) ::SetEvent(event.Get());
+    ::Sleep(INFINITE);
+    return 0;
 }
 
 // hold-file PATH READY: opens the file as a viewer that shares nothing but reading, and stays.
 int HoldFile(const Arguments& arguments) {
     const tandor::FileHandle file(::CreateFileW(
         arguments.at(0).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr));
-    if (!file) return 1;
-    SignalReady(arguments.at(1));
-    ::Sleep(INFINITE);
-    return 0;
+    return file ? Stay(arguments.at(1)) : 1;
 }
 
 // announce NAME_A NAME_B READY: announces itself as started, and stays.
 int Announce(const Arguments& arguments) {
     TdProcessStatePresenter presenter(arguments.at(0), arguments.at(1));
-    if (!presenter.Init() || !presenter.Start()) return 1;
-    SignalReady(arguments.at(2));
-    ::Sleep(INFINITE);
-    return 0;
+    return presenter.Init() && presenter.Start() ? Stay(arguments.at(2)) : 1;
 }
 
 // hold-handles FILE FOLDER PIPE READY: holds a file, a folder, a named pipe on which it waits, and an event; stays.
@@ -58,10 +55,9 @@ int HoldHandles(const Arguments& arguments) {
                                                      PIPE_TYPE_BYTE | PIPE_WAIT, 1, 4096, 4096, 0, nullptr));
     const tandor::KernelHandle event(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
     if (!file || !folder || !pipe || !event) return 1;
-    SignalReady(arguments.at(3));
-    ::ConnectNamedPipe(pipe.Get(), nullptr);  // a synchronous wait: questions about this handle would wait too
-    ::Sleep(INFINITE);
-    return 0;
+    // A synchronous wait: questions about this handle would wait too.
+    std::thread([&] { ::ConnectNamedPipe(pipe.Get(), nullptr); }).detach();
+    return Stay(arguments.at(3));
 }
 
 // log-lines CHANNEL NAME COUNT: writes "NAME <number>" COUNT times, with padding, to the channel.

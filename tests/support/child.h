@@ -1,10 +1,12 @@
 // A second process for tests: test_child.exe with a role and its arguments.
 #pragma once
 
+#include <gtest/gtest.h>
 #include <windows.h>
 
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "base/win_error.h"
 #include "base/win_process.h"
@@ -43,5 +45,11 @@ public:
 private:
     StartedProcess process_;
 };
+
+// Runs several at once and expects each to end with 0.
+inline void RunChildren(const std::vector<std::wstring>& commands) {
+    std::vector<Child> children(commands.begin(), commands.end());
+    for (Child& child : children) EXPECT_EQ(child.Wait(), 0);
+}
 
 }  // namespace tandor::test

@@ -21,11 +21,6 @@ INT_PTR WINAPI Fail() {  // whatever the function takes and returns
     return 0;
 }
 
-UINT WINAPI LongDirectory(LPWSTR path, UINT size) {
-    std::fill_n(path, size - 1, L'x')[0] = L'\0';
-    return size - 1;
-}
-
 FARPROC WINAPI LookUp(HMODULE module, LPCSTR name) {
     if (name == missing) return reinterpret_cast<FARPROC>(Fail());
     return std::strcmp(name, "DiUninstallDriverW") == 0 ? &Fail : ::GetProcAddress(module, name);
@@ -38,7 +33,7 @@ int ConsoleWithout(const Arguments& arguments) {
     missing = Utf8FromWide(arguments.at(0));
     std::unique_ptr<ImportPatch> patch;
     if (missing == "long-directory")
-        patch = std::make_unique<ImportPatch>(library, "GetSystemDirectoryW", &LongDirectory);
+        patch = std::make_unique<ImportPatch>(library, "GetSystemDirectoryW", &LongSystemDirectory);
     else if (missing == "GetSystemDirectoryW" || missing == "LoadLibraryExW")
         patch = std::make_unique<ImportPatch>(library, missing.c_str(), &Fail);
     else

@@ -1,31 +1,52 @@
 // COM classes that the tests serve in place of the system's, by the manifest of windows_tests.exe.
 #pragma once
 
+#include <gtest/gtest.h>
 #include <windows.h>
 
 #include <objbase.h>
 
 #include <atomic>
 #include <functional>
+#include <memory>
+#include <optional>
+#include <thread>
+
+#include "tandor/uncopyable.h"
 
 namespace tandor::test {
 
 // While it lives, objects of the class come from `create`, on every thread and in every apartment of this program.
 // Without one the class is not available. `create` hands out a reference to the interface asked for. Throws when the
 // program does not serve the class: the system's own would answer then, and tests would fail far from the cause.
-class ComDouble {
+class ComDouble : UnCopyable {
 public:
     using Create = std::function<HRESULT(REFIID iid, void** object)>;
 
     ComDouble(REFCLSID clsid, Create create);
     ~ComDouble();
-    ComDouble(const ComDouble&) = delete;
-    ComDouble& operator=(const ComDouble&) = delete;
 
 private:
     void Register(Create create) const;
     CLSID clsid_;
 };
+
+// Does `work` on a thread that has entered no apartment, the one of many threads, and one of its own, and expects each
+// thread to be left as it was: entering once more says S_OK where there was none, S_FALSE in the same one.
+template <class Work>
+void InEachApartment(const Work& work) {
+    const std::pair<std::optional<DWORD>, HRESULT> apartments[] = {
+        {std::nullopt, S_OK}, {COINIT_MULTITHREADED, S_FALSE}, {COINIT_APARTMENTTHREADED, S_FALSE}};
+    for (const auto& [before, left] : apartments) {
+        std::thread([&work, before = before, left = left] {
+            EXPECT_TRUE(!before || ::CoInitializeEx(nullptr, *before) == S_OK);
+            work();
+            EXPECT_EQ(::CoInitializeEx(nullptr, before.value_or(COINIT_MULTITHREADED)), left);
+            ::CoUninitialize();
+            if (before) ::CoUninitialize();
+        }).join();
+    }
+}
 
 // Makes the base `Interfaces` (COM interfaces, or classes derived from one each) an object: reference count,
 // QueryInterface. Live() counts the objects of one kind, so that a test sees what was not released.
@@ -62,6 +83,27 @@ private:
     }
     LONG references_ = 1;
 };
+
+// An object that acts by a script, which it shares with the test.
+template <class Script, class... Interfaces>
+class Scripted : public ComObject<Interfaces...> {
+public:
+    explicit Scripted(std::shared_ptr<Script> script) : script_(std::move(script)) {}
+
+protected:
+    std::shared_ptr<Script> script_;
+};
+
+// For a class of which each object is made with `script`.
+template <class Object, class Script>
+ComDouble::Create Creating(std::shared_ptr<Script> script) {
+    return [script](REFIID iid, void** object) {
+        auto* const made = new Object(script);
+        const HRESULT status = made->QueryInterface(iid, object);
+        made->Release();
+        return status;
+    };
+}
 
 // The base for an interface that answers QueryInterface under its own identifier.
 template <class Interface>

@@ -44,9 +44,8 @@ inline Bytes SampleEdid(const Gamut& gamut) {
     std::copy(timing.begin(), timing.end(), edid.begin() + 54);
     const auto put_text = [&](std::size_t offset, std::uint8_t tag, std::string_view text) {
         edid[offset + 3] = tag;
-        for (std::size_t i = 0; i < 13; ++i) {
+        for (std::size_t i = 0; i < 13; ++i)
             edid[offset + 5 + i] = i < text.size() ? static_cast<std::uint8_t>(text[i]) : i == text.size() ? '\n' : ' ';
-        }
     };
     put_text(72, 0xFC, "Pad Screen 14");
     put_text(90, 0xFF, "SN-7");

@@ -8,6 +8,8 @@
 #include <iterator>
 #include <string>
 
+#include "tandor/uncopyable.h"
+
 namespace tandor::test {
 
 inline std::string ReadAll(const std::filesystem::path& path) {
@@ -20,7 +22,7 @@ inline void WriteAll(const std::filesystem::path& path, std::string_view text) {
 }
 
 // A folder of its own, with a name that is not ASCII, gone at the end.
-class TemporaryFolder {
+class TemporaryFolder : UnCopyable {
 public:
     TemporaryFolder() {
         static int number = 0;
@@ -32,8 +34,6 @@ public:
         std::error_code ignored;
         std::filesystem::remove_all(path, ignored);
     }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
     std::filesystem::path path;
 };

@@ -12,7 +12,6 @@ namespace tandor::test {
 namespace {
 
 using Script = FirewallDouble::Script;
-using SharedScript = std::shared_ptr<Script>;
 
 std::wstring Visible(std::wstring_view text) { return std::wstring(text.substr(0, text.find(L'\0'))); }
 std::wstring Whole(BSTR text) { return {text, ::SysStringLen(text)}; }
@@ -47,10 +46,10 @@ public:
     HRESULT STDMETHODCALLTYPE put_##name(type value) override { return Put(L"" #name, value); }
 #define TANDOR_UNUSED(name, ...) TANDOR_NOT_ASKED(name, __VA_ARGS__)
 
-class RuleObject final : public ComObject<DispatchStub<INetFwRule>> {
+class RuleObject final : public Scripted<Script, DispatchStub<INetFwRule>> {
 public:
-    explicit RuleObject(SharedScript script, FirewallDouble::Rule data = {})
-        : script_(std::move(script)), data_(std::move(data)) {}
+    explicit RuleObject(std::shared_ptr<Script> script, FirewallDouble::Rule data = {})
+        : Scripted(std::move(script)), data_(std::move(data)) {}
     [[nodiscard]] const FirewallDouble::Rule& Data() const { return data_; }
 
     TANDOR_PROPERTY(Name, BSTR)
@@ -98,14 +97,13 @@ private:
         return Answer(*script_, L"put_" + property, std::to_wstring(static_cast<long>(value)));
     }
 
-    SharedScript script_;
     FirewallDouble::Rule data_;
 };
 
 // Walks the rules as they are at the moment of each step, so that a removal during the walk makes it pass over one.
-class Entries final : public ComObject<Answering<IEnumVARIANT>> {
+class Entries final : public Scripted<Script, Answering<IEnumVARIANT>> {
 public:
-    explicit Entries(SharedScript script) : script_(std::move(script)) {}
+    using Scripted::Scripted;
     HRESULT STDMETHODCALLTYPE Next(ULONG, VARIANT* entry, ULONG* count) override {
         *count = 0;
         if (script_->on_entry) script_->on_entry();
@@ -127,13 +125,12 @@ public:
     TANDOR_UNUSED(Clone, IEnumVARIANT**)
 
 private:
-    SharedScript script_;
     std::size_t at_ = 0;
 };
 
-class Rules final : public ComObject<DispatchStub<INetFwRules>> {
+class Rules final : public Scripted<Script, DispatchStub<INetFwRules>> {
 public:
-    explicit Rules(SharedScript script) : script_(std::move(script)) {}
+    using Scripted::Scripted;
     TANDOR_UNUSED(get_Count, LONG*)
     HRESULT STDMETHODCALLTYPE Add(INetFwRule* rule) override {
         const HRESULT status = Answer(*script_, L"Add");
@@ -166,14 +163,11 @@ public:
         }
         return S_OK;
     }
-
-private:
-    SharedScript script_;
 };
 
-class Policy final : public ComObject<DispatchStub<INetFwPolicy2>> {
+class Policy final : public Scripted<Script, DispatchStub<INetFwPolicy2>> {
 public:
-    explicit Policy(SharedScript script) : script_(std::move(script)) {}
+    using Scripted::Scripted;
     HRESULT STDMETHODCALLTYPE get_Rules(INetFwRules** rules) override {
         *rules = nullptr;
         const HRESULT status = Answer(*script_, L"get_Rules");
@@ -207,30 +201,24 @@ public:
     TANDOR_UNUSED(get_DefaultOutboundAction, NET_FW_PROFILE_TYPE2, NET_FW_ACTION*)
     TANDOR_UNUSED(put_DefaultOutboundAction, NET_FW_PROFILE_TYPE2, NET_FW_ACTION)
     TANDOR_UNUSED(get_LocalPolicyModifyState, NET_FW_MODIFY_STATE*)
-
-private:
-    SharedScript script_;
 };
 
 #undef TANDOR_PROPERTY
 #undef TANDOR_UNUSED
 
 template <class Object>
-ComDouble::Create Creating(const SharedScript& script, const std::wstring& call) {
+ComDouble::Create FailingOrCreating(const std::shared_ptr<Script>& script, const std::wstring& call) {
     return [script, call](REFIID iid, void** object) {
-        if (const auto failing = script->failing.find(call); failing != script->failing.end()) return failing->second;
-        auto* const made = new Object(script);
-        const HRESULT status = made->QueryInterface(iid, object);
-        made->Release();
-        return status;
+        const auto failing = script->failing.find(call);
+        return failing != script->failing.end() ? failing->second : Creating<Object>(script)(iid, object);
     };
 }
 
 }  // namespace
 
 FirewallDouble::FirewallDouble()
-    : policies_(std::make_unique<ComDouble>(__uuidof(NetFwPolicy2), Creating<Policy>(script_, L"policy"))),
-      rules_(std::make_unique<ComDouble>(__uuidof(NetFwRule), Creating<RuleObject>(script_, L"rule"))) {}
+    : policies_(std::make_unique<ComDouble>(__uuidof(NetFwPolicy2), FailingOrCreating<Policy>(script_, L"policy"))),
+      rules_(std::make_unique<ComDouble>(__uuidof(NetFwRule), FailingOrCreating<RuleObject>(script_, L"rule"))) {}
 
 FirewallDouble::~FirewallDouble() = default;
 

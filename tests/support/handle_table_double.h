@@ -34,9 +34,8 @@ private:
         std::uint32_t count = 0;
         std::memcpy(&count, buffer, sizeof(count));
         auto* type = static_cast<std::uint8_t*>(buffer) + 8 + 4;
-        for (std::uint32_t i = 0; i < count; ++i, type += 24) {
+        for (std::uint32_t i = 0; i < count; ++i, type += 24)
             if (*type == 17) *type = 36;
-        }
         return status;
     }
 

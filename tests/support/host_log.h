@@ -6,10 +6,11 @@
 #include <vector>
 
 #include "pelora/log_service.h"
+#include "tandor/uncopyable.h"
 
 namespace tandor::test {
 
-class HostLog {
+class HostLog : UnCopyable {
 public:
     HostLog()
         : subscription_(VxLogger::GetInstance().Subscribe([this](LOG_MESSAGE_LEVEL level, std::wstring_view message) {
@@ -17,8 +18,6 @@ public:
               lines_.push_back(std::to_wstring(level) + L" " + std::wstring(message));
           })) {}
     ~HostLog() { VxLogger::GetInstance().Unsubscribe(subscription_); }
-    HostLog(const HostLog&) = delete;
-    HostLog& operator=(const HostLog&) = delete;
 
     // The messages since construction or the last call, each as "<level> <text>".
     std::vector<std::wstring> Take() {
@@ -31,5 +30,11 @@ private:
     std::vector<std::wstring> lines_;
     std::uint64_t subscription_;
 };
+
+// The lines that one function leaves: its name stands behind each text.
+inline std::vector<std::wstring> LinesFrom(const std::wstring& function, std::vector<std::wstring> texts) {
+    for (std::wstring& text : texts) text += L"(" + function + L")";
+    return texts;
+}
 
 }  // namespace tandor::test

@@ -11,6 +11,7 @@
 #include "pelora/registry.h"
 #include "support/certificates.h"
 #include "support/files.h"
+#include "tandor/uncopyable.h"
 
 namespace tandor::test {
 
@@ -22,7 +23,7 @@ inline std::filesystem::path ProgramFolder() {
 
 // For as long as it lives, the bundle beside the program holds one authority of our own, and there is no proxy, neither
 // of the system nor in the environment. Then everything is as before.
-class HttpsWorld {
+class HttpsWorld : UnCopyable {
 public:
     HttpsWorld() : authority(MakeAuthority("Authority of the tests, Prüfstelle")) {
         std::filesystem::create_directories(bundle.parent_path());
@@ -30,9 +31,8 @@ public:
         DE::Registry::GetValue(DE::RegistryRoot::kCurrentUser, kKey, kValue, proxy_before_);
         WriteAll(bundle, Pem(authority));
         SetSystemProxy("");
-        for (const char* name : {"http_proxy", "https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY"}) {
+        for (const char* name : {"http_proxy", "https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY"})
             ::SetEnvironmentVariableA(name, nullptr);
-        }
     }
     ~HttpsWorld() {
         std::error_code ignored;
@@ -41,8 +41,6 @@ public:
         proxy_before_.empty() ? DE::Registry::DeleteValue(DE::RegistryRoot::kCurrentUser, kKey, kValue)
                               : DE::Registry::SetValue(DE::RegistryRoot::kCurrentUser, kKey, kValue, proxy_before_);
     }
-    HttpsWorld(const HttpsWorld&) = delete;
-    HttpsWorld& operator=(const HttpsWorld&) = delete;
 
     // The user's settings as the system keeps them: a counter, flags (2: use the list), and three texts with lengths.
     static void SetSystemProxy(const std::string& list, bool used = true) {

@@ -4,13 +4,16 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <cstring>
 #include <stdexcept>
 #include <string>
 
+#include "tandor/uncopyable.h"
+
 namespace tandor::test {
 
-class ImportPatch {
+class ImportPatch : UnCopyable {
 public:
     // `module` is the module whose calls are redirected, as L"TandorUtil.dll". Throws if it does not import `name`.
     // Functions of delay-loaded system DLLs are not found.
@@ -19,8 +22,6 @@ public:
         original_ = Write(slot_, reinterpret_cast<void*>(replacement));
     }
     ~ImportPatch() { Write(slot_, original_); }
-    ImportPatch(const ImportPatch&) = delete;
-    ImportPatch& operator=(const ImportPatch&) = delete;
 
 private:
     template <class Structure>
@@ -58,5 +59,15 @@ private:
     void** slot_;
     void* original_ = nullptr;
 };
+
+// For GetSystemDirectoryW: a system that does not know its directory, and one whose path fills all of the buffer.
+inline UINT WINAPI NoSystemDirectory(LPWSTR, UINT) {
+    ::SetLastError(ERROR_NOT_FOUND);
+    return 0;
+}
+inline UINT WINAPI LongSystemDirectory(LPWSTR path, UINT size) {
+    std::fill_n(path, size - 1, L'd')[0] = L'\0';
+    return size - 1;
+}
 
 }  // namespace tandor::test

@@ -26,36 +26,11 @@ SOCKET ConnectTo(int port) {
     return socket;
 }
 
-std::string ReadHead(SOCKET connection) {
-    std::string head;
-    for (char c; !head.ends_with("\r\n\r\n") && ::recv(connection, &c, 1, 0) == 1;) head += c;
-    return head;
-}
-
-// Carries bytes one way until there are no more.
-bool Carry(SOCKET from, SOCKET to) {
+// Carries bytes one way until there are no more, and passes the end on.
+void Carry(SOCKET from, SOCKET to) {
     char buffer[16384];
-    const int size = ::recv(from, buffer, sizeof(buffer), 0);
-    for (int sent = 0; sent < size;) {
-        const int part = ::send(to, buffer + sent, size - sent, 0);
-        if (part <= 0) return false;
-        sent += part;
-    }
-    return size > 0;
-}
-
-void Tunnel(SOCKET client, SOCKET server) {
-    for (;;) {
-        fd_set ready;
-        FD_ZERO(&ready);
-        ready.fd_count = 2;
-        ready.fd_array[0] = client;
-        ready.fd_array[1] = server;
-        timeval limit{20, 0};
-        if (::select(0, &ready, nullptr, nullptr, &limit) <= 0) return;
-        if (FD_ISSET(client, &ready) && !Carry(client, server)) return;
-        if (FD_ISSET(server, &ready) && !Carry(server, client)) return;
-    }
+    for (int size = 0; (size = ::recv(from, buffer, sizeof(buffer), 0)) > 0;) ::send(to, buffer, size, 0);
+    ::shutdown(to, SD_SEND);
 }
 
 }  // namespace
@@ -105,28 +80,25 @@ void Listener::Run() {
 
 // ---- Exchange
 
-int Exchange::Read(char* buffer, int size) {
-    return tls_ != nullptr ? ::SSL_read(tls_, buffer, size) : ::recv(connection_, buffer, size, 0);
+bool Exchange::ReadMore(std::string& to) {
+    char buffer[16384];
+    const int size =
+        tls_ != nullptr ? ::SSL_read(tls_, buffer, sizeof(buffer)) : ::recv(connection_, buffer, sizeof(buffer), 0);
+    to.append(buffer, static_cast<std::size_t>(std::max(size, 0)));
+    return size > 0;
 }
 
 bool Exchange::ReadRequest() {
-    char buffer[16384];
     std::size_t end = std::string::npos;
-    while ((end = head.find("\r\n\r\n")) == std::string::npos) {
-        const int size = Read(buffer, sizeof(buffer));
-        if (size <= 0) return false;
-        head.append(buffer, static_cast<std::size_t>(size));
-    }
+    while ((end = head.find("\r\n\r\n")) == std::string::npos)
+        if (!ReadMore(head)) return false;
     body = head.substr(end + 4);
     head.resize(end + 4);
     const std::size_t length_at = head.find("Content-Length: ");
     const std::size_t length = length_at == std::string::npos ? 0 : std::stoul(head.substr(length_at + 16));
     if (head.find("Expect: 100-continue") != std::string::npos) Write("HTTP/1.1 100 Continue\r\n\r\n");
-    while (body.size() < length) {
-        const int size = Read(buffer, sizeof(buffer));
-        if (size <= 0) return false;
-        body.append(buffer, static_cast<std::size_t>(size));
-    }
+    while (body.size() < length)
+        if (!ReadMore(body)) return false;
     return true;
 }
 
@@ -197,17 +169,19 @@ std::vector<std::string> TunnelProxy::Heads() {
 }
 
 void TunnelProxy::Serve(SOCKET client) {
-    const std::string head = ReadHead(client);
+    Exchange exchange(client, nullptr);
+    if (!exchange.ReadRequest()) return;
     {
         const std::lock_guard lock(mutex_);
-        heads_.push_back(head);
+        heads_.push_back(exchange.head);
     }
-    const std::size_t colon = head.find(':');
-    if (!head.starts_with("CONNECT ") || colon == std::string::npos) return;
-    const SOCKET server = ConnectTo(std::atoi(head.c_str() + colon + 1));
-    const std::string_view established = "HTTP/1.1 200 Connection established\r\n\r\n";
-    ::send(client, established.data(), static_cast<int>(established.size()), 0);
-    Tunnel(client, server);
+    const std::size_t colon = exchange.head.find(':');
+    if (!exchange.head.starts_with("CONNECT ") || colon == std::string::npos) return;
+    const SOCKET server = ConnectTo(std::atoi(exchange.head.c_str() + colon + 1));
+    exchange.Write("HTTP/1.1 200 Connection established\r\n\r\n");
+    std::thread back([&] { Carry(server, client); });
+    Carry(client, server);
+    back.join();
     ::closesocket(server);
 }
 

@@ -15,16 +15,15 @@
 #include <vector>
 
 #include "support/certificates.h"
+#include "tandor/uncopyable.h"
 
 namespace tandor::test {
 
 // Serves connections, as many at a time as it has threads. The end waits for those under way.
-class Listener {
+class Listener : UnCopyable {
 public:
     Listener(int threads, std::function<void(SOCKET)> serve);
     ~Listener();
-    Listener(const Listener&) = delete;
-    Listener& operator=(const Listener&) = delete;
 
     [[nodiscard]] int Port() const { return port_; }
     [[nodiscard]] int Connections() const { return connections_; }
@@ -60,9 +59,13 @@ public:
     void Answer(std::string_view text);
     // Ends the connection as a crash of the server would: with a reset.
     void Reset();
+    // Says nothing until the other side gives up.
+    void AwaitEnd() {
+        while (ReadMore(body)) continue;
+    }
 
 private:
-    int Read(char* buffer, int size);
+    bool ReadMore(std::string& to);
 
     SOCKET connection_;
     SSL* tls_;

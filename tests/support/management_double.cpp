@@ -6,7 +6,6 @@ namespace tandor::test {
 namespace {
 
 using Script = ManagementDouble::Script;
-using SharedScript = std::shared_ptr<Script>;
 
 class RowObject final : public ComObject<WbemClassObjectStub> {
 public:
@@ -24,9 +23,9 @@ private:
     Row row_;
 };
 
-class Enumerator final : public ComObject<EnumWbemClassObjectStub> {
+class Enumerator final : public Scripted<Script, EnumWbemClassObjectStub> {
 public:
-    explicit Enumerator(SharedScript script) : script_(std::move(script)) {}
+    using Scripted::Scripted;
     HRESULT STDMETHODCALLTYPE Next(LONG, ULONG, IWbemClassObject** row, ULONG* count) override {
         *count = 0;
         if (script_->next != S_OK) return script_->next;
@@ -37,7 +36,6 @@ public:
     }
 
 private:
-    SharedScript script_;
     std::size_t at_ = 0;
 };
 
@@ -48,9 +46,10 @@ public:
     TANDOR_NOT_ASKED(CopyProxy, IUnknown*, IUnknown**)
 };
 
-class Services final : public ComObject<WbemServicesStub, Security> {
+class Services final : public Scripted<Script, WbemServicesStub, Security> {
 public:
-    Services(SharedScript script, std::wstring space) : script_(std::move(script)), space_(std::move(space)) {}
+    Services(std::shared_ptr<Script> script, std::wstring space)
+        : Scripted(std::move(script)), space_(std::move(space)) {}
     HRESULT STDMETHODCALLTYPE ExecQuery(const BSTR language, const BSTR query, LONG, IWbemContext*,
                                         IEnumWbemClassObject** rows) override {
         script_->asked.push_back(space_ + L"|" + language + L"|" + query);
@@ -64,34 +63,25 @@ public:
     }
 
 private:
-    SharedScript script_;
     std::wstring space_;
 };
 
-class Locator final : public ComObject<Answering<IWbemLocator>> {
+class Locator final : public Scripted<Script, Answering<IWbemLocator>> {
 public:
-    explicit Locator(SharedScript script) : script_(std::move(script)) {}
+    using Scripted::Scripted;
     HRESULT STDMETHODCALLTYPE ConnectServer(const BSTR space, const BSTR, const BSTR, const BSTR, LONG, const BSTR,
                                             IWbemContext*, IWbemServices** services) override {
         if (script_->connect != S_OK) return script_->connect;
         *services = new Services(script_, space);
         return WBEM_S_NO_ERROR;
     }
-
-private:
-    SharedScript script_;
 };
 
 }  // namespace
 
 ManagementDouble::ManagementDouble(std::vector<Row> rows) {
     script_->rows = std::move(rows);
-    locator_ = std::make_unique<ComDouble>(__uuidof(WbemLocator), [script = script_](REFIID iid, void** object) {
-        auto* const locator = new Locator(script);
-        const HRESULT status = locator->QueryInterface(iid, object);
-        locator->Release();
-        return status;
-    });
+    locator_ = std::make_unique<ComDouble>(__uuidof(WbemLocator), Creating<Locator>(script_));
 }
 
 ManagementDouble::~ManagementDouble() = default;

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -33,6 +34,12 @@ public:
 private:
     unsigned long long after_ = 0;
 };
+
+inline std::set<std::string> Identifiers(const std::vector<pelora::OutboxRecord>& records) {
+    std::set<std::string> identifiers;
+    for (const pelora::OutboxRecord& record : records) identifiers.insert(record.identifier);
+    return identifiers;
+}
 
 inline std::vector<std::string> ValuesOf(const pelora::OutboxRecord& record) {
     std::vector<std::string> values;

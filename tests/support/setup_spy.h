@@ -12,17 +12,16 @@
 #include <vector>
 
 #include "support/import_patch.h"
+#include "tandor/uncopyable.h"
 
 namespace tandor::test {
 
-class SetupSpy {
+class SetupSpy : UnCopyable {
 public:
     // From the first one on, the library's look-ups of these entries come here; without a living spy they are passed
     // on.
     SetupSpy();
     ~SetupSpy();
-    SetupSpy(const SetupSpy&) = delete;
-    SetupSpy& operator=(const SetupSpy&) = delete;
 
     // What was called since the last time, in order: "CreateDeviceInfoList", "CallClassInstaller 25",
     // "SetClassInstallParams 18 1 1" (function and what follows it), "UpdateDriver <id> <inf> <flags>". Looking at
@@ -49,12 +48,10 @@ private:
 
 // A file of this folder in the system directory, for as long as the object lives; what was there comes back after,
 // also what a run that died has left.
-class SystemFile {
+class SystemFile : UnCopyable {
 public:
     SystemFile(const wchar_t* source, const wchar_t* name);
     ~SystemFile();
-    SystemFile(const SystemFile&) = delete;
-    SystemFile& operator=(const SystemFile&) = delete;
 
 private:
     void PutBack() const;

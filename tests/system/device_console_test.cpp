@@ -1,28 +1,13 @@
 // Commands on devices, with real device nodes of the test's own.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <windows.h>
 
-#include <setupapi.h>
-
-#include <algorithm>
-#include <thread>
-
-#include "support/child.h"
-#include "support/files.h"
-#include "support/host_log.h"
-#include "support/own_resources.h"
-#include "support/run_program.h"
-#include "support/setup_spy.h"
-#include "support/tally.h"
 #include "tandor/device_console.h"
+#include "support/setup_spy.h"
+#include "support/testing.h"
 
 namespace {
 
-using tandor::test::Amount;
-using tandor::test::SetupSpy;
-using testing::ElementsAre;
-using testing::IsEmpty;
+using namespace tandor::test;
+
 using Vxa::Exp::DeviceConsole;
 using Vxa::Exp::DeviceInventory;
 using Vxa::Exp::DeviceNode;
@@ -31,9 +16,9 @@ using Lines = std::vector<std::wstring>;
 class DeviceConsoleTest : public testing::Test {
 protected:
     DeviceConsoleTest() {
-        tandor::test::WriteAll(inf_,
-                               "[Version]\r\nSignature=\"$Windows NT$\"\r\nClass=System\r\n"
-                               "ClassGuid={4d36e97d-e325-11ce-bfc1-08002be10318}\r\n");
+        WriteAll(inf_,
+                 "[Version]\r\nSignature=\"$Windows NT$\"\r\nClass=System\r\n"
+                 "ClassGuid={4d36e97d-e325-11ce-bfc1-08002be10318}\r\n");
         DeviceConsole::GetInstance();
         log_.Take();
     }
@@ -43,9 +28,8 @@ protected:
         EXPECT_EQ(spy_.open_lists, 0);
     }
 
-    bool Run(const std::wstring& command, const std::wstring& id) { return Run(command, id, inf_); }
-    bool Run(const std::wstring& command, const std::wstring& id, const std::wstring& inf) {
-        return DeviceConsole::GetInstance().ExecCommand(command, id, inf);
+    bool Run(const std::wstring& command, const std::wstring& id, const std::optional<std::wstring>& inf = {}) {
+        return DeviceConsole::GetInstance().ExecCommand(command, id, inf.value_or(inf_));
     }
     void InstallTwoAndAnother() {
         for (const std::wstring& id : {id_, other_, id_}) ASSERT_TRUE(Run(L"install", id)) << ::GetLastError();
@@ -64,12 +48,12 @@ protected:
         return std::wstring(entry) + L" " + inf_ + L" " + flags;
     }
 
-    tandor::test::TemporaryFolder folder_;
+    TemporaryFolder folder_;
     const std::wstring inf_ = (folder_.path / L"Pad 手机.inf").native();
     const std::wstring id_ = L"Root\\TandorTest" + std::to_wstring(::GetCurrentProcessId());
     const std::wstring other_ = id_ + L"-other";
     SetupSpy spy_;
-    tandor::test::HostLog log_;
+    HostLog log_;
 };
 
 TEST_F(DeviceConsoleTest, InstallsAndRemovesRealDeviceNodes) {
@@ -120,22 +104,16 @@ TEST_F(DeviceConsoleTest, AStepThatFailsEndsAnInstallationAndSaysWhy) {
 
 TEST_F(DeviceConsoleTest, RefusesBadInputBeforeItTouchesTheSystem) {
     const std::wstring absent = (folder_.path / L"absent.inf").native();
-    struct Case {
-        std::wstring id, inf;
-        DWORD error;
-    };
-    for (const Case& c : {
-             Case{id_, L"", ERROR_INVALID_NAME},
-             Case{id_, absent, ERROR_FILE_NOT_FOUND},
-             Case{id_, folder_.path.native(), ERROR_FILE_NOT_FOUND},
-             Case{id_, folder_.path.native() + L"\\" + std::wstring(260, L'x'), ERROR_FILENAME_EXCED_RANGE},
-             Case{id_, inf_ + std::wstring(1, L'\0') + L"x", ERROR_INVALID_NAME},
-             Case{L"", inf_, ERROR_INVALID_PARAMETER},
-             Case{std::wstring(201, L'x'), inf_, ERROR_INVALID_PARAMETER},
-             Case{id_ + std::wstring(1, L'\0') + L"x", inf_, ERROR_INVALID_PARAMETER},
-         }) {
-        EXPECT_FALSE(Run(L"install", c.id, c.inf));
-        EXPECT_EQ(::GetLastError(), c.error);
+    const std::wstring folder = folder_.path.native(), zero(1, L'\0');
+    using Row = std::tuple<std::wstring, std::wstring, DWORD>;
+    for (const auto& [id, inf, error] :
+         {Row{id_, L"", ERROR_INVALID_NAME}, Row{id_, absent, ERROR_FILE_NOT_FOUND},
+          Row{id_, folder, ERROR_FILE_NOT_FOUND}, Row{id_, inf_ + zero + L"x", ERROR_INVALID_NAME},
+          Row{id_, folder + L"\\" + std::wstring(260, L'x'), ERROR_FILENAME_EXCED_RANGE},
+          Row{L"", inf_, ERROR_INVALID_PARAMETER}, Row{std::wstring(201, L'x'), inf_, ERROR_INVALID_PARAMETER},
+          Row{id_ + zero + L"x", inf_, ERROR_INVALID_PARAMETER}}) {
+        EXPECT_FALSE(Run(L"install", id, inf));
+        EXPECT_EQ(::GetLastError(), error);
     }
     EXPECT_THAT(spy_.Take(), IsEmpty());
     log_.Take();
@@ -149,7 +127,7 @@ TEST_F(DeviceConsoleTest, RefusesBadInputBeforeItTouchesTheSystem) {
     std::filesystem::current_path(folder_.path);
     EXPECT_TRUE(Run(L"update", id_, L".\\Pad 手机.inf"));  // a relative path becomes complete
     std::filesystem::current_path(before);
-    EXPECT_THAT(spy_.Take(), ElementsAre(testing::EndsWith(L"\\Pad 手机.inf 1")));
+    EXPECT_THAT(spy_.Take(), ElementsAre(EndsWith(L"\\Pad 手机.inf 1")));
 }
 
 TEST_F(DeviceConsoleTest, EnablesInBothScopesAndDisablesInOne) {
@@ -165,19 +143,17 @@ TEST_F(DeviceConsoleTest, EnablesInBothScopesAndDisablesInOne) {
     EXPECT_TRUE(Run(L"disable", id_));
     EXPECT_THAT(spy_.Take(), ElementsAre(off, call, off, call));
     // What fails on one device or in one scope is said, and the rest is done.
-    spy_.Fail(everywhere, ERROR_ACCESS_DENIED);
-    EXPECT_FALSE(Run(L"enable", id_));
-    EXPECT_EQ(::GetLastError(), static_cast<DWORD>(ERROR_ACCESS_DENIED));
-    EXPECT_THAT(spy_.Take(), ElementsAre(everywhere, here, call, everywhere, call, here, call));
-    spy_.Fail(call, ERROR_NOT_DISABLEABLE);
-    EXPECT_FALSE(Run(L"disable", id_));
-    EXPECT_EQ(::GetLastError(), ERROR_NOT_DISABLEABLE);
-    EXPECT_THAT(spy_.Take(), ElementsAre(off, call, off, call));
-    spy_.Fail(L"EnumDeviceInfo", ERROR_GEN_FAILURE);
-    EXPECT_FALSE(Run(L"disable", id_));
-    spy_.Fail(L"GetClassDevsEx 6", ERROR_GEN_FAILURE);
-    EXPECT_FALSE(Run(L"disable", id_));
-    EXPECT_THAT(spy_.Take(), IsEmpty());
+    const auto fails_with = [&](const wchar_t* command, const std::wstring& step, DWORD error) {
+        spy_.Fail(step, error);
+        EXPECT_FALSE(Run(command, id_));
+        EXPECT_EQ(::GetLastError(), error);
+        return spy_.Take();
+    };
+    EXPECT_THAT(fails_with(L"enable", everywhere, ERROR_ACCESS_DENIED),
+                ElementsAre(everywhere, here, call, everywhere, call, here, call));
+    EXPECT_THAT(fails_with(L"disable", call, ERROR_NOT_DISABLEABLE), ElementsAre(off, call, off, call));
+    EXPECT_THAT(fails_with(L"disable", L"EnumDeviceInfo", ERROR_GEN_FAILURE), IsEmpty());
+    EXPECT_THAT(fails_with(L"disable", L"GetClassDevsEx 6", ERROR_GEN_FAILURE), IsEmpty());
 }
 
 TEST_F(DeviceConsoleTest, RemovalTellsOfRestartsAndOfDriversThatStay) {
@@ -211,15 +187,13 @@ TEST_F(DeviceConsoleTest, RemovalTellsOfRestartsAndOfDriversThatStay) {
 }
 
 TEST_F(DeviceConsoleTest, WithoutTheSystemsLibraryEveryCommandIsInvalid) {
-    const std::pair<const wchar_t*, const char*> cases[] = {
-        {L"GetSystemDirectoryW", "4 Get load lib path failed, error code: 1168"},
-        {L"long-directory", "4 get newdev.DLL path failed"},
-        {L"LoadLibraryExW", "4 Load newdev.dll failed with error code : 1168"},
-        {L"UpdateDriverForPlugAndPlayDevicesW", "4 Get update driver entry failed with error code : 1168"},
-        {L"DiUninstallDriverW", "4 Get DiUninstallDriverW address failed 1168"},
-    };
-    for (const auto& [what, line] : cases) {
-        auto run = tandor::test::RunProgram(std::wstring(L"test_child.exe console-without ") + what);
+    for (const auto& [what, line] :
+         {std::pair{L"GetSystemDirectoryW", "4 Get load lib path failed, error code: 1168"},
+          {L"long-directory", "4 get newdev.DLL path failed"},
+          {L"LoadLibraryExW", "4 Load newdev.dll failed with error code : 1168"},
+          {L"UpdateDriverForPlugAndPlayDevicesW", "4 Get update driver entry failed with error code : 1168"},
+          {L"DiUninstallDriverW", "4 Get DiUninstallDriverW address failed 1168"}}) {
+        auto run = RunProgram(std::wstring(L"test_child.exe console-without ") + what);
         std::erase(run.out, '\r');
         EXPECT_EQ(run.exit_code, 0);
         EXPECT_EQ(run.out, std::string(line) +
@@ -240,14 +214,10 @@ TEST_F(DeviceConsoleTest, LeaksNothingFromAnyThread) {
         }
     };
     work(other_, true);  // what is made once is made
-    const std::size_t before = tandor::test::HandlesOfThisProcess();
-    {
-        std::thread first(work, other_, true), second(work, other_ + L"2", false);
-        first.join();
-        second.join();
-    }
+    const std::size_t before = HandlesOfThisProcess();
+    InThreads(2, [&](int i) { work(other_ + (i == 0 ? L"" : L"2"), i == 0); });
     // Wine's Setup API keeps a handle for each node that it has made, however the node goes.
-    EXPECT_LE(tandor::test::HandlesOfThisProcess(), before + rounds + 2);
+    EXPECT_LE(HandlesOfThisProcess(), before + rounds + 2);
     EXPECT_EQ(spy_.open_lists, 0);
     EXPECT_EQ(Devices(id_).size(), 2u);
     EXPECT_THAT(Devices(other_), IsEmpty());

@@ -1,17 +1,13 @@
 // Hardware identifiers and the names of the driver store's folders.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <string>
-
+#include "support/testing.h"
 #include "system/driver_store.h"
 #include "system/hardware_id.h"
 
 namespace {
 
+using namespace tandor::test;
+
 using namespace std::string_view_literals;
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 TEST(HardwareId, FillsAListUpToTheSystemsLimit) {
     tandor::IdentifierList list;

@@ -1,26 +1,12 @@
 // Driver packages through the system's program, with a double of that.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <windows.h>
-
-#include "base/utf.h"
-#include "support/files.h"
-#include "support/host_log.h"
-#include "support/import_patch.h"
-#include "support/own_resources.h"
 #include "support/setup_spy.h"
-#include "support/tally.h"
+#include "support/testing.h"
 #include "tandor/device_console.h"
 
 namespace {
 
-using tandor::test::ImportPatch;
-using tandor::test::ReadAll;
-using tandor::test::SystemFolder;
-using testing::Contains;
-using testing::ElementsAre;
-using testing::EndsWith;
-using testing::HasSubstr;
+using namespace tandor::test;
+
 using Vxa::Exp::DeviceConsole;
 
 constexpr auto kFunction = L"(Vxa::Exp::DeviceConsole::ExecPnpCommand)";
@@ -29,7 +15,7 @@ const std::wstring kDone = std::wstring(L"3 Command: add-driver finished success
 class DriverStaging : public testing::Test {
 protected:
     DriverStaging() {
-        tandor::test::WriteAll(inf_, "[Version]\r\n");
+        WriteAll(inf_, "[Version]\r\n");
         ::SetEnvironmentVariableW(L"TANDOR_PNPUTIL_RECORD", record_.c_str());
         DeviceConsole::GetInstance();
         log_.Take();
@@ -44,28 +30,26 @@ protected:
         return DeviceConsole::GetInstance().ExecPnpCommand(inf);
     }
 
-    const tandor::test::TemporaryFolder folder_;
+    const TemporaryFolder folder_;
     const std::wstring inf_ = (folder_.path / L"Pad 手机.inf").native();
     const std::wstring record_ = (folder_.path / L"record").native();
-    const tandor::test::SetupSpy spy_;  // the console's library
-    tandor::test::HostLog log_;
+    const SetupSpy spy_;  // the console's library
+    HostLog log_;
 };
 
 TEST_F(DriverStaging, RunsTheSystemsProgramAndTellsItsAnswersApart) {
-    const tandor::test::SystemFile pnputil(L"pnputil_double.exe", L"pnputil.exe");
-    struct Case {
-        DWORD exit_code;
-        bool staged, restart;
-    };
-    for (const Case& c : {Case{0, true, false}, Case{259, true, false}, Case{3010, true, true}, Case{1641, true, true},
-                          Case{5, false, false}, Case{0xE0000247, false, false}}) {
-        EXPECT_EQ(Stage(inf_, c.exit_code), c.staged) << c.exit_code;
-        EXPECT_EQ(::GetLastError(), c.exit_code);
+    const SystemFile pnputil(L"pnputil_double.exe", L"pnputil.exe");
+    using Row = std::tuple<DWORD, bool, bool>;
+    for (const auto& [exit_code, staged, restart] :
+         {Row{0, true, false}, Row{259, true, false}, Row{3010, true, true}, Row{1641, true, true},
+          Row{5, false, false}, Row{0xE0000247, false, false}}) {
+        EXPECT_EQ(Stage(inf_, exit_code), staged) << exit_code;
+        EXPECT_EQ(::GetLastError(), exit_code);
         const auto lines = log_.Take();
-        EXPECT_EQ(std::ranges::count(lines, std::wstring(L"3 Reboot is required.") + kFunction), c.restart);
+        EXPECT_EQ(std::ranges::count(lines, std::wstring(L"3 Reboot is required.") + kFunction), restart);
         EXPECT_EQ(lines.back(),
-                  c.staged ? kDone : L"4 Command failed with error code : " + std::to_wstring(c.exit_code) + kFunction);
-        for (const std::wstring& line : lines) EXPECT_THAT(line, Not(HasSubstr(L"/add-driver")));
+                  staged ? kDone : L"4 Command failed with error code : " + std::to_wstring(exit_code) + kFunction);
+        EXPECT_THAT(lines, Each(Not(HasSubstr(L"/add-driver"))));
     }
     const std::string command =
         tandor::Utf8FromWide(SystemFolder() + L"\\pnputil.exe /add-driver \"" + inf_ + L"\" /install\n");
@@ -77,7 +61,7 @@ TEST_F(DriverStaging, RunsTheSystemsProgramAndTellsItsAnswersApart) {
 }
 
 TEST_F(DriverStaging, RefusesPathsThatAreNoFileOrWouldBreakTheCommandLine) {
-    const tandor::test::SystemFile pnputil(L"pnputil_double.exe", L"pnputil.exe");
+    const SystemFile pnputil(L"pnputil_double.exe", L"pnputil.exe");
     const std::wstring folder = folder_.path.native();
     for (const std::wstring& bad : {std::wstring(), folder, folder + L"\\absent.inf", folder + L"\\*.inf",
                                     inf_ + L"\" /delete-driver \"" + inf_, std::wstring(L"/reboot")}) {
@@ -90,11 +74,6 @@ TEST_F(DriverStaging, RefusesPathsThatAreNoFileOrWouldBreakTheCommandLine) {
     EXPECT_EQ(ReadAll(record_), "");
 }
 
-UINT WINAPI NoSystemDirectory(LPWSTR, UINT) {
-    ::SetLastError(ERROR_NOT_FOUND);
-    return 0;
-}
-
 // A program that takes for ever; the wait itself must be bounded.
 DWORD WINAPI NeverInTime(HANDLE, DWORD milliseconds) { return milliseconds == INFINITE ? WAIT_FAILED : WAIT_TIMEOUT; }
 
@@ -104,7 +83,7 @@ TEST_F(DriverStaging, SaysWhyTheProgramGaveNoAnswer) {
         EXPECT_FALSE(Stage(inf_));
         EXPECT_THAT(log_.Take(), ElementsAre(absent));
     }
-    const tandor::test::SystemFile pnputil(L"pnputil_double.exe", L"pnputil.exe");
+    const SystemFile pnputil(L"pnputil_double.exe", L"pnputil.exe");
     {
         const ImportPatch patch(L"TandorUtil.dll", "GetSystemDirectoryW", &NoSystemDirectory);
         EXPECT_FALSE(Stage(inf_));
@@ -118,7 +97,7 @@ TEST_F(DriverStaging, SaysWhyTheProgramGaveNoAnswer) {
 }
 
 TEST_F(DriverStaging, NamesTheFoldersOfTheDriverStore) {
-    const tandor::test::SystemFile pnputil(L"pnputil_double.exe", L"pnputil.exe");
+    const SystemFile pnputil(L"pnputil_double.exe", L"pnputil.exe");
     const std::filesystem::path store = SystemFolder() + L"\\DriverStore\\FileRepository";
     const bool had_store = std::filesystem::exists(store);
     if (!had_store) {
@@ -128,7 +107,7 @@ TEST_F(DriverStaging, NamesTheFoldersOfTheDriverStore) {
     const auto ours = store / L"PAD 手机.inf_amd64_5f3c1e0d9a7b8c42", other = store / L"otherpad 手机.inf_amd64_5f";
     const auto file = store / L"pad 手机.inf_amd64_00";
     for (const auto& folder : {ours, other}) std::filesystem::create_directories(folder);
-    tandor::test::WriteAll(file, "not a folder");
+    WriteAll(file, "not a folder");
     EXPECT_TRUE(Stage(inf_));
     EXPECT_THAT(log_.Take(), ElementsAre(L"3 add driverstore path: " + ours.native() + kFunction, kDone));
     for (const auto& path : {ours, other, file}) std::filesystem::remove(path);
@@ -136,11 +115,11 @@ TEST_F(DriverStaging, NamesTheFoldersOfTheDriverStore) {
 }
 
 TEST_F(DriverStaging, LeaksNothing) {
-    const tandor::test::SystemFile pnputil(L"pnputil_double.exe", L"pnputil.exe");
+    const SystemFile pnputil(L"pnputil_double.exe", L"pnputil.exe");
     Stage(inf_);
-    const std::size_t before = tandor::test::HandlesOfThisProcess();
-    for (auto i = tandor::test::Amount("TANDOR_STRESS_STAGING", 15); i > 0; --i) Stage(inf_, i % 2 == 0 ? 0 : 5);
-    EXPECT_LE(tandor::test::HandlesOfThisProcess(), before + 1);
+    const std::size_t before = HandlesOfThisProcess();
+    for (auto i = Amount("TANDOR_STRESS_STAGING", 15); i > 0; --i) Stage(inf_, i % 2 == 0 ? 0 : 5);
+    EXPECT_LE(HandlesOfThisProcess(), before + 1);
 }
 
 }  // namespace

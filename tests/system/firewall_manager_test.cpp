@@ -1,69 +1,24 @@
-#include <windows.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <cstring>
-#include <stdexcept>
-#include <thread>
-
-#include "base/win_handle.h"
+#include "support/assistant_pipe.h"
 #include "support/firewall_double.h"
-#include "support/firewall_plan.h"
-#include "support/host_log.h"
-#include "support/own_resources.h"
-#include "support/tally.h"
+#include "support/testing.h"
 #include "tandor/firewall.h"
 
 namespace {
 
-using tandor::test::Amount;
-using tandor::test::FirewallDouble;
-using tandor::test::FirewallPlan;
-using tandor::test::HandlesOfThisProcess;
-using tandor::test::HostLog;
-using tandor::test::RegistryText;
-using tandor::test::RuleFor;
-using tandor::test::ThreadsOfThisProcess;
-using testing::AllOf;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::StartsWith;
+using namespace tandor::test;
 
-constexpr const wchar_t* kNoteKey = L"SOFTWARE\\Pelora\\VXLoginGuide";
 constexpr int kEnable = 0x490086, kDisable = 0x490087;
 
-// The assistant service's end of the pipe.
-class Service {
-public:
-    Service()
-        : pipe_(::CreateNamedPipeW(L"\\\\.\\Pipe\\iPaviloAssistant", PIPE_ACCESS_INBOUND, PIPE_TYPE_BYTE | PIPE_NOWAIT,
-                                   1, 65536, 65536, 0, nullptr)) {}
-
-    // The numbers of the messages that have come; each is about the rule and names this program.
-    std::vector<int> Messages() {
-        std::vector<int> numbers;
-        std::string bytes(65536, '\0');
-        DWORD size = 0;
-        ::ReadFile(pipe_.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &size, nullptr);
-        std::int32_t header[13];  // the frame's numbers: its length is the third, the message the seventh
-        for (std::size_t at = 0; at + sizeof(header) <= size; at += static_cast<std::size_t>(header[2])) {
-            std::memcpy(header, bytes.data() + at, sizeof(header));
-            if (header[2] < static_cast<std::int32_t>(sizeof(header))) throw std::runtime_error("not a frame");
-            EXPECT_EQ(header[3], 0x490084);
-            EXPECT_EQ(header[4], 0x490000);
-            numbers.push_back(header[6]);
-            const std::string data = bytes.substr(at + sizeof(header), static_cast<std::size_t>(header[12]));
-            EXPECT_THAT(data, AllOf(HasSubstr("PVAMessageCenter"), HasSubstr("\\windows_tests.exe")));
-        }
-        return numbers;
+// The numbers of the messages that have come; each is about the rule and names this program.
+std::vector<int> Numbers(AssistantPipe& service) {
+    std::vector<int> numbers;
+    for (const AssistantMessage& message : service.Take()) {
+        EXPECT_EQ(std::pair(message.header[0], message.header[1]), std::pair(0x490084, 0x490000));
+        EXPECT_THAT(message.values, ElementsAre("PVAMessageCenter", EndsWith("\\windows_tests.exe")));
+        numbers.push_back(message.header[3]);
     }
-
-private:
-    tandor::FileHandle pipe_;
-};
+    return numbers;
+}
 
 // The machine's registry cannot be written while it lives: what this program takes for it is a key that is gone.
 class NoMachineRegistry {
@@ -89,7 +44,7 @@ protected:
     [[nodiscard]] std::wstring Note() const { return note_.Get().value_or(L"none"); }
 
     FirewallPlan plan_;
-    RegistryText note_{DE::RegistryRoot::kLocalMachine, kNoteKey, L"Fireware"};
+    MachineText note_{L"SOFTWARE\\Pelora\\VXLoginGuide", L"Fireware"};
     FirewallDouble double_;
     HostLog log_;
 };
@@ -137,27 +92,27 @@ TEST_F(FirewallManager, AForcedRequestGoesToTheServiceAndWaitsForItWhenThereIsNo
     plan_.user.Set(L"1");
     double_->group_enabled = VARIANT_TRUE;
     {
-        Service service;
+        AssistantPipe service;
         EXPECT_TRUE(Manager().TryEnableRule(L"t", L"x", false));  // in place
         EXPECT_TRUE(Manager().DisableRuleByService());
         EXPECT_TRUE(Manager().TryEnableRule(L"t", L"x", true));
         Manager().OnServerStarted();  // nothing is kept, nothing is sent
-        EXPECT_THAT(service.Messages(), ElementsAre(kDisable, kEnable));
+        EXPECT_THAT(Numbers(service), ElementsAre(kDisable, kEnable));
     }
     log_.Take();
     EXPECT_TRUE(Manager().TryEnableRule(L"t", L"x", true));
     EXPECT_THAT(log_.Take(), ElementsAre(HasSubstr(L"(FireWallRuleManger::OnSendFail)")));
     Manager().OnServerStarted();  // and still is not there
     {
-        Service service;
+        AssistantPipe service;
         Manager().OnServerStarted();
-        EXPECT_THAT(service.Messages(), ElementsAre(kEnable));
+        EXPECT_THAT(Numbers(service), ElementsAre(kEnable));
     }
     EXPECT_FALSE(Manager().EnableRuleByService());
     EXPECT_FALSE(Manager().DisableRuleByService());  // drops it
-    Service service;
+    AssistantPipe service;
     Manager().OnServerStarted();
-    EXPECT_THAT(service.Messages(), IsEmpty());
+    EXPECT_THAT(Numbers(service), IsEmpty());
 }
 
 // Presses a button of the question of that title, again until the question is gone: a press that comes while the
@@ -183,12 +138,12 @@ private:
 
 TEST_F(FirewallManager, WithoutTheRuleTheUserIsAskedAndMayDecline) {
     const std::wstring title = L"Firewall 手机 " + std::to_wstring(::GetCurrentProcessId());
-    Service service;
+    AssistantPipe service;
     for (const auto& [button, wanted] : {std::pair<WPARAM, bool>{IDNO, false}, {IDYES, true}}) {
         const User user(title, button);
         EXPECT_EQ(Manager().TryEnableRule(title, L"Allow connections?", true), wanted);
     }
-    EXPECT_THAT(service.Messages(), ElementsAre(kEnable));
+    EXPECT_THAT(Numbers(service), ElementsAre(kEnable));
 }
 
 // Objects of the firewall are counted after every test.

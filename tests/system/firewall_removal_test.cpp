@@ -1,28 +1,10 @@
-#include <windows.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <thread>
-
-#include "base/win_handle.h"
 #include "support/firewall_double.h"
-#include "support/host_log.h"
-#include "support/import_patch.h"
-#include "support/own_resources.h"
-#include "support/tally.h"
+#include "support/testing.h"
 #include "tandor/firewall.h"
 
 namespace {
 
-using tandor::test::FirewallDouble;
-using tandor::test::HandlesOfThisProcess;
-using tandor::test::HostLog;
-using tandor::test::ImportPatch;
-using tandor::test::RuleFor;
-using tandor::test::ThreadsOfThisProcess;
-using testing::ElementsAre;
+using namespace tandor::test;
 
 const std::wstring kHost = L"C:\\Windows\\System32\\svchost.exe";
 const std::wstring kStart = L"3 Remove firewall rules start.(RemoveDHCPRulesThread)";
@@ -105,12 +87,10 @@ TEST_F(FirewallRemoval, RulesThatChangeDuringTheWalkAndOnesThatStayAreNoTrouble)
 }
 
 TEST_F(FirewallRemoval, AStepThatFailsIsNamedAndWhatWasReadIsRemoved) {
-    const std::pair<const wchar_t*, const wchar_t*> steps[] = {
-        {L"policy", L"rules: get netfwpolicy interface failed."},
-        {L"get_Rules", L"rules: get netfwrules interface failed."},
-        {L"get__NewEnum", L"rules: get netfwrules enum interface failed."},
-        {L"IEnumVARIANT", L"rules: get netfwrules variant enum interface failed."}};
-    for (const auto& [step, text] : steps) {
+    for (const auto& [step, text] : {std::pair{L"policy", L"rules: get netfwpolicy interface failed."},
+                                     {L"get_Rules", L"rules: get netfwrules interface failed."},
+                                     {L"get__NewEnum", L"rules: get netfwrules enum interface failed."},
+                                     {L"IEnumVARIANT", L"rules: get netfwrules variant enum interface failed."}}) {
         double_->failing = {{step, E_FAIL}};
         EXPECT_THAT(Remove(), ElementsAre(kStart, Line(4, text)));
     }
@@ -137,9 +117,7 @@ TEST_F(FirewallRemoval, OneRunsAtATimeAndOneStartsIn15Seconds) {
         ::WaitForSingleObject(go_on.Get(), 30'000);
     };
     now += 1;
-    std::vector<std::thread> callers;
-    for (int i = 0; i < 8; ++i) callers.emplace_back(Firewall::RemoveDHCPRules);
-    for (std::thread& caller : callers) caller.join();
+    InThreads(8, [](int) { Firewall::RemoveDHCPRules(); });
     EXPECT_EQ(::WaitForSingleObject(reached.Get(), 30'000), WAIT_OBJECT_0);
     now += 100'000;
     Firewall::RemoveDHCPRules();  // the other one still runs
@@ -154,14 +132,14 @@ TEST_F(FirewallRemoval, AThreadThatDoesNotStartIsToldAndBlocksNothing) {
     EXPECT_THAT(log_.Take(), ElementsAre(L"4 Remove firewall rules: thread start failed, error 8"
                                          L"(Firewall::RemoveDHCPRules)"));
     refuse = false;
-    EXPECT_THAT(Remove(), testing::SizeIs(2));
+    EXPECT_THAT(Remove(), SizeIs(2));
 }
 
 TEST_F(FirewallRemoval, ManyRemovalsLeaveNothingBehind) {
     Remove();
     const int threads = ThreadsOfThisProcess();
     const std::size_t handles = HandlesOfThisProcess();
-    const auto rounds = static_cast<int>(tandor::test::Amount("TANDOR_STRESS_ROUNDS", 50));
+    const auto rounds = static_cast<int>(Amount("TANDOR_STRESS_ROUNDS", 50));
     for (int i = 0; i < rounds && !HasFailure(); ++i) {
         double_->rules = {RuleFor(L"Internet (DHCPv4-In)", kHost)};
         Remove();

@@ -1,8 +1,9 @@
 #include "system/firewall_rule.h"
-
-#include <gtest/gtest.h>
+#include "support/testing.h"
 
 namespace {
+
+using namespace tandor::test;
 
 using tandor::FirewallRule;
 
@@ -30,17 +31,9 @@ TEST(FirewallRule, SharedConnectionRulesAreTheHostsWithTheThreeMarks) {
     }
 }
 
-TEST(FirewallRule, AddingTakesAwayEveryRuleOfTheNameAndAddsOneOnlyWhenThePlanIsOn) {
+TEST(FirewallRule, ThePlanIsOnWhenItIsOne) {
     for (const char* const off : {"", "0", "11", "1 ", " 1"}) EXPECT_FALSE(tandor::IsPlanOn(off)) << off;
-    FirewallRule mine, other;
-    mine.name = L"Mine";
-    other.name = L"Mine too";
-    const std::vector<FirewallRule> rules{mine, other, mine};
-    EXPECT_EQ(ChangesOfAdding(rules, mine, tandor::IsPlanOn("0")).size(), 2U);
-    const auto changes = ChangesOfAdding(rules, mine, tandor::IsPlanOn("1"));
-    ASSERT_EQ(changes.size(), 3U);
-    EXPECT_FALSE(changes[1].adds);
-    EXPECT_TRUE(changes[2].adds);
+    EXPECT_TRUE(tandor::IsPlanOn("1"));
 }
 
 }  // namespace

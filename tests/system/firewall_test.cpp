@@ -1,28 +1,11 @@
 #include "tandor/firewall.h"
-
-#include <windows.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <thread>
-
 #include "pelora/system_environment.h"
 #include "support/firewall_double.h"
-#include "support/firewall_plan.h"
-#include "support/host_log.h"
+#include "support/testing.h"
 
 namespace {
 
-using tandor::test::FirewallDouble;
-using tandor::test::FirewallPlan;
-using tandor::test::HostLog;
-using tandor::test::RuleFor;
-using testing::Contains;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
+using namespace tandor::test;
 
 using Operation = std::function<long(Firewall&)>;
 const Operation kAddAll = &Firewall::AddFirewallRules, kAdd = &Firewall::AddFirewallRuleWithEdgeTraversal,
@@ -109,6 +92,12 @@ TEST_F(FirewallTest, EachFailureIsReturnedAndLogged) {
     const std::wstring denied = L"Access is denied, the firewall needs administrator rights.";
     const std::wstring remove_error = L"DeleteExistFirewallRules() Remove() error.";
     const std::wstring group = L"Failed calling API IsRuleGroupCurrentlyEnabled.";
+    const std::vector<std::wstring> not_added{Line(3, L"Firewall plan is on, we add the firewall rule here.", all),
+                                              Line(4, L"Add Firewall rule failed: 0x80070005", add),
+                                              Line(4, denied, add),
+                                              Line(4, L"Firewall plan is on, we add the firewall rule failed.", all)};
+    const std::vector<std::wstring> not_removed{Line(4, remove_error, remove_all), Line(4, denied, remove_all),
+                                                Line(4, L"DeleteExistFirewallRules() failed.", all)};
     struct Case {
         const wchar_t* failing;
         HRESULT status;
@@ -120,18 +109,8 @@ TEST_F(FirewallTest, EachFailureIsReturnedAndLogged) {
         {L"get_Rules", E_FAIL, kAdd, {Line(4, L"Add FireWall rule get_Rules() failed ", add)}},
         {L"rule", E_FAIL, kAdd, {Line(4, L"CoCreateInstance for Firewall Rule failed: 0x80004005", add)}},
         {L"put_ApplicationName", E_FAIL, kAdd, {Line(4, L"Add Firewall rule failed: 0x80004005", add)}},
-        {L"Add",
-         kDenied,
-         kAddAll,
-         {Line(3, L"Firewall plan is on, we add the firewall rule here.", all),
-          Line(4, L"Add Firewall rule failed: 0x80070005", add), Line(4, denied, add),
-          Line(4, L"Firewall plan is on, we add the firewall rule failed.", all)},
-         0},
-        {L"Remove",
-         kDenied,
-         kAddAll,
-         {Line(4, remove_error, remove_all), Line(4, denied, remove_all),
-          Line(4, L"DeleteExistFirewallRules() failed.", all)}},
+        {L"Add", kDenied, kAddAll, not_added, 0},
+        {L"Remove", kDenied, kAddAll, not_removed},
         {L"get_Rules", E_FAIL, kRemoveAll, {Line(4, L"DeleteExistFirewallRules() get_Rules() error.", remove_all)}},
         {L"Item", E_NOTIMPL, kRemoveAll, {Line(4, L"Item() failed: 0x80004001", remove_all)}},
         {L"get_Rules", E_FAIL, kRemove, {Line(4, L"DeleteFirewallRule() get_Rules() error.", remove)}},
@@ -176,22 +155,11 @@ TEST_F(FirewallTest, WithoutConnectionEverythingFailsUntilItIsMadeAnew) {
 }
 
 TEST_F(FirewallTest, TheThreadsApartmentIsLeftAsItWas) {
-    // Entering once more tells what the thread was left in: S_OK nothing, S_FALSE the same apartment.
-    const std::pair<std::optional<DWORD>, HRESULT> cases[] = {
-        {std::nullopt, S_OK}, {COINIT_MULTITHREADED, S_FALSE}, {COINIT_APARTMENTTHREADED, S_FALSE}};
-    for (const auto& [before, left] : cases) {
-        std::thread([before = before, left = left] {
-            EXPECT_TRUE(!before || ::CoInitializeEx(nullptr, *before) == S_OK);
-            {
-                Firewall first;
-                const Firewall second;
-                EXPECT_EQ(first.AddFirewallRuleWithEdgeTraversal(), S_OK);
-            }
-            EXPECT_EQ(::CoInitializeEx(nullptr, before.value_or(COINIT_MULTITHREADED)), left);
-            ::CoUninitialize();
-            if (before) ::CoUninitialize();
-        }).join();
-    }
+    InEachApartment([] {
+        Firewall first;
+        const Firewall second;
+        EXPECT_EQ(first.AddFirewallRuleWithEdgeTraversal(), S_OK);
+    });
 }
 
 }  // namespace

@@ -1,30 +1,14 @@
-#include "tandor/http_download.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <windows.h>
-
-#include <chrono>
 #include <latch>
-#include <optional>
 #include <regex>
-#include <thread>
 
-#include "support/host_log.h"
 #include "support/https_world.h"
 #include "support/loopback_server.h"
-#include "support/machine_value.h"
-#include "support/own_resources.h"
-#include "support/run_program.h"
-#include "support/tally.h"
+#include "support/testing.h"
+#include "tandor/http_download.h"
 
 namespace {
 
 using namespace tandor::test;
-using testing::ElementsAre;
-using testing::HasSubstr;
-
-constexpr const wchar_t* kSuiteKey = L"SOFTWARE\\Vextro\\Pelora";
 
 struct Answer {
     int result = 0;
@@ -52,18 +36,8 @@ protected:
     Identity server_ = MakeServer(world_.authority, "IP:127.0.0.1");
 };
 
-std::vector<std::string> Lines(const std::string& head) {
-    std::vector<std::string> lines;
-    for (std::size_t at = 0; at < head.size();) {
-        const std::size_t end = std::min(head.find("\r\n", at), head.size());
-        lines.push_back(head.substr(at, end - at));
-        at = end + 2;
-    }
-    return lines;
-}
-
 TEST_F(HttpsRequest, SendsItsHeadersInOrderAndHandsTheAnswerBack) {
-    const MachineValue id(kSuiteKey, L"DeviceId", L"sn-\r\nX: 手机"), type(kSuiteKey, L"DeviceType", L"Modell Ü");
+    const MachineText id(kSuiteKey, L"DeviceId", L"sn-\r\nX: 手机"), type(kSuiteKey, L"DeviceType", L"Modell Ü");
     std::vector<std::string> heads, bodies;
     const auto server = Serve([&](Exchange& exchange) {
         heads.push_back(exchange.head);
@@ -79,12 +53,11 @@ TEST_F(HttpsRequest, SendsItsHeadersInOrderAndHandsTheAnswerBack) {
     EXPECT_EQ(Request(server->Url(), "[]").result, 0);
     EXPECT_THAT(bodies, ElementsAre(R"({"q":"ü"})", "[]"));
     ASSERT_EQ(heads.size(), 2U);
-    const auto first = Lines(heads[0]), second = Lines(heads[1]);
+    const auto first = LinesIn(heads[0]), second = LinesIn(heads[1]);
     ASSERT_EQ(first.size(), 10U);
     EXPECT_EQ(first[0], "POST /config HTTP/1.1");
-    EXPECT_EQ(first[3], "Content-Type: application/json");
-    EXPECT_EQ(first[4], "appId: Pelora");
-    EXPECT_EQ(first[5], "sn: sn-X: 手机");
+    EXPECT_EQ(first[3] + "|" + first[4] + "|" + first[5],
+              "Content-Type: application/json|appId: Pelora|sn: sn-X: 手机");
     const std::regex trace("traceid: [0-9A-F]{8}-[0-9A-F]{4}-[0-9a-f]{4}-[0-9A-F]{4}-[0-9A-F]{12}");
     EXPECT_TRUE(std::regex_match(first[6], trace)) << first[6];
     EXPECT_NE(first[6], second[6]);
@@ -93,14 +66,13 @@ TEST_F(HttpsRequest, SendsItsHeadersInOrderAndHandsTheAnswerBack) {
 }
 
 TEST_F(HttpsRequest, GoesOnWithoutAProductName) {
-    constexpr const wchar_t* kBios = L"HARDWARE\\DESCRIPTION\\System\\BIOS";
-    const MachineValue type(kSuiteKey, L"DeviceType", L""), product(kBios, L"SystemProductName", L"");
-    const MachineValue board(kBios, L"BaseBoardProduct", L"");
+    const MachineText type(kSuiteKey, L"DeviceType"), product(kBiosKey, L"SystemProductName");
+    const MachineText board(kBiosKey, L"BaseBoardProduct");
     const auto server = Serve([](Exchange& exchange) { exchange.Answer("{}"); });
     HostLog log;
     EXPECT_EQ(Request(server->Url()).result, 0);
-    EXPECT_THAT(log.Take(), ElementsAre(L"4 get product name failed(HttpDownloadHelper::GetConfigDataFromServer)",
-                                        L"3 productName: (HttpDownloadHelper::GetConfigDataFromServer)"));
+    EXPECT_EQ(log.Take(), LinesFrom(L"HttpDownloadHelper::GetConfigDataFromServer",
+                                    {L"4 get product name failed", L"3 productName: "}));
 }
 
 TEST_F(HttpsRequest, ASmallCircleOfServersIsTrusted) {
@@ -149,7 +121,7 @@ TEST_F(HttpsRequest, ALateAnswerIsWaitedForAndReportedAsLate) {
         std::this_thread::sleep_for(std::chrono::milliseconds(5600));
         exchange.Answer("late");
     });
-    const MachineValue type(kSuiteKey, L"DeviceType", L"PC");
+    const MachineText type(kSuiteKey, L"DeviceType", L"PC");
     HostLog log;
     const Answer answer = Request(server->Url());
     EXPECT_EQ(answer.result, -1);
@@ -167,7 +139,7 @@ TEST_F(HttpsRequest, KeepsWhatArrivedBeforeTheConnectionBroke) {
         exchange.Reset();
     });
     const Answer answer = Request(server->Url());
-    EXPECT_THAT(answer.result, testing::AnyOf(18, 56)) << answer.transfer.error;
+    EXPECT_THAT(answer.result, AnyOf(18, 56)) << answer.transfer.error;
     EXPECT_EQ(answer.transfer.status, 200);
     EXPECT_EQ(answer.body, "the first half");
     EXPECT_EQ(answer.headers, "HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n");
@@ -189,26 +161,26 @@ TEST_F(HttpsRequest, CarriesLargeBodiesWholeAndInPieces) {
     });
     EXPECT_EQ(Request(server->Url(), "pieces").body, "one, two");
     EXPECT_EQ(Request(server->Url(), std::string(3 << 20, 'x')).body, std::to_string(3 << 20));
-    unsigned long long last = 0, announced = 0;
+    std::pair<std::size_t, std::size_t> told;
     Answer answer;
     answer.transfer.progress = [&](unsigned long long received, unsigned long long total) {
-        last = received;
-        announced = total;
+        told = {received, total};
         return true;
     };
-    HttpDownloadHelper::GetConfigDataFromServer(server->Url(), "large", answer.headers, answer.body, answer.transfer);
+    const auto request = [&] {
+        return HttpDownloadHelper::GetConfigDataFromServer(server->Url(), "large", answer.headers, answer.body,
+                                                           answer.transfer);
+    };
+    request();
     EXPECT_EQ(answer.transfer.code, 0);  // a busy machine may take longer than five seconds
     EXPECT_TRUE(answer.body == large);
-    EXPECT_EQ(last, large.size());
-    EXPECT_EQ(announced, large.size());
+    EXPECT_EQ(told, std::pair(large.size(), large.size()));
     for (const bool throws : {false, true}) {
         answer.transfer.progress = [throws](unsigned long long received, unsigned long long) {
             if (received > 0 && throws) throw std::runtime_error("enough");
             return received == 0;
         };
-        EXPECT_EQ(HttpDownloadHelper::GetConfigDataFromServer(server->Url(), "large", answer.headers, answer.body,
-                                                              answer.transfer),
-                  42);
+        EXPECT_EQ(request(), 42);
     }
 }
 
@@ -226,9 +198,7 @@ TEST_F(HttpsRequest, GoesThroughTheSystemsProxyAndLogsNothingOfIt) {
     HttpsWorld::SetSystemProxy("");
     EXPECT_EQ(Request(server->Url()).result, 0);
     EXPECT_EQ(proxy.Heads().size(), 1U);
-    for (const std::wstring& line : log.Take()) {
-        EXPECT_THAT(line, testing::Not(testing::AnyOf(HasSubstr(L"geheim"), HasSubstr(L"127.0.0.1"))));
-    }
+    EXPECT_THAT(log.Take(), Each(Not(AnyOf(HasSubstr(L"geheim"), HasSubstr(L"127.0.0.1")))));
 }
 
 TEST_F(HttpsRequest, AHundredAtOnceKeepTheirAnswersApart) {
@@ -241,12 +211,8 @@ TEST_F(HttpsRequest, AHundredAtOnceKeepTheirAnswersApart) {
         },
         kRequests);
     std::vector<Answer> answers(kRequests);
-    std::vector<std::thread> threads;
-    for (int i = 0; i < kRequests; ++i) {
-        threads.emplace_back(
-            [&, i] { answers[static_cast<std::size_t>(i)] = Request(server->Url(), std::to_string(i)); });
-    }
-    for (std::thread& thread : threads) thread.join();
+    InThreads(kRequests,
+              [&](int i) { answers[static_cast<std::size_t>(i)] = Request(server->Url(), std::to_string(i)); });
     for (int i = 0; i < kRequests; ++i) {
         const Answer& answer = answers[static_cast<std::size_t>(i)];
         EXPECT_EQ(answer.transfer.code, 0) << answer.transfer.error;
@@ -260,15 +226,15 @@ TEST_F(HttpsRequest, LeavesNothingBehind) {
         for (int i = 0; i < calls; ++i) ASSERT_EQ(Request(server->Url()).transfer.code, 0);
     };
     round(30);
-    const std::size_t handles = tandor::test::HandlesOfThisProcess();
-    const std::size_t bytes = tandor::test::PrivateBytesOfThisProcess();
-    const int threads = tandor::test::ThreadsOfThisProcess();
-    const auto calls = static_cast<int>(tandor::test::Amount("TANDOR_STRESS_REQUESTS", 150));
+    const std::size_t handles = HandlesOfThisProcess();
+    const std::size_t bytes = PrivateBytesOfThisProcess();
+    const int threads = ThreadsOfThisProcess();
+    const auto calls = static_cast<int>(Amount("TANDOR_STRESS_REQUESTS", 150));
     round(calls);
-    EXPECT_LE(tandor::test::ThreadsOfThisProcess(), threads);
-    EXPECT_LE(tandor::test::HandlesOfThisProcess(), handles + 5);
+    EXPECT_LE(ThreadsOfThisProcess(), threads);
+    EXPECT_LE(HandlesOfThisProcess(), handles + 5);
     // A handle of libcurl's is 6 KB, the cryptographic library's state of a thread 2 KB.
-    EXPECT_LT(tandor::test::PrivateBytesOfThisProcess(), bytes + static_cast<std::size_t>(calls) * 3 * 1024);
+    EXPECT_LT(PrivateBytesOfThisProcess(), bytes + static_cast<std::size_t>(calls) * 3 * 1024);
 }
 
 TEST(HttpDownloadHelper, CallbackAppendsOrEndsTheTransfer) {

@@ -1,8 +1,9 @@
 #include "system/http_headers.h"
-
-#include <gtest/gtest.h>
+#include "support/testing.h"
 
 namespace {
+
+using namespace tandor::test;
 
 TEST(TraceIdText, HasTheThirdGroupAloneInLowerCase) {
     using tandor::TraceIdText;

@@ -1,11 +1,9 @@
 #include "suite/telemetry/group_commit.h"
-
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <thread>
+#include "support/testing.h"
 
 namespace {
+
+using namespace tandor::test;
 
 using namespace std::chrono_literals;
 
@@ -20,22 +18,18 @@ TEST(GroupCommit, WritesEachItemOnceAndReturnsAfterIt) {
     Group group;
     std::vector<int> written;
     std::atomic<int> failures{0};
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < 4; ++thread) {
-        threads.emplace_back([&, thread] {
-            for (int i = 0; i < 500; ++i) {
-                Item item{thread * 1000 + i};
-                const bool submitted = group.Submit(item, Group::Clock::now() + 60s, [&](const Group::Take& take) {
-                    for (Item* const each : take()) {
-                        written.push_back(each->value);
-                        each->written = true;
-                    }
-                });
-                if (!submitted || !item.written) ++failures;
-            }
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
+    InThreads(4, [&](int thread) {
+        for (int i = 0; i < 500; ++i) {
+            Item item{thread * 1000 + i};
+            const bool submitted = group.Submit(item, Group::Clock::now() + 60s, [&](const Group::Take& take) {
+                for (Item* const each : take()) {
+                    written.push_back(each->value);
+                    each->written = true;
+                }
+            });
+            if (!submitted || !item.written) ++failures;
+        }
+    });
     EXPECT_EQ(failures, 0);
     ASSERT_EQ(written.size(), 2000u);
     std::sort(written.begin(), written.end());

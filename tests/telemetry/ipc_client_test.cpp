@@ -1,11 +1,9 @@
-#include <windows.h>
-
-#include <gtest/gtest.h>
-
-#include "base/win_handle.h"
 #include "pelora/ipc_messages.h"
+#include "support/testing.h"
 
 namespace {
+
+using namespace tandor::test;
 
 std::wstring PipeName(const wchar_t* name) {
     return L"\\\\.\\pipe\\tandor-test-" + std::to_wstring(::GetCurrentProcessId()) + name;

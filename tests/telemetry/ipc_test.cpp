@@ -1,10 +1,9 @@
-#include <gtest/gtest.h>
-
-#include <cstring>
-
 #include "suite/ipc/ipc_frame.h"
+#include "support/testing.h"
 
 namespace {
+
+using namespace tandor::test;
 
 TEST(IpcBuffer, RefusesAsAWholeWhatPassesItsEnd) {
     char memory[16];
@@ -17,12 +16,10 @@ TEST(IpcBuffer, RefusesAsAWholeWhatPassesItsEnd) {
     EXPECT_EQ(package.PacketString(""), 0) << "no room for its length";
     EXPECT_EQ(std::string(memory, 16), std::string("\3\0\0\0abc\1\0\0\0d####", 16));
     std::string text;
-    EXPECT_TRUE(package.UnpacketString(text));
-    EXPECT_EQ(text, "abc");
-    EXPECT_TRUE(package.UnpacketString(text));
-    EXPECT_EQ(text, "d");
-    EXPECT_FALSE(package.UnpacketString(text));
-    EXPECT_EQ(text, "d");
+    for (const auto& [there, expected] : {std::pair{true, "abc"}, {true, "d"}, {false, "d"}}) {
+        EXPECT_EQ(package.UnpacketString(text), there);
+        EXPECT_EQ(text, expected);
+    }
 }
 
 TEST(IpcBuffer, DoesNotTrustALengthInWhatItReads) {
@@ -43,9 +40,8 @@ TEST(IpcFrame, IsReadBackAndCutOrFalseOnesAreNot) {
     const auto frame = pelora::BuildFrame(0x490084, item);
     ASSERT_TRUE(frame);
     pelora::ReadMessage read;
-    for (std::size_t length = 0; length < frame->size(); ++length) {
+    for (std::size_t length = 0; length < frame->size(); ++length)
         EXPECT_EQ(pelora::ReadFrame(std::string_view(*frame).substr(0, length), read), pelora::FrameState::kIncomplete);
-    }
     const std::string stream = *frame + "next";  // what is read points into it
     ASSERT_EQ(pelora::ReadFrame(stream, read), pelora::FrameState::kWhole);
     EXPECT_EQ(read.client, 0x490084);

@@ -1,23 +1,18 @@
-#include <gtest/gtest.h>
-
-#include "support/collector.h"
-// The sockets' header has to come before windows.h.
-#include <mutex>
 #include <nlohmann/json.hpp>
 #include <random>
-#include <set>
 
-#include "base/utf.h"
 #include "pelora/outbox.h"
-#include "support/files.h"
+#include "support/collector.h"
 #include "support/hostile_crypto.h"
 #include "support/loopback_server.h"
-#include "support/run_program.h"
+#include "support/sent_records.h"
+#include "support/testing.h"
 
 namespace {
 
+using namespace tandor::test;
+
 using nlohmann::json;
-using tandor::test::Collector, tandor::test::RunTandorctl, tandor::test::TemporaryFolder;
 
 class OutboxSend : public testing::Test {
 protected:
@@ -35,19 +30,16 @@ protected:
     std::set<std::string> Left() {
         std::vector<pelora::OutboxRecord> records;
         EXPECT_EQ(outbox.Read(0, 1'000'000, ~std::size_t{0}, records), "");
-        std::set<std::string> left;
-        for (const auto& record : records) left.insert(record.identifier);
-        return left;
+        return Identifiers(records);
     }
     void Receive(const std::string& body) {
         const json request = json::parse(body);
-        for (const json& record : request["resourceLogs"][0]["scopeLogs"][0]["logRecords"]) {
+        for (const json& record : request["resourceLogs"][0]["scopeLogs"][0]["logRecords"])
             received.insert(record["attributes"][0]["value"]["stringValue"].get<std::string>());
-        }
     }
-    tandor::test::ProgramRun Send(const Collector& collector, const std::wstring& options) {
-        return RunTandorctl(L"--json outbox --file \"" + path.native() + L"\" send --to " + collector.url +
-                            L" --backoff 5 " + options);
+    ProgramRun Send(const Collector& collector, const std::wstring& options) {
+        return RunTandorctl(L"--json outbox --file \"" + path.native() + L"\" send --to " +
+                            tandor::WideFromUtf8(collector.Url()) + L" --backoff 5 " + options);
     }
 
     TemporaryFolder folder;
@@ -57,27 +49,16 @@ protected:
 };
 
 TEST_F(OutboxSend, LosesNothingToACollectorThatFailsAtRandom) {
-    const char* const wanted = std::getenv("TANDOR_OUTBOX_SENT");
-    Fill(wanted == nullptr ? 300 : std::atoi(wanted));
+    Fill(static_cast<int>(Amount("TANDOR_OUTBOX_SENT", 300)));
     std::mt19937 random(7);
     Collector collector(
         [&random]() -> Collector::Behaviour {
-            switch (random() % 12) {
-                case 0:
-                    return {Collector::Way::kAnswer, 400, ""};
-                case 1:
-                    return {Collector::Way::kAnswer, 429, ""};
-                case 2:
-                    return {Collector::Way::kAnswer, 503, ""};
-                case 3:
-                    return {Collector::Way::kReset, 200, ""};
-                case 4:
-                    return {Collector::Way::kTakeAndReset, 200, ""};
-                case 5:
-                    return {random() % 8 == 0 ? Collector::Way::kStall : Collector::Way::kAnswer, 200, ""};
-                default:
-                    return {};
-            }
+            using Way = Collector::Way;
+            const Collector::Behaviour bad[] = {{Way::kAnswer, 400},  {Way::kAnswer, 429},
+                                                {Way::kAnswer, 503},  {Way::kReset},
+                                                {Way::kTakeAndReset}, {random() % 8 == 0 ? Way::kStall : Way::kAnswer}};
+            const std::size_t turn = random() % 12;
+            return turn < std::size(bad) ? bad[turn] : Collector::Behaviour{};
         },
         [this](const std::string& body) { Receive(body); });
     // What was answered with 400 stays for another run.
@@ -93,24 +74,19 @@ TEST_F(OutboxSend, LosesNothingToACollectorThatFailsAtRandom) {
 
 TEST_F(OutboxSend, NeverRepeatsWhatWasRefusedAndHonoursRetryAfter) {
     Fill(3);
-    int answers = 0;
-    ULONGLONG asked = 0, came = 0;
+    std::vector<ULONGLONG> asked;  // when each request came
     Collector collector(
         [&]() -> Collector::Behaviour {
-            ++answers;
-            if (answers == 1) return {Collector::Way::kAnswer, 400, ""};
-            if (answers == 2) {
-                asked = ::GetTickCount64();
-                return {Collector::Way::kAnswer, 503, "Retry-After: 1\r\n"};
-            }
-            if (answers == 3) came = ::GetTickCount64();
+            asked.push_back(::GetTickCount64());
+            if (asked.size() == 1) return {Collector::Way::kAnswer, 400};
+            if (asked.size() == 2) return {Collector::Way::kAnswer, 503, "Retry-After: 1\r\n"};
             return {};
         },
         [this](const std::string& body) { Receive(body); });
     const auto run = Send(collector, L"--batch 1");
     EXPECT_EQ(run.exit_code, 1);
-    EXPECT_EQ(answers, 4) << run.out << run.error;
-    EXPECT_GE(came - asked, 950u);
+    ASSERT_EQ(asked.size(), 4u) << run.out << run.error;
+    EXPECT_GE(asked[2] - asked[1], 950u);
     EXPECT_EQ(Left(), std::set<std::string>{*identifiers.begin()});
     const json result = json::parse(run.out);
     EXPECT_EQ(result["sent"], 2);
@@ -122,7 +98,7 @@ TEST_F(OutboxSend, GivesUpWhenNobodyAnswersAndKeepsAll) {
     Collector collector([]() -> Collector::Behaviour { return {Collector::Way::kAnswer, 503, ""}; }, [](auto&) {});
     const auto run = Send(collector, L"--attempts 3");
     EXPECT_EQ(run.exit_code, 1);
-    EXPECT_EQ(collector.requests, 3);
+    EXPECT_EQ(collector.Requests(), 3);
     EXPECT_EQ(json::parse(run.out)["gave_up"], "answer 503: {}");
     EXPECT_EQ(Left(), identifiers);
 }
@@ -147,7 +123,6 @@ TEST_F(OutboxSend, VerbsShowExportAndDrop) {
 }
 
 TEST_F(OutboxSend, GoesOverHttpsToACollectorThatIsTrusted) {
-    using namespace tandor::test;
     Fill(3);
     const Identity authority = MakeAuthority("Collectors, Prüfstelle");
     const Identity identity = MakeServer(authority, "IP:127.0.0.1");

@@ -1,22 +1,15 @@
 #include "pelora/outbox.h"
-
-#include <gtest/gtest.h>
-
-#include <set>
-#include <thread>
-
-#include "base/utf.h"
 #include "pelora/data_report_service.h"
 #include "pelora/event_service.h"
 #include "suite/sqlite/database.h"
-#include "support/child.h"
-#include "support/files.h"
-#include "support/host_log.h"
+#include "support/sent_records.h"
+#include "support/testing.h"
 
 namespace {
 
+using namespace tandor::test;
+
 using pelora::Outbox, pelora::OutboxRecord, pelora::OutboxStatus;
-using tandor::test::TemporaryFolder;
 
 std::string Utf8(const std::filesystem::path& path) { return tandor::Utf8FromWide(path.native()); }
 
@@ -25,6 +18,12 @@ OutboxRecord Record(const std::string& text) {
     record.event = "606008003";
     record.values = {{"0", text, false}};
     return record;
+}
+
+OutboxStatus StatusOf(Outbox& outbox) {
+    OutboxStatus status;
+    EXPECT_EQ(outbox.Status(status), "");
+    return status;
 }
 
 std::vector<OutboxRecord> All(Outbox& outbox) {
@@ -54,11 +53,8 @@ TEST(Outbox, GivesBackWhatWasPutInOrderAfterOpeningAnew) {
     OutboxRecord third = Record("c");
     ASSERT_EQ(outbox.Put(third), "");
     EXPECT_EQ(third.sequence, 3u) << "a sequence is not given twice";
-    OutboxStatus status;
-    ASSERT_EQ(outbox.Status(status), "");
-    EXPECT_EQ(status.records, 2u);
-    EXPECT_EQ(status.put, 3u);
-    EXPECT_EQ(status.removed, 1u);
+    const OutboxStatus status = StatusOf(outbox);
+    EXPECT_EQ(std::tuple(status.records, status.put, status.removed), std::tuple(2u, 3u, 1u));
 }
 
 TEST(Outbox, NeverPassesItsLimitsAndCountsWhatGaveWay) {
@@ -76,8 +72,7 @@ TEST(Outbox, NeverPassesItsLimitsAndCountsWhatGaveWay) {
         sum += record.values[0].text.size();
         ASSERT_LE(std::filesystem::file_size(file), kBytes);
     }
-    OutboxStatus status;
-    ASSERT_EQ(outbox.Status(status), "");
+    OutboxStatus status = StatusOf(outbox);
     EXPECT_LE(status.bytes, kBytes);
     EXPECT_EQ(status.put, put);
     EXPECT_EQ(status.records + status.displaced, put);
@@ -87,38 +82,31 @@ TEST(Outbox, NeverPassesItsLimitsAndCountsWhatGaveWay) {
     for (std::size_t i = 0; i < records.size(); ++i) EXPECT_EQ(records[i].sequence, status.displaced + 1 + i);
 
     ASSERT_EQ(outbox.SetLimits({3, kBytes}), "");
-    ASSERT_EQ(outbox.Status(status), "");
-    EXPECT_EQ(status.records, 3u);
-    EXPECT_EQ(status.displaced, put - 3);
+    status = StatusOf(outbox);
+    EXPECT_EQ(std::pair(status.records, status.displaced), std::pair(3ULL, put - 3));
     EXPECT_NE(outbox.SetLimits({0, kBytes}), "");
     EXPECT_NE(outbox.SetLimits({1, 4096}), "");
-    OutboxRecord large = Record(std::string(200'000, 'x'));
-    EXPECT_NE(outbox.Put(large), "");
+    for (const std::size_t size : {200'000, 2'000'000}) {
+        OutboxRecord large = Record(std::string(size, 'x'));
+        EXPECT_NE(outbox.Put(large), "");
+    }
     EXPECT_EQ(All(outbox).size(), 3u) << "nothing gives way for what cannot be held";
-    large = Record(std::string(2'000'000, 'x'));
-    EXPECT_NE(outbox.Put(large), "");
 }
 
 TEST(Outbox, RecordsOfManyThreadsAreAllThereOnce) {
     const TemporaryFolder folder;
     Outbox outbox(Utf8(folder.path / L"outbox.db"));
     std::vector<std::string> identifiers[4];
-    std::vector<std::thread> threads;
-    for (auto& own : identifiers) {
-        threads.emplace_back([&outbox, &own] {
-            for (int i = 0; i < 100; ++i) {
-                OutboxRecord record = Record(std::to_string(i));
-                if (outbox.Put(record).empty()) own.push_back(record.identifier);
-            }
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
+    InThreads(4, [&](int thread) {
+        for (int i = 0; i < 100; ++i) {
+            OutboxRecord record = Record(std::to_string(i));
+            if (outbox.Put(record).empty()) identifiers[thread].push_back(record.identifier);
+        }
+    });
     std::set<std::string> acknowledged;
     for (const auto& own : identifiers) acknowledged.insert(own.begin(), own.end());
-    std::set<std::string> stored;
-    for (const OutboxRecord& record : All(outbox)) stored.insert(record.identifier);
     EXPECT_EQ(acknowledged.size(), 400u);
-    EXPECT_EQ(stored, acknowledged);
+    EXPECT_EQ(Identifiers(All(outbox)), acknowledged);
 }
 
 TEST(Outbox, AStoreThatCannotBeUsedFailsInTimeWithOneLine) {
@@ -126,14 +114,12 @@ TEST(Outbox, AStoreThatCannotBeUsedFailsInTimeWithOneLine) {
     const auto file = folder.path / L"outbox.db";
     std::filesystem::create_directories(file);  // a folder where the file should be
     Outbox outbox(Utf8(file));
-    tandor::test::HostLog log;
+    HostLog log;
     OutboxRecord record = Record("x");
     const std::string trouble = outbox.Put(record);
     EXPECT_NE(trouble.find("outbox.db: "), std::string::npos) << trouble;
     EXPECT_EQ(outbox.Put(record), trouble);
-    const auto lines = log.Take();
-    ASSERT_EQ(lines.size(), 1u);
-    EXPECT_EQ(lines[0].substr(0, 10), L"4 [Outbox]");
+    EXPECT_THAT(log.Take(), ElementsAre(StartsWith(L"4 [Outbox]")));
     std::filesystem::remove(file);
     EXPECT_EQ(outbox.Put(record), "") << "it works again as soon as it can";
 }
@@ -154,15 +140,14 @@ TEST(Outbox, ABusyStoreIsWaitedForABoundedTime) {
 
 TEST(Outbox, ADamagedFileIsSetAsideAndTheRecordKept) {
     const TemporaryFolder folder;
-    tandor::test::WriteAll(folder.path / L"outbox.db", std::string(10'000, '?'));
+    WriteAll(folder.path / L"outbox.db", std::string(10'000, '?'));
     Outbox outbox(Utf8(folder.path / L"outbox.db"));
     OutboxRecord record = Record("x");
     EXPECT_EQ(outbox.Put(record), "");
     EXPECT_EQ(All(outbox).size(), 1u);
     int aside = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(folder.path)) {
+    for (const auto& entry : std::filesystem::directory_iterator(folder.path))
         aside += entry.path().filename().native().starts_with(L"outbox.damaged-") ? 1 : 0;
-    }
     EXPECT_EQ(aside, 1);
 }
 
@@ -179,28 +164,26 @@ TEST(Outbox, NothingAcknowledgedIsLostWhenProcessesAreKilled) {
     if (wanted != nullptr) {
         ASSERT_EQ(Outbox(Utf8(file)).SetLimits({10'000'000, 8ULL << 30}), "");
     }
-    std::vector<tandor::test::Child> writers;
+    std::vector<Child> writers;
     for (int i = 0; i < 4; ++i) writers.emplace_back(command(i));
     unsigned random = 12345;
     for (int kill = 0; kill < kills; ++kill) {
         random = random * 1664525 + 1013904223;
         ::Sleep(random >> 16 & 127);
-        tandor::test::Child& writer = writers[static_cast<std::size_t>(kill % 4)];
+        Child& writer = writers[static_cast<std::size_t>(kill % 4)];
         writer.Kill();
-        writer = tandor::test::Child(command(kill % 4));
+        writer = Child(command(kill % 4));
     }
     writers.clear();
     Outbox outbox(Utf8(file));
-    std::set<std::string> stored;
     const auto records = All(outbox);
-    for (const OutboxRecord& record : records) stored.insert(record.identifier);
+    const std::set<std::string> stored = Identifiers(records);
     EXPECT_EQ(stored.size(), records.size()) << "an identifier was given twice";
     std::size_t acknowledged = 0;
     for (int i = 0; i < 4; ++i) {
-        std::istringstream lines(tandor::test::ReadAll(folder.path / std::to_wstring(i)));
-        for (std::string line; std::getline(lines, line) && line.size() == 32; ++acknowledged) {
+        std::istringstream lines(ReadAll(folder.path / std::to_wstring(i)));
+        for (std::string line; std::getline(lines, line) && line.size() == 32; ++acknowledged)
             EXPECT_TRUE(stored.contains(line)) << line;
-        }
     }
     EXPECT_GT(acknowledged, 0u);
     std::printf("%d kills, %zu records acknowledged, %zu stored\n", kills, acknowledged, records.size());
@@ -209,7 +192,7 @@ TEST(Outbox, NothingAcknowledgedIsLostWhenProcessesAreKilled) {
 TEST(Services, RecordWhatTheyAreGiven) {
     const TemporaryFolder folder;
     const auto log = folder.path / L"KoView.log";
-    tandor::test::WriteAll(log, "twelve bytes");
+    WriteAll(log, "twelve bytes");
     KoEvent event(992614403);
     event.PutInt("deviceType", 7).PutString("duration", "1 s").PutLong("deviceType", -1);
     EXPECT_EQ(event.Flatten(), R"(992614403 {"deviceType":-1,"duration":"1 s"})");

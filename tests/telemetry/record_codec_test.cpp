@@ -1,8 +1,9 @@
 #include "suite/telemetry/record_codec.h"
-
-#include <gtest/gtest.h>
+#include "support/testing.h"
 
 namespace {
+
+using namespace tandor::test;
 
 TEST(RecordCodec, GivesBackWhatItTookAndRefusesEverythingElse) {
     pelora::OutboxRecord record;
@@ -15,9 +16,8 @@ TEST(RecordCodec, GivesBackWhatItTookAndRefusesEverythingElse) {
     pelora::OutboxRecord read;
     ASSERT_TRUE(pelora::DecodeContent(bytes, read));
     EXPECT_EQ(read, record);
-    for (std::size_t length = 0; length < bytes.size(); ++length) {
+    for (std::size_t length = 0; length < bytes.size(); ++length)
         EXPECT_FALSE(pelora::DecodeContent(bytes.substr(0, length), read)) << length;
-    }
     EXPECT_FALSE(pelora::DecodeContent(bytes + "x", read));
     std::string huge = pelora::EncodeContent({});
     huge.replace(9, 4, "\xFF\xFF\xFF\xFF");  // the count of values

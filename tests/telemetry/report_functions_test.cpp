@@ -1,21 +1,12 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <set>
-
-#include "support/host_log.h"
 #include "support/sent_records.h"
+#include "support/testing.h"
 #include "tandor/data_report.h"
 #include "telemetry/report_table.h"
 #include "telemetry/send_interval.h"
 
 namespace {
 
-using tandor::test::HostLog;
-using tandor::test::LinesOf;
-using tandor::test::SentRecords;
-using testing::ElementsAre;
-using testing::IsEmpty;
+using namespace tandor::test;
 
 using Reports = TandorDataReportClass;
 using namespace HandoffReportData;
@@ -26,7 +17,19 @@ struct Case {
     const char* sent;  // the record without the leading "6060"
 };
 
-// Arguments differ from each other, so that an order or a member that is wrong shows.
+// Arguments and members differ from each other, so that an order or a member that is wrong shows.
+const ConnectReportDataStru kConnect{1, 2, 3, 4, 5'000'000'000, "Pad"};
+const PairPerformData kPair{1, 2, 3, 4, 5, 6};
+const UpgradeReportData kUpgrade{1, 2, "10.0", "11.0"};
+const ShareFileReportData kFile{1, 2, 3, 4, 5};
+const TransPerformData kTransfer{1, 2, 3, 4, 5, 2.5e6};
+const CastStartReportData kCast{1, 2, 3, 4};
+const WifiP2PConnectData kWifi{1, 2, 3, 4, 5};
+const DragFileReportData kDragIn{1, 2, 3, 4, 5};
+const DragFileReportData kDragOut{6, 7, 8, 9, 10};
+const PerformanceRecord kWindows{1, 2, 59.94, 0.125, 3};
+NFCOpenBluetoothData touch{1, 2, 3, 4};
+
 const Case kCases[] = {
     {[] { Reports::ReportTandorReport80KoshareSettingSetRecvPathId(L"D:\\手机"); }, "04525: D:\\手机"},
     {[] { Reports::ReportTandorReport80KoshareSettingOpenRecvPathId(); }, "04526:"},
@@ -89,31 +92,13 @@ const Case kCases[] = {
     {[] { Reports::ReportTandorReport80MyvideoCancelUploadId(); }, "08316:"},
     {[] { Reports::ReportTandorReport80PhoneBriefClickId(L"Akku"); }, "08400: Akku"},
     {[] { Reports::ReportTandorReport80PhoneBriefEnterId(); }, "08401:"},
-    {[] {
-         Reports::ReportTandorReport90HandoffConnectDataId({1, 2, 3, 4, 5'000'000'000, "Pad"});
-     },
-     "09100: 1, 2, 3, 4, 5000000000, Pad"},
-    {[] {
-         Reports::ReportTandorReport90HandoffPairPerformId({1, 2, 3, 4, 5, 6});
-     },
-     "09101: 1, 2, 3, 4, 5, 6"},
+    {[] { Reports::ReportTandorReport90HandoffConnectDataId(kConnect); }, "09100: 1, 2, 3, 4, 5000000000, Pad"},
+    {[] { Reports::ReportTandorReport90HandoffPairPerformId(kPair); }, "09101: 1, 2, 3, 4, 5, 6"},
     {[] { Reports::ReportTandorReport90HandoffDisconnectTypeId(1, 2); }, "09102: 1, 2"},
-    {[] {
-         Reports::ReportTandorReport90HandoffUpgradeId({1, 2, "10.0", "11.0"});
-     },
-     "09103: 1, 2, 10.0, 11.0"},
-    {[] {
-         Reports::ReportTandorReport90HandoffShareSingleFileId({1, 2, 3, 4, 5});
-     },
-     "09200: 1, 2, 3, 4, 5"},
-    {[] {
-         Reports::ReportTandorReport90HandoffTransPerformId({1, 2, 3, 4, 5, 2.5e6});
-     },
-     "09201: 1, 2, 3, 4, 5, 2.5e+06"},
-    {[] {
-         Reports::ReportTandorReport100KocastStartResultDataId({1, 2, 3, 4});
-     },
-     "10000: 1, 2, 3, 4"},
+    {[] { Reports::ReportTandorReport90HandoffUpgradeId(kUpgrade); }, "09103: 1, 2, 10.0, 11.0"},
+    {[] { Reports::ReportTandorReport90HandoffShareSingleFileId(kFile); }, "09200: 1, 2, 3, 4, 5"},
+    {[] { Reports::ReportTandorReport90HandoffTransPerformId(kTransfer); }, "09201: 1, 2, 3, 4, 5, 2.5e+06"},
+    {[] { Reports::ReportTandorReport100KocastStartResultDataId(kCast); }, "10000: 1, 2, 3, 4"},
     {[] { Reports::ReportTandorReport100KocastOpenOrCloseDataId(true); }, "10001: 1"},
     {[] { Reports::ReportTandorReport100KocastMaxOrMinCountDataId(3, 4); }, "10002: 3, 4"},
     {[] { Reports::ReportTandorReport100KocastFirstUseKeyboardDataId(~0ULL); }, "10003: 18446744073709551615"},
@@ -121,38 +106,22 @@ const Case kCases[] = {
     {[] { Reports::ReportTandorReport100KocastFirstUseTouchDataId(3); }, "10005: 3"},
     {[] { Reports::ReportTandorReport100KocastFirstUseThreeNavigationDataId(4); }, "10006: 4"},
     {[] { Reports::ReportTandorReport100KocastViewHelpDataId(); }, "10007:"},
-    {[] {
-         Reports::ReportTandorReport100WifiP2PConnectDataId({1, 2, 3, 4, 5});
-     },
-     "10008: 1, 2, 3, 4, 5"},
+    {[] { Reports::ReportTandorReport100WifiP2PConnectDataId(kWifi); }, "10008: 1, 2, 3, 4, 5"},
     {[] { Reports::ReportTandorReport100KocastHardwareDrivenResult(MIRROR_HARDWARE_FAILED); }, "10010: 2"},
-    {[] {
-         Reports::Report_TANDOR_REPORT_90_HANDOFF_DRAGE_IN_FILE_ID({1, 2, 3, 4, 5});
-     },
-     "10100: 1, 2, 3, 4, 5"},
-    {[] {
-         Reports::Report_TANDOR_REPORT_90_HANDOFF_DRAGE_OUT_FILE_ID({6, 7, 8, 9, 10});
-     },
-     "10101: 6, 7, 8, 9, 10"},
+    {[] { Reports::Report_TANDOR_REPORT_90_HANDOFF_DRAGE_IN_FILE_ID(kDragIn); }, "10100: 1, 2, 3, 4, 5"},
+    {[] { Reports::Report_TANDOR_REPORT_90_HANDOFF_DRAGE_OUT_FILE_ID(kDragOut); }, "10101: 6, 7, 8, 9, 10"},
     {[] { Reports::ReportTandorReport100KosightConnectionStatusId(1, 2); }, "10200: 1, 2"},
     {[] { Reports::ReportTandorReport100MSDPStatus(1, "d"); }, "10201: 1, d"},
     {[] { Reports::ReportTandorReport101OpenFileDataId(1, "pdf", "app"); }, "10207: 1, pdf, app"},
     {[] { Reports::ReportWifiP2pDisconnectReson(1, 2, "r"); }, "11014: 1, 2, r"},
-    {[] {
-         NFCOpenBluetoothData data{1, 2, 3, 4};
-         Reports::ReportAnfcEvent(data);
-     },
-     "11017: 1, 2, 3, 4"},
+    {[] { Reports::ReportAnfcEvent(touch); }, "11017: 1, 2, 3, 4"},
     {[] { Reports::ReportTandorReport120MultiWinAddAppDataId("a", 2); }, "12000: a, 2"},
     {[] { Reports::ReportTandorReport120MultiWinCloseWinDataId("b", 3); }, "12001: b, 3"},
     {[] { Reports::ReportTandorReport120MultiWinRecPhoneEventDataId(4); }, "12005: 4"},
     {[] { Reports::ReportTandorReport120MultiWinTopmostDataId(false); }, "12008: 0"},
     {[] { Reports::ReportTandorReport120MultiWinLockScreenDataId(true); }, "12020: 1"},
     {[] { Reports::ReportTandorReport130MultiWinFaultDataId(3, "f"); }, "13000: 3, f"},
-    {[] {
-         Reports::ReportTandorReport140MultiWinPerformanceID({1, 2, 59.94, 0.125, 3});
-     },
-     "14000: 1, 2, 59.94, 0.125, 3"},
+    {[] { Reports::ReportTandorReport140MultiWinPerformanceID(kWindows); }, "14000: 1, 2, 59.94, 0.125, 3"},
     {[] { Reports::ReportTandorReport140MultiWinClickRotate(); }, "14001:"},
     {[] { Reports::ReportTandorReport140MultiWinClickBack(); }, "14002:"},
 };

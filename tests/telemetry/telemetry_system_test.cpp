@@ -1,27 +1,16 @@
 // What needs the system: the clocks, the channels' files, the outbox seen by a second process.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <windows.h>
-
 #include <cmath>
 #include <regex>
 
-#include "support/child.h"
-#include "support/files.h"
 #include "support/sent_records.h"
+#include "support/testing.h"
 #include "tandor/data_report.h"
 #include "tandor/event_reporter.h"
 #include "tandor/logging.h"
 
 namespace {
 
-using tandor::test::Child;
-using tandor::test::LinesOf;
-using tandor::test::ReadAll;
-using tandor::test::SentRecords;
-using tandor::test::ValuesOf;
-using testing::HasSubstr;
-using testing::IsEmpty;
+using namespace tandor::test;
 
 constexpr auto kStep = static_cast<TandorReportTypeEnum>(77);
 constexpr auto kOtherStep = static_cast<TandorReportTypeEnum>(78);
@@ -83,15 +72,8 @@ TEST(KoEventReporter, TheAttachedLogsHoldThisProcessesLinesAndTheFaultItself) {
 }
 
 TEST(Telemetry, SeveralProcessesReportIntoOneOutbox) {
-    constexpr int kCommits = 25;
     SentRecords sent;
-    {
-        std::vector<Child> children;
-        for (const wchar_t* name : {L"one", L"two"}) {
-            children.emplace_back(std::wstring(L"commit-reports ") + name + L" " + std::to_wstring(kCommits));
-        }
-        for (Child& child : children) ASSERT_EQ(child.Wait(), 0);
-    }
+    RunChildren({L"commit-reports one 25", L"commit-reports two 25"});
     std::map<std::string, int> commits;
     for (const auto& record : sent.Take()) {
         const auto values = ValuesOf(record);
@@ -99,7 +81,7 @@ TEST(Telemetry, SeveralProcessesReportIntoOneOutbox) {
         EXPECT_NE(values[9], "0");
         ++commits[record.event + " " + values[10]];
     }
-    EXPECT_EQ(commits, (std::map<std::string, int>{{"606000079 one", kCommits}, {"606000079 two", kCommits}}));
+    EXPECT_EQ(commits, (std::map<std::string, int>{{"606000079 one", 25}, {"606000079 two", 25}}));
 }
 
 }  // namespace
