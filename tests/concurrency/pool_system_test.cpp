@@ -111,12 +111,10 @@ void StartAndStop(IOperationQueue& queue, unsigned long long cycles) {
 TEST(LowPowerQueueOnTheSystem, ManyStartsAndStopsLeaveNoThreadAndNoHandle) {
     const std::unique_ptr<IOperationQueue> queue(OperationQueueFactory::Create());
     StartAndStop(*queue, 3);  // what the thread library keeps for itself
-    const int threads = ThreadsOfThisProcess();
-    const std::size_t handles = HandlesOfThisProcess();
+    const LeakWatch watch;
     const auto cycles = Amount("TANDOR_STRESS_CYCLES", 100);
     StartAndStop(*queue, cycles);
-    EXPECT_LE(ThreadsOfThisProcess(), threads);  // threads of earlier tests may end meanwhile
-    EXPECT_LT(HandlesOfThisProcess(), handles + cycles / 4);
+    watch.ExpectNoMoreThan(cycles / 4);
 }
 
 TEST(LowPowerQueueOnTheSystem, KeepsAThreadOnlyWhileThereIsWork) {

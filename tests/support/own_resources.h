@@ -3,9 +3,13 @@
 
 #include <windows.h>
 
+#include <gtest/gtest.h>
 #include <tlhelp32.h>
 
+#include <algorithm>
 #include <cstddef>
+#include <limits>
+#include <string>
 #include <vector>
 
 #include "base/win_handle.h"
@@ -48,5 +52,28 @@ inline std::size_t PrivateBytesOfThisProcess() {
     }
     return bytes;
 }
+
+// What this process gains from here on. ./soak shows the figures.
+class LeakWatch {
+public:
+    void ExpectNoMoreThan(std::size_t handles, std::size_t bytes = std::numeric_limits<std::size_t>::max() / 2) const {
+        const std::size_t handles_now = HandlesOfThisProcess(), bytes_now = PrivateBytesOfThisProcess();
+        const int threads_now = ThreadsOfThisProcess();
+        EXPECT_LE(threads_now, threads_);  // threads of earlier tests may end meanwhile
+        EXPECT_LE(handles_now, handles_ + handles);
+        EXPECT_LE(bytes_now, bytes_ + bytes);
+        testing::Test::RecordProperty("figures", "left behind: " + std::to_string(std::max(threads_now - threads_, 0)) +
+                                                     " threads, " + Gained(handles_now, handles_) + " handles, " +
+                                                     Gained(bytes_now / 1024, bytes_ / 1024) + " KiB");
+    }
+
+private:
+    static std::string Gained(std::size_t now, std::size_t before) {
+        return std::to_string(now > before ? now - before : 0);
+    }
+
+    std::size_t handles_ = HandlesOfThisProcess(), bytes_ = PrivateBytesOfThisProcess();
+    int threads_ = ThreadsOfThisProcess();
+};
 
 }  // namespace tandor::test

@@ -117,9 +117,9 @@ TEST_F(DriverStaging, NamesTheFoldersOfTheDriverStore) {
 TEST_F(DriverStaging, LeaksNothing) {
     const SystemFile pnputil(L"pnputil_double.exe", L"pnputil.exe");
     Stage(inf_);
-    const std::size_t before = HandlesOfThisProcess();
+    const LeakWatch watch;
     for (auto i = Amount("TANDOR_STRESS_STAGING", 15); i > 0; --i) Stage(inf_, i % 2 == 0 ? 0 : 5);
-    EXPECT_LE(HandlesOfThisProcess(), before + 1);
+    watch.ExpectNoMoreThan(1);
 }
 
 }  // namespace

@@ -170,14 +170,12 @@ TEST_F(FirewallManager, ManyCallsOfEachOperationLeaveNothingBehind) {
     };
     const wchar_t* const failing[] = {L"nothing", L"get_Rules", L"rule", L"put_Protocol", L"Add", L"Remove", L"Item"};
     round();
-    const int threads = ThreadsOfThisProcess();
-    const std::size_t handles = HandlesOfThisProcess();
+    const LeakWatch watch;
     for (auto i = Amount("TANDOR_STRESS_ROUNDS", 50); i > 0; --i) {
         double_->failing = {{failing[i % std::size(failing)], E_FAIL}};
         round();
     }
-    EXPECT_LE(ThreadsOfThisProcess(), threads);
-    EXPECT_LE(HandlesOfThisProcess(), handles);
+    watch.ExpectNoMoreThan(0);
 }
 
 }  // namespace

@@ -137,16 +137,14 @@ TEST_F(FirewallRemoval, AThreadThatDoesNotStartIsToldAndBlocksNothing) {
 
 TEST_F(FirewallRemoval, ManyRemovalsLeaveNothingBehind) {
     Remove();
-    const int threads = ThreadsOfThisProcess();
-    const std::size_t handles = HandlesOfThisProcess();
+    const LeakWatch watch;
     const auto rounds = static_cast<int>(Amount("TANDOR_STRESS_ROUNDS", 50));
     for (int i = 0; i < rounds && !HasFailure(); ++i) {
         double_->rules = {RuleFor(L"Internet (DHCPv4-In)", kHost)};
         Remove();
     }
     EXPECT_EQ(started, rounds + 1);
-    EXPECT_LE(ThreadsOfThisProcess(), threads);
-    EXPECT_LE(HandlesOfThisProcess(), handles);
+    watch.ExpectNoMoreThan(0);
 }
 
 }  // namespace

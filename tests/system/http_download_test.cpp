@@ -226,15 +226,11 @@ TEST_F(HttpsRequest, LeavesNothingBehind) {
         for (int i = 0; i < calls; ++i) ASSERT_EQ(Request(server->Url()).transfer.code, 0);
     };
     round(30);
-    const std::size_t handles = HandlesOfThisProcess();
-    const std::size_t bytes = PrivateBytesOfThisProcess();
-    const int threads = ThreadsOfThisProcess();
+    const LeakWatch watch;
     const auto calls = static_cast<int>(Amount("TANDOR_STRESS_REQUESTS", 150));
     round(calls);
-    EXPECT_LE(ThreadsOfThisProcess(), threads);
-    EXPECT_LE(HandlesOfThisProcess(), handles + 5);
     // A handle of libcurl's is 6 KB, the cryptographic library's state of a thread 2 KB.
-    EXPECT_LT(PrivateBytesOfThisProcess(), bytes + static_cast<std::size_t>(calls) * 3 * 1024);
+    watch.ExpectNoMoreThan(5, static_cast<std::size_t>(calls) * 3 * 1024);
 }
 
 TEST(HttpDownloadHelper, CallbackAppendsOrEndsTheTransfer) {

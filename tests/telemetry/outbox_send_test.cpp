@@ -116,7 +116,7 @@ TEST_F(OutboxSend, VerbsShowExportAndDrop) {
     Receive(otlp.out);
     EXPECT_EQ(received, identifiers);
     EXPECT_EQ(RunTandorctl(verb + L"show 77").exit_code, 1);
-    EXPECT_EQ(RunTandorctl(verb + L"drop").exit_code, 1);
+    EXPECT_EQ(RunTandorctl(verb + L"drop").exit_code, 2);
     EXPECT_EQ(RunTandorctl(verb + L"drop 1").exit_code, 0);
     EXPECT_EQ(Left().size(), 1u);
     EXPECT_EQ(RunTandorctl(L"outbox --file no-such.db status").exit_code, 1);

@@ -186,7 +186,8 @@ TEST(Outbox, NothingAcknowledgedIsLostWhenProcessesAreKilled) {
             EXPECT_TRUE(stored.contains(line)) << line;
     }
     EXPECT_GT(acknowledged, 0u);
-    std::printf("%d kills, %zu records acknowledged, %zu stored\n", kills, acknowledged, records.size());
+    RecordProperty("figures",
+                   std::to_string(acknowledged) + " acknowledged, " + std::to_string(records.size()) + " stored");
 }
 
 TEST(Services, RecordWhatTheyAreGiven) {
