@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # check.sh FOLDER: unpacks the zip into FOLDER under a name with other letters, looks at what is in it, runs tandorctl from
-# there, builds a project against it with each public header alone, and runs that.
+# there, tries its completion in bash, builds a project against it with each public header alone, and runs that.
 . "$(dirname "${BASH_SOURCE[0]}")/../../tools/common.sh"
 . "$root/tools/wine.sh"
 folder=$1 build=$root/build/mingw-release
@@ -21,6 +21,13 @@ for licence in fmt spdlog json tinyxml2 cli11 sqlite openssl curl gcc-runtime mi
     [ -s "$package/share/licences/$licence.txt" ] || fail "the licence of $licence is not in the package"
 done
 (cd "$package/bin" && logged "running tandorctl's tour from the package" "$folder/tour.log" "$wine" tandorctl.exe tour)
+(cd "$package/bin" && "$wine" tandorctl.exe completion bash >"$folder/completion" 2>"$folder/completion.log")
+completed() {
+    bash --norc -c '. "$0"; COMP_WORDS=("$@") COMP_CWORD=$(($# - 1)); _tandorctl; echo "${COMPREPLY[*]}"' "$folder/completion" "$@"
+}
+[ "$(completed tandorctl dev)" = device ] && [ "$(completed tandorctl --json outbox export --format j)" = jsonl ] &&
+    [ "$(completed tandorctl hash --ch)" = --check ] && [ "$(completed tandorctl seal --key se)" = "" ] ||
+    fail "the completion of tandorctl in bash gives other words than it should"
 
 logged "configuring the consumer" "$folder/configure.log" cmake -S "$root/tests/package" -B "$folder/build" -G Ninja \
     -DCMAKE_TOOLCHAIN_FILE="$root/cmake/mingw-w64.cmake" -DCMAKE_PREFIX_PATH="$package" \
