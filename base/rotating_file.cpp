@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::uint64_t kRenameRetry = 1000;  // ms
 constexpr int kLockTries = 1000;              // of 2 ms: a writer that hangs must not hang the others
-constexpr int kFollowTries = 5;
+constexpr int kFollowTries = 100;             // of 1 ms and more: whoever renames may be held up
 constexpr std::uint64_t kNearlyFull = RotatingFile::kLargestAppend + 2 * 1024;  // more than one append
 
 FileHandle OpenShared(const std::filesystem::path& path, DWORD access, DWORD disposition) {

@@ -24,12 +24,16 @@ write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/TandorUtilConfigVer
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/TandorUtilConfig.cmake ${CMAKE_CURRENT_BINARY_DIR}/TandorUtilConfigVersion.cmake
     DESTINATION ${package_directory})
 
-# tandor_install_licence(NAME FILE...): the first of these files that is there; without one there is no package.
+# tandor_install_licence(NAME FILE...): the first of these files that is there; without one there is no package to install.
 function(tandor_install_licence name)
-    find_file(TANDOR_LICENCE_${name} NAMES ${ARGN} REQUIRED NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH
+    find_file(TANDOR_LICENCE_${name} NAMES ${ARGN} NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH
         PATHS ${TANDOR_DEPENDENCIES}/share/licences ${VCPKG_INSTALLED_DIR}/${VCPKG_TARGET_TRIPLET}/share /usr/share/doc
         /usr/share/common-licenses)
     mark_as_advanced(TANDOR_LICENCE_${name})
+    if(NOT TANDOR_LICENCE_${name})
+        install(CODE "message(FATAL_ERROR \"the licence of ${name} is nowhere to be found, and a package must carry it\")")
+        return()
+    endif()
     install(FILES ${TANDOR_LICENCE_${name}} DESTINATION share/licences RENAME ${name}.txt)
 endfunction()
 

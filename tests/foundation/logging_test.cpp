@@ -104,16 +104,16 @@ std::vector<std::filesystem::path> ChannelFiles(const std::filesystem::path& fol
     return files;
 }
 
-// 3 x 4,000 lines of 200 bytes are 2.4 MB: more than one rotation of 512 KiB, fewer than are kept.
+// 3 x 3,000 lines of 220 bytes are 2 MB: four files of 512 KiB, and fewer than are kept, however full the first one was.
 TEST(Logger, SeveralProcessesRotateOneChannelAndLoseNoLine) {
     const std::string marker = Marker("several");
     const std::wstring wide(marker.begin(), marker.end());
     const std::wstring command = L"log-lines KoViewTandor " + wide;
-    RunChildren({command + L"one 4000", command + L"two 4000", command + L"three 4000"});
+    RunChildren({command + L"one 3000", command + L"two 3000", command + L"three 3000"});
     const auto files = ChannelFiles(kLogs / L"admin", L"KoViewTandor");
     EXPECT_GE(files.size(), 4u);
     for (const auto& file : files) EXPECT_LE(std::filesystem::file_size(file), 0x80000u) << file;
-    EXPECT_EQ(CountWriters(files, marker), (std::map<std::string, int>{{"one", 4000}, {"two", 4000}, {"three", 4000}}));
+    EXPECT_EQ(CountWriters(files, marker), (std::map<std::string, int>{{"one", 3000}, {"two", 3000}, {"three", 3000}}));
 }
 
 TEST(Logger, AFileHeldOpenAtRotationLosesNothingAndTheHostLogNamesIt) {
