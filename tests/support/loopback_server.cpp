@@ -89,6 +89,7 @@ bool Exchange::ReadMore(std::string& to) {
 }
 
 bool Exchange::ReadRequest() {
+    head.clear();
     std::size_t end = std::string::npos;
     while ((end = head.find("\r\n\r\n")) == std::string::npos)
         if (!ReadMore(head)) return false;

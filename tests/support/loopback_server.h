@@ -52,7 +52,7 @@ public:
     std::string head, body;
 
     Exchange(SOCKET connection, SSL* tls) : connection_(connection), tls_(tls) {}
-    // Whether a whole request came.
+    // Whether a whole request came: the connection's next one, when the one before it has been answered.
     bool ReadRequest();
     void Write(std::string_view bytes);
     // A whole answer with status 200.
@@ -78,6 +78,7 @@ public:
 
     [[nodiscard]] std::string Url(const std::string& host = "127.0.0.1") const;
     [[nodiscard]] int Connections() const { return listener_->Connections(); }
+    // Each connection's first one alone: those that a handler reads itself are its own to count.
     [[nodiscard]] int Requests() const { return requests_; }
 
 private:
