@@ -42,9 +42,9 @@ public:
             throw CommandError(options.file, "there is no such file", "leave --file out for the machine's own outbox");
         }
         // The outbox sets what is damaged aside and begins anew: not with a file that was never one.
-        const StoreLook look = LookAtStore(PathFrom(options.file), "records");
-        if (look.state == StoreLook::State::kForeign) {
-            throw CommandError(options.file, "it is no outbox: " + look.trouble,
+        const std::string foreign = WhyForeign(PathFrom(options.file), "records");
+        if (!foreign.empty()) {
+            throw CommandError(options.file, "it is no outbox: " + foreign,
                                "leave --file out for the machine's own outbox");
         }
         own_ = std::make_unique<Outbox>(options.file);

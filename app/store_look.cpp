@@ -46,7 +46,24 @@ int FirstValue(sqlite3* database, const std::string& sql, std::string& value) {
     return code;
 }
 
+// A statement that names the table fails as a whole when there is none.
+std::string ForeignTrouble(sqlite3* database, const std::string& table) {
+    std::string ignored;
+    switch (FirstValue(database, "SELECT 1 FROM " + table + " LIMIT 1", ignored)) {
+        case SQLITE_NOTADB:
+            return "it is not a database";
+        case SQLITE_ERROR:
+            return ::sqlite3_errmsg(database);
+        default:
+            return {};
+    }
+}
+
 }  // namespace
+
+std::string WhyForeign(const std::filesystem::path& file, const std::string& table) {
+    return ForeignTrouble(OpenForReading(file).get(), table);
+}
 
 StoreLook LookAtStore(const std::filesystem::path& file, const std::string& table) {
     using State = StoreLook::State;
@@ -60,14 +77,15 @@ StoreLook LookAtStore(const std::filesystem::path& file, const std::string& tabl
         look.trouble = trouble;
         return look;
     };
+    const std::string foreign = ForeignTrouble(database.get(), table);
+    if (!foreign.empty()) return state(State::kForeign, foreign);
     std::string value;
     int code = FirstValue(database.get(), "PRAGMA quick_check(1)", value);
-    if (code == SQLITE_NOTADB) return state(State::kForeign, "it is not a database");
     if (code == SQLITE_CORRUPT) return state(State::kDamaged, ::sqlite3_errmsg(database.get()));
     if (code != SQLITE_ROW) return state(State::kUnreadable, ::sqlite3_errmsg(database.get()));
     if (value != "ok") return state(State::kDamaged, value);
     code = FirstValue(database.get(), "SELECT count(*) FROM " + table, value);
-    if (code != SQLITE_ROW) return state(State::kForeign, ::sqlite3_errmsg(database.get()));
+    if (code != SQLITE_ROW) return state(State::kUnreadable, ::sqlite3_errmsg(database.get()));
     look.rows = std::stoll(value);
     return state(State::kWhole, "");
 }

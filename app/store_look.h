@@ -18,4 +18,7 @@ struct StoreLook {
 // Reads all of the file. It is foreign when it is no database or does not have the table.
 StoreLook LookAtStore(const std::filesystem::path& file, const std::string& table);
 
+// Why the file is foreign; empty when it is not. Reads its first pages alone.
+std::string WhyForeign(const std::filesystem::path& file, const std::string& table);
+
 }  // namespace tandor::app
