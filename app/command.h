@@ -61,7 +61,8 @@ private:
 std::filesystem::path PathFrom(std::string_view utf8);
 std::string TextOf(const std::filesystem::path& path);
 
-// Where tandorctl.exe lies.
+// tandorctl.exe itself, and where it lies.
+std::filesystem::path ProgramFile();
 std::filesystem::path ProgramFolder();
 
 // The content of the file, or of standard input for "-". Throws CommandError.

@@ -35,8 +35,7 @@ FirewallRule RuleForThisProgram(const std::string& name, const std::string& desc
     rule.name = WideFromUtf8Lossy(name);
     rule.group = kRuleGroup;
     rule.description = WideFromUtf8Lossy(description);
-    std::vector<wchar_t> path(32768);
-    rule.application.assign(path.data(), ::GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
+    rule.application = ProgramFile().native();
     rule.inbound = rule.allows = rule.enabled = true;
     rule.protocol = 256;
     rule.profiles = 0x7FFFFFFF;

@@ -1,5 +1,7 @@
 #include "app/places.h"
 
+#include <windows.h>
+
 #include <fmt/format.h>
 
 #include "app/command.h"
@@ -25,6 +27,11 @@ std::filesystem::path HostLogFolder() { return CommonFolder() / "log" / "host"; 
 std::filesystem::path DeviceStoreFile() { return CommonFolder() / "device" / "devices.db"; }
 
 std::filesystem::path OutboxFile() { return CommonFolder() / "telemetry" / "outbox.db"; }
+
+std::filesystem::path SystemFolder() {
+    wchar_t folder[MAX_PATH];
+    return std::wstring(folder, ::GetSystemDirectoryW(folder, MAX_PATH));
+}
 
 FolderContent ContentOf(const std::filesystem::path& folder) {
     FolderContent content;

@@ -19,6 +19,9 @@ std::filesystem::path HostLogFolder();
 std::filesystem::path DeviceStoreFile();
 std::filesystem::path OutboxFile();
 
+// Where the system's own libraries and programs are.
+std::filesystem::path SystemFolder();
+
 struct FolderContent {
     std::size_t files = 0;
     std::uint64_t bytes = 0;

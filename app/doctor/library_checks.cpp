@@ -11,6 +11,7 @@
 
 #include "app/command.h"
 #include "app/doctor/doctor.h"
+#include "app/places.h"
 #include "base/utf.h"
 #include "base/win_error.h"
 #include "base/win_handle.h"
@@ -30,9 +31,7 @@ std::filesystem::path PathOfModule(HMODULE module) {
 }
 
 bool IsOfSystem(const std::filesystem::path& path) {
-    std::wstring folder(MAX_PATH, L'\0');
-    folder.resize(::GetSystemDirectoryW(folder.data(), MAX_PATH));
-    return ::CompareStringOrdinal(path.parent_path().c_str(), -1, folder.c_str(), -1, TRUE) == CSTR_EQUAL;
+    return ::CompareStringOrdinal(path.parent_path().c_str(), -1, SystemFolder().c_str(), -1, TRUE) == CSTR_EQUAL;
 }
 
 // What a loaded module names in its import table

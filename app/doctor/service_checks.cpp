@@ -66,9 +66,7 @@ Finding LookAtInstallation() {
 }
 
 Finding LookAtStaging() {
-    std::wstring folder(MAX_PATH, L'\0');
-    folder.resize(::GetSystemDirectoryW(folder.data(), MAX_PATH));
-    const std::filesystem::path program = std::filesystem::path(folder) / "pnputil.exe";
+    const std::filesystem::path program = SystemFolder() / "pnputil.exe";
     std::error_code ignored;
     if (std::filesystem::is_regular_file(program, ignored))
         return {"driver staging", Verdict::kWorks, TextOf(program), ""};

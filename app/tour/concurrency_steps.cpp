@@ -37,12 +37,10 @@ public:
         const FileHandle file(::CreateFileW(output.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE,
                                             &inherited, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
         if (!file) throw CommandError(TextOf(output), WindowsErrorText(::GetLastError()));
-        wchar_t program[32768];
-        ::GetModuleFileNameW(nullptr, program, static_cast<DWORD>(std::size(program)));
         STARTUPINFOW startup{};
         startup.dwFlags = STARTF_USESTDHANDLES;
         startup.hStdOutput = startup.hStdError = file.Get();
-        process_ = StartProcess(program, L"tandorctl " + arguments, startup);
+        process_ = StartProcess(ProgramFile().c_str(), L"tandorctl " + arguments, startup);
         if (!process_.handle) throw CommandError("a second process", WindowsErrorText(::GetLastError()));
     }
     ~SecondProcess() { Kill(); }

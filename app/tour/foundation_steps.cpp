@@ -64,10 +64,7 @@ void TourVersions(TourReport& report) {
 }
 
 void TourFiles(TourReport& report) {
-    wchar_t program[32768];
-    const DWORD length = ::GetModuleFileNameW(nullptr, program, static_cast<DWORD>(std::size(program)));
-    Expect(length > 0 && length < std::size(program), "the program's own folder");
-    const std::filesystem::path folder = std::filesystem::path(program).parent_path();
+    const std::filesystem::path folder = ProgramFolder();
     constexpr const char* kClasses[] = {"pictures",          "films",         "text documents",
                                         "spreadsheets",      "presentations", "diagrams",
                                         "pages, plain text", "cache files",   "others"};

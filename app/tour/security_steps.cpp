@@ -65,11 +65,9 @@ void TourSealing(TourReport& report) {
 }
 
 void TourDigests(TourReport& report) {
-    wchar_t program[MAX_PATH];
-    const DWORD length = ::GetModuleFileNameW(nullptr, program, MAX_PATH);
-    Expect(length > 0 && length < MAX_PATH, "the program's own path");
     std::string digest;
-    Expect(CTandorSecTools().GetSha256HashStrFromFile(program, digest), "hashing the program's own file");
+    Expect(CTandorSecTools().GetSha256HashStrFromFile(ProgramFile().native(), digest),
+           "hashing the program's own file");
     report.Result("SHA-256 of this program", digest);
     const std::string identifier = "phone-0815";
     const std::string short_identifier = DE::GetStringSha256(identifier).substr(0, kShown);
