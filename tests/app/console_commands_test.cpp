@@ -2,18 +2,14 @@
 
 #include "app/verb_table.h"
 #include "pelora/registry.h"
-#include "support/files.h"
-#include "support/run_program.h"
 #include "support/setup_spy.h"
+#include "support/testing.h"
 #include "tandor/device_console.h"
 
 namespace {
 
+using namespace tandor::test;
 using nlohmann::json;
-using tandor::test::ProgramRun;
-using tandor::test::RunTandorctl;
-using tandor::test::SystemFile;
-using testing::HasSubstr;
 
 // The device-installation library that tandorctl finds. Wine takes its own unless it is told otherwise.
 class NewdevDouble {

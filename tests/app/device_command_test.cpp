@@ -1,22 +1,13 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <nlohmann/json.hpp>
 
 #include "pelora/device_manager.h"
-#include "support/files.h"
-#include "support/run_program.h"
+#include "support/testing.h"
 #include "tandor/device_summary.h"
 
 namespace {
 
+using namespace tandor::test;
 using nlohmann::json;
-using tandor::test::ProgramRun;
-using tandor::test::ReadAll;
-using tandor::test::RunTandorctl;
-using tandor::test::TemporaryFolder;
-using tandor::test::WriteAll;
-using testing::HasSubstr;
 
 class DeviceCommand : public testing::Test {
 protected:

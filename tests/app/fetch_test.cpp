@@ -1,22 +1,15 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <nlohmann/json.hpp>
-
-#include <atomic>
 
 #include "app/program_copy.h"
 #include "support/hostile_crypto.h"
 #include "support/https_world.h"
 #include "support/loopback_server.h"
-#include "support/run_program.h"
+#include "support/testing.h"
 
 namespace {
 
 using namespace tandor::test;
 using nlohmann::json;
-using testing::AllOf;
-using testing::HasSubstr;
 
 class Fetch : public testing::Test {
 protected:

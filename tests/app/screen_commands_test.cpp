@@ -3,15 +3,12 @@
 #include "app/verb_table.h"
 #include "pelora/registry.h"
 #include "support/edid_sample.h"
-#include "support/files.h"
-#include "support/run_program.h"
+#include "support/testing.h"
 
 namespace {
 
+using namespace tandor::test;
 using nlohmann::json;
-using tandor::test::RunTandorctl;
-using tandor::test::TemporaryFolder;
-using testing::HasSubstr;
 
 json AnswerOf(const json& document, const std::string& name) {
     for (const json& value : document["values"]) {

@@ -1,16 +1,12 @@
 #include <nlohmann/json.hpp>
 
 #include "app/verb_table.h"
-#include "support/files.h"
-#include "support/run_program.h"
+#include "support/testing.h"
 
 namespace {
 
+using namespace tandor::test;
 using nlohmann::json;
-using tandor::test::ProgramRun;
-using tandor::test::RunTandorctl;
-using tandor::test::WriteAll;
-using testing::HasSubstr;
 
 constexpr const char* kAbc = "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad";
 

@@ -1,19 +1,12 @@
 #include <nlohmann/json.hpp>
 
-#include <sstream>
-
 #include "app/verb_table.h"
-#include "support/files.h"
+#include "support/testing.h"
 
 namespace {
 
+using namespace tandor::test;
 using nlohmann::json;
-using tandor::test::ProgramRun;
-using tandor::test::ReadAll;
-using tandor::test::RunProgram;
-using tandor::test::RunTandorctl;
-using tandor::test::TryAll;
-using testing::HasSubstr;
 
 TEST(Tandorctl, GoodInputAnswersAndEndsWithZero) {
     TryAll({

@@ -1,6 +1,4 @@
 // The tour and the doctor: what they say, and what they leave.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
 
@@ -10,16 +8,12 @@
 #include "pelora/device_manager.h"
 #include "pelora/file_info.h"
 #include "pelora/outbox.h"
-#include "support/run_program.h"
+#include "support/testing.h"
 
 namespace {
 
+using namespace tandor::test;
 using nlohmann::json;
-using tandor::test::ProgramRun;
-using tandor::test::ReadAll;
-using tandor::test::RunTandorctl;
-using tandor::test::TemporaryFolder;
-using testing::HasSubstr;
 namespace fs = std::filesystem;
 
 unsigned long long RecordsInOutbox() {
