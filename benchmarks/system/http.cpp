@@ -2,6 +2,7 @@
 #include <objbase.h>
 
 #include <filesystem>
+#include <future>
 #include <stdexcept>
 
 #include "base/crypto_start.h"
@@ -88,6 +89,15 @@ int Perform(const Machine& machine) {
     return code;
 }
 
+int PerformOnThread() {
+    const Machine machine = AskMachine();
+    return std::async(std::launch::async, [&] {
+               const int code = Perform(machine);
+               ::OPENSSL_thread_stop();
+               return code;
+           }).get();
+}
+
 int Ours() {
     std::string headers, body;
     const int code = HttpDownloadHelper::GetConfigDataFromServer(TheWorld().url, "{}", headers, body);
@@ -108,6 +118,8 @@ Body Prepared(int (*operation)()) {
 void AddHttp() {
     Compare("GetConfigDataFromServer, TLS on loopback", "libcurl by hand, same options and headers", AtMostTimes(1.05),
             Prepared(Ours), Prepared([] { return Perform(AskMachine()); }));
+    Compare("GetConfigDataFromServer, TLS on loopback", "the same by hand, on a thread of its own", Reported(),
+            Prepared(Ours), Prepared(PerformOnThread));
     Compare("GetConfigDataFromServer, TLS on loopback", "libcurl by hand, constant headers and no proxy", Reported(),
             Prepared(Ours), Prepared([] { return Perform({}); }));
 }
