@@ -6,7 +6,7 @@
 folder=$1 build=$root/build/mingw-release
 mkdir -p "$folder/Lena 手机"
 rm -f "$build"/TandorUtil-*.zip
-logged "packing" "$folder/pack.log" cpack --config "$build/CPackConfig.cmake" -B "$build"
+logged "packing" "$folder/pack.log" cpack --config "$build/CPackConfig.cmake"
 (cd "$folder/Lena 手机" && logged "unpacking" "$folder/unpack.log" cmake -E tar xf "$build"/TandorUtil-*.zip)
 package=$(echo "$folder/Lena 手机"/TandorUtil-*)
 
