@@ -98,6 +98,7 @@ SendResult SendOutbox(pelora::Outbox& outbox, const SendOptions& options,
             sender.Deliver(OtlpOfRecords(batch).dump(-1, ' ', false, Json::error_handler_t::replace));
         if (answer.status >= 200 && answer.status < 300) {
             std::vector<unsigned long long> sequences;
+            sequences.reserve(batch.size());
             for (const auto& record : batch) sequences.push_back(record.sequence);
             unsigned long long removed = 0;
             Check(outbox.Remove(sequences, removed));
