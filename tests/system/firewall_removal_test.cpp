@@ -142,6 +142,7 @@ TEST_F(FirewallRemoval, ManyRemovalsLeaveNothingBehind) {
     for (int i = 0; i < rounds && !HasFailure(); ++i) {
         double_->rules = {RuleFor(L"Internet (DHCPv4-In)", kHost)};
         Remove();
+        double_.Asked();
     }
     EXPECT_EQ(started, rounds + 1);
     watch.ExpectNoMoreThan(0);
