@@ -99,7 +99,6 @@ HWND RootOf(const WindowOptions& options) {
     } catch (const std::logic_error&) {
         used = 0;
     }
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): a window's handle is a number, and the user gave it as one
     const HWND window = reinterpret_cast<HWND>(value);
     if (used == 0 || used != options.of.size() || ::IsWindow(window) == 0) {
         throw CommandError("window '" + options.of + "'", "there is none with this number",

@@ -126,6 +126,7 @@ void OperationQueueBase::Stop() {
     state_->running.exchange(0);
     for (;;) {
         Operation unrun;
+        // NOLINTNEXTLINE(clang-analyzer-optin.cplusplus.VirtualCall): each class's destructor stops with its own
         if (!Pop(unrun)) break;
         Add(state_->dropped);
     }

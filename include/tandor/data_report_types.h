@@ -113,7 +113,7 @@
 /// The numbers of the statistics.
 enum TandorReportTypeEnum : int {
 // The text goes with each enumerator into the reference.
-#define TANDOR_REPORT_ENUMERATOR(number, type, function) type = number, /**< Sent by function. */
+#define TANDOR_REPORT_ENUMERATOR(number, type, function) type = (number), /**< Sent by function. */
     TANDOR_REPORT_TYPES(TANDOR_REPORT_ENUMERATOR)
 #undef TANDOR_REPORT_ENUMERATOR
 };
