@@ -75,6 +75,7 @@ TEST(Presence, AnEventThatAppearsInBetweenIsNotSharedEither) {
     const ImportPatch patch(L"TandorUtil.dll", "OpenEventW", &FindNoEvent);
     EXPECT_FALSE(second.Init());
     EXPECT_EQ(log.Take(), Refusal(L"event aready exist:" + a));
+    EXPECT_FALSE(second.UnInit());  // it does not keep the other's event alive
 }
 
 TEST(Presence, AKilledPresenterIsGoneWithinASecond) {
