@@ -1,6 +1,6 @@
 #include <array>
 
-#include "app/command.h"
+#include "app/commands.h"
 #include "tandor/file_classifier.h"
 
 namespace tandor::app {

@@ -3,7 +3,7 @@
 
 #include <map>
 
-#include "app/command.h"
+#include "app/commands.h"
 #include "app/usage.h"
 
 namespace tandor::app {

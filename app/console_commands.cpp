@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <memory>
 
-#include "app/command.h"
+#include "app/commands.h"
 #include "app/device_plan.h"
 #include "app/device_report.h"
 #include "base/utf.h"

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "app/command.h"
+#include "app/commands.h"
 #include "app/device_collection.h"
 #include "app/device_import.h"
 #include "base/decimal.h"

@@ -6,7 +6,7 @@
 #include <fstream>
 #include <random>
 
-#include "app/command.h"
+#include "app/commands.h"
 #include "app/doctor/doctor.h"
 #include "app/fetch_errors.h"
 #include "base/decimal.h"

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "app/command.h"
+#include "app/commands.h"
 #include "app/firewall_view.h"
 #include "base/utf.h"
 #include "base/win_error.h"

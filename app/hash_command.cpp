@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <optional>
 
-#include "app/command.h"
+#include "app/commands.h"
 #include "base/hex.h"
 #include "base/utf.h"
 #include "base/win_error.h"

@@ -1,6 +1,6 @@
 #include <algorithm>
 
-#include "app/command.h"
+#include "app/commands.h"
 #include "app/places.h"
 #include "base/utf.h"
 #include "pelora/log_service.h"

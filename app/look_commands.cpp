@@ -6,7 +6,7 @@
 #include <map>
 #include <memory>
 
-#include "app/command.h"
+#include "app/commands.h"
 #include "base/utf.h"
 #include "base/win_error.h"
 #include "base/win_handle.h"

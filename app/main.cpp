@@ -5,7 +5,7 @@
 
 #include <cstdio>
 
-#include "app/command.h"
+#include "app/commands.h"
 #include "app/usage.h"
 #include "base/utf.h"
 #include "pelora/log_service.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <fstream>
 
-#include "app/command.h"
+#include "app/commands.h"
 #include "app/outbox_export.h"
 #include "app/outbox_send.h"
 #include "app/store_look.h"

@@ -2,7 +2,7 @@
 
 #include <span>
 
-#include "app/command.h"
+#include "app/commands.h"
 #include "app/panel_report.h"
 #include "base/hex.h"
 #include "base/utf.h"

@@ -4,7 +4,7 @@
 #include <memory>
 #include <mutex>
 
-#include "app/command.h"
+#include "app/commands.h"
 #include "app/stop_signal.h"
 #include "tandor/operation_queue.h"
 

@@ -4,7 +4,7 @@
 #include <limits>
 #include <memory>
 
-#include "app/command.h"
+#include "app/commands.h"
 #include "app/sent_records.h"
 #include "base/decimal.h"
 #include "tandor/data_report.h"

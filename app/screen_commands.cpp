@@ -1,6 +1,6 @@
 #include <fmt/format.h>
 
-#include "app/command.h"
+#include "app/commands.h"
 #include "app/screen_view.h"
 #include "tandor/screen_config.h"
 

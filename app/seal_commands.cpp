@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "app/command.h"
+#include "app/commands.h"
 #include "app/doctor/doctor.h"
 #include "base/hex.h"
 #include "base/utf.h"

@@ -1,6 +1,6 @@
 #include <fmt/format.h>
 
-#include "app/command.h"
+#include "app/commands.h"
 #include "base/decimal.h"
 #include "base/utf.h"
 #include "tandor/text.h"

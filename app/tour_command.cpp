@@ -3,6 +3,7 @@
 
 #include <iterator>
 
+#include "app/commands.h"
 #include "app/tour.h"
 #include "pelora/file_info.h"
 

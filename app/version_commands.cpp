@@ -1,6 +1,6 @@
 #include <fmt/format.h>
 
-#include "app/command.h"
+#include "app/commands.h"
 #include "foundation/version.h"
 #include "tandor/text.h"
 

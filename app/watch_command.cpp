@@ -1,7 +1,7 @@
 #include <fmt/format.h>
 #include <windows.h>
 
-#include "app/command.h"
+#include "app/commands.h"
 #include "app/stop_signal.h"
 #include "base/utf.h"
 #include "tandor/state_watch.h"

@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "app/command.h"
+#include "app/commands.h"
 #include "app/doctor/doctor.h"
 
 namespace tandor::app {
