@@ -1,5 +1,5 @@
-// The families of commands, and what their options have in common. Apart from command.h because the parser's header costs
-// every file that includes it seconds of compiling.
+// The families of commands, and what their options have in common. Apart from command.h because the parser's header
+// costs every file that includes it seconds of compiling.
 #pragma once
 
 #include <CLI/CLI.hpp>
