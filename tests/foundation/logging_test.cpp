@@ -104,7 +104,8 @@ std::vector<std::filesystem::path> ChannelFiles(const std::filesystem::path& fol
     return files;
 }
 
-// 3 x 3,000 lines of 220 bytes are 2 MB: four files of 512 KiB, and fewer than are kept, however full the first one was.
+// 3 x 3,000 lines of 220 bytes are 2 MB: four files of 512 KiB, and fewer than are kept, however full the first one
+// was.
 TEST(Logger, SeveralProcessesRotateOneChannelAndLoseNoLine) {
     const std::string marker = Marker("several");
     const std::wstring wide(marker.begin(), marker.end());

@@ -140,13 +140,16 @@ TEST(Residue, AMillionSealsLeaveNoHandleAndNoMemory) {
     SealAndOpen(1000);
     SealInThreads(50);
     std::size_t handles = HandlesOfThisProcess(), bytes = HeapBytesOfThisProcess();
+    std::size_t committed = PrivateBytesOfThisProcess();
     SealAndOpen(1'000'000);
     EXPECT_EQ(HandlesOfThisProcess(), handles);
     EXPECT_LT(HeapBytesOfThisProcess(), bytes + 4096);
-    handles = HandlesOfThisProcess(), bytes = HeapBytesOfThisProcess();
+    EXPECT_LT(PrivateBytesOfThisProcess(), committed + 500'000);  // half a byte a message
+    handles = HandlesOfThisProcess(), bytes = HeapBytesOfThisProcess(), committed = PrivateBytesOfThisProcess();
     {
         const std::vector<char> planted(3'000'000, 'x');
         EXPECT_GT(HeapBytesOfThisProcess(), bytes + 2'000'000);  // the counters see what is there
+        EXPECT_GT(PrivateBytesOfThisProcess(), committed + 2'000'000);
         const tandor::KernelHandle event(::CreateEventW(nullptr, FALSE, FALSE, nullptr));
         EXPECT_EQ(HandlesOfThisProcess(), handles + 1);
         EXPECT_EQ(planted.back(), 'x');
@@ -154,6 +157,7 @@ TEST(Residue, AMillionSealsLeaveNoHandleAndNoMemory) {
     SealInThreads(2000);
     EXPECT_LE(HandlesOfThisProcess(), handles + 2);
     EXPECT_LT(HeapBytesOfThisProcess(), bytes + 4096);
+    EXPECT_LT(PrivateBytesOfThisProcess(), committed + 400'000);  // 200 bytes a thread
 }
 
 }  // namespace

@@ -218,9 +218,9 @@ TEST_F(DeviceConsoleTest, LeaksNothingFromAnyThread) {
     spy_.Take();
     const LeakWatch watch;
     InThreads(2, [&](int i) { work(other_ + (i == 0 ? L"" : L"2"), i == 0); });
-    // Wine's Setup API keeps a handle for each node that it has made, however the node goes.
     log_.Take();
     spy_.Take();
+    // Wine's Setup API keeps a handle for each node that it has made, however the node goes.
     watch.ExpectNoMoreThan(rounds + 2);
     EXPECT_EQ(spy_.open_lists, 0);
     EXPECT_EQ(Devices(id_).size(), 2u);

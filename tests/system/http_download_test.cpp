@@ -227,8 +227,11 @@ TEST_F(HttpsRequest, LeavesNothingBehind) {
     };
     round(30);
     const LeakWatch watch;
-    round(static_cast<int>(Amount("TANDOR_STRESS_REQUESTS", 150)));
+    const std::size_t committed = PrivateBytesOfThisProcess();
+    const auto calls = static_cast<int>(Amount("TANDOR_STRESS_REQUESTS", 150));
+    round(calls);
     watch.ExpectNoMoreThan(5);
+    EXPECT_LE(PrivateBytesOfThisProcess(), committed + static_cast<std::size_t>(calls) * 3 * 1024);
 }
 
 TEST(HttpDownloadHelper, CallbackAppendsOrEndsTheTransfer) {
