@@ -81,14 +81,6 @@ std::filesystem::path PathFrom(std::string_view utf8) { return std::filesystem::
 
 std::string TextOf(const std::filesystem::path& path) { return Utf8FromWideLossy(path.native()); }
 
-std::filesystem::path ProgramFile() {
-    std::wstring program(32768, L'\0');
-    program.resize(::GetModuleFileNameW(nullptr, program.data(), static_cast<DWORD>(program.size())));
-    return program;
-}
-
-std::filesystem::path ProgramFolder() { return ProgramFile().parent_path(); }
-
 std::string ReadInput(const std::string& file) {
     if (file == "-") return {std::istreambuf_iterator<char>(std::cin), {}};
     std::ifstream stream(PathFrom(file), std::ios::binary);

@@ -60,10 +60,6 @@ private:
 std::filesystem::path PathFrom(std::string_view utf8);
 std::string TextOf(const std::filesystem::path& path);
 
-// tandorctl.exe itself, and where it lies.
-std::filesystem::path ProgramFile();
-std::filesystem::path ProgramFolder();
-
 // The content of the file, or of standard input for "-". Throws CommandError.
 std::string ReadInput(const std::string& file);
 

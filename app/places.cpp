@@ -1,7 +1,5 @@
 #include "app/places.h"
 
-#include <windows.h>
-
 #include <fmt/format.h>
 
 #include "app/command.h"
@@ -27,6 +25,16 @@ std::filesystem::path HostLogFolder() { return CommonFolder() / "log" / "host"; 
 std::filesystem::path DeviceStoreFile() { return CommonFolder() / "device" / "devices.db"; }
 
 std::filesystem::path OutboxFile() { return CommonFolder() / "telemetry" / "outbox.db"; }
+
+std::filesystem::path PathOfModule(HMODULE module) {
+    std::wstring path(32768, L'\0');
+    path.resize(::GetModuleFileNameW(module, path.data(), static_cast<DWORD>(path.size())));
+    return path;
+}
+
+std::filesystem::path ProgramFile() { return PathOfModule(nullptr); }
+
+std::filesystem::path ProgramFolder() { return ProgramFile().parent_path(); }
 
 std::filesystem::path SystemFolder() {
     wchar_t folder[MAX_PATH];

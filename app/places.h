@@ -1,5 +1,7 @@
-// Where the suite's files lie, and what is in them, for looking only.
+// Where the suite's files, this program and the system lie, and what is in them, for looking only.
 #pragma once
+
+#include <windows.h>
 
 #include <cstdint>
 #include <filesystem>
@@ -18,6 +20,11 @@ const std::vector<LogChannel>& LogChannels();
 std::filesystem::path HostLogFolder();
 std::filesystem::path DeviceStoreFile();
 std::filesystem::path OutboxFile();
+
+// Of a loaded library or program; tandorctl.exe itself, and where it lies.
+std::filesystem::path PathOfModule(HMODULE module);
+std::filesystem::path ProgramFile();
+std::filesystem::path ProgramFolder();
 
 // Where the system's own libraries and programs are.
 std::filesystem::path SystemFolder();

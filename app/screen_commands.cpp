@@ -1,6 +1,7 @@
 #include <fmt/format.h>
 
 #include "app/commands.h"
+#include "app/places.h"
 #include "app/screen_view.h"
 #include "tandor/screen_config.h"
 

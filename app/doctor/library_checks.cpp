@@ -24,12 +24,6 @@ constexpr const wchar_t* kOnFirstUse[] = {L"advapi32.dll", L"bcrypt.dll",   L"cr
                                           L"gdiplus.dll",  L"newdev.dll",   L"ntdll.dll",   L"ole32.dll",
                                           L"oleaut32.dll", L"setupapi.dll", L"user32.dll",  L"ws2_32.dll"};
 
-std::filesystem::path PathOfModule(HMODULE module) {
-    std::wstring path(32768, L'\0');
-    path.resize(::GetModuleFileNameW(module, path.data(), static_cast<DWORD>(path.size())));
-    return path;
-}
-
 bool IsOfSystem(const std::filesystem::path& path) {
     return ::CompareStringOrdinal(path.parent_path().c_str(), -1, SystemFolder().c_str(), -1, TRUE) == CSTR_EQUAL;
 }

@@ -5,6 +5,7 @@
 #include <set>
 #include <thread>
 
+#include "app/places.h"
 #include "app/tour.h"
 #include "base/utf.h"
 #include "base/win_error.h"

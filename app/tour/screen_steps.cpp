@@ -1,6 +1,7 @@
 #include <fmt/format.h>
 
 #include "app/panel_report.h"
+#include "app/places.h"
 #include "app/screen_view.h"
 #include "app/tour.h"
 #include "device/gamut_diagram.h"

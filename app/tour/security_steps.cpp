@@ -1,7 +1,6 @@
-#include <windows.h>
-
 #include <fmt/format.h>
 
+#include "app/places.h"
 #include "app/tour.h"
 #include "base/hex.h"
 #include "pelora/digest.h"
