@@ -17,7 +17,7 @@ using tandor::app::Context;
 // Shows the host log's lines of this process on standard error while a command runs.
 class Follower {
 public:
-    Follower() : subscription_(VxLogger::GetInstance().Subscribe(ShowLine)) {}
+    Follower() : subscription_(VxLogger::GetInstance().Subscribe(LOG_MESSAGE_TRACE, ShowLine)) {}
     ~Follower() { VxLogger::GetInstance().Unsubscribe(subscription_); }
     Follower(const Follower&) = delete;
     Follower& operator=(const Follower&) = delete;

@@ -144,6 +144,7 @@ int main(int count, char** words) {
     AddConcurrency();
     AddDevice();
     AddFoundation();
+    AddLogging();
     AddLoading();
     AddScreen();
     AddSecurity();

@@ -44,6 +44,7 @@ void AddConcurrency();
 void AddDevice();
 void AddFoundation();
 void AddLoading();
+void AddLogging();
 void AddScreen();
 void AddSecurity();
 void AddHttp();

@@ -9,7 +9,6 @@
 #include <mutex>
 #include <string_view>
 #include <unordered_map>
-#include <vector>
 
 #include "base/utf.h"
 #include "foundation/channel_sink.h"
@@ -84,15 +83,6 @@ public:
         return logger;
     }
 
-    std::vector<std::shared_ptr<spdlog::logger>> Loggers() {
-        const std::lock_guard lock(mutex_);
-        std::vector<std::shared_ptr<spdlog::logger>> loggers;
-        for (const auto& [name, logger] : loggers_) {
-            if (logger != nullptr) loggers.push_back(logger);
-        }
-        return loggers;
-    }
-
 private:
     std::recursive_mutex mutex_;  // an observer of the host log may use a channel itself
     std::unordered_map<std::string, std::shared_ptr<spdlog::logger>> loggers_;
@@ -108,13 +98,6 @@ ChannelRegistry& Registry() {
 std::shared_ptr<spdlog::logger> ChannelLogger(const std::string& name) {
     ChannelRegistry& registry = Registry();
     return unloading ? nullptr : registry.GetInnerLogger(name);
-}
-
-void FlushChannels() {
-    ChannelRegistry& registry = Registry();
-    if (unloading) return;
-    // Without the registry's lock: trouble with a file is told to the host log, whose observers may use a channel.
-    for (const auto& logger : registry.Loggers()) logger->flush();
 }
 
 }  // namespace tandor

@@ -14,8 +14,4 @@ namespace tandor {
 // and once the library's unload has begun. Any thread.
 std::shared_ptr<spdlog::logger> ChannelLogger(const std::string& name);
 
-// Writes the lines that channels of this process still hold in memory to their files. Channels that nobody has used
-// are not made. Any thread.
-void FlushChannels();
-
 }  // namespace tandor

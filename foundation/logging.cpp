@@ -13,17 +13,12 @@ struct Logger::Holder {
 
 Logger::Logger(const std::string& name) : holder_(new Holder{tandor::ChannelLogger(name)}) {}
 
-Logger::~Logger() {
-    if (holder_->logger != nullptr) holder_->logger->flush();
-    delete holder_;
-}
+Logger::~Logger() { delete holder_; }
 
 void Logger::Log(LOG_MESSAGE_LEVEL level, const std::wstringstream& message) const {
-    if (holder_->logger == nullptr || level < LOG_MESSAGE_TRACE || level > LOG_MESSAGE_OFF) return;
-    const auto record_level = static_cast<spdlog::level::level_enum>(level);
-    if (!holder_->logger->should_log(record_level)) return;
+    if (holder_->logger == nullptr || level < LOG_MESSAGE_INFO || level > LOG_MESSAGE_CRITICAL) return;
     tandor::Utf8Buffer utf8;
-    holder_->logger->log(record_level, spdlog::string_view_t(utf8.Convert(message.view())));
+    holder_->logger->log(static_cast<spdlog::level::level_enum>(level), spdlog::string_view_t(utf8.Convert(message.view())));
 }
 
 TickScopeCounter::TickScopeCounter(const Callback& callback) : callback_(callback), start_(::GetTickCount64()) {}

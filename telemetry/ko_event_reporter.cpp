@@ -1,6 +1,5 @@
 #include <unordered_set>
 
-#include "foundation/channel_logger.h"
 #include "foundation/message.h"
 #include "pelora/event_service.h"
 #include "pelora/file_info.h"
@@ -79,7 +78,6 @@ void KoEventReporter::KoEventAddFilePath(const std::string& path) {
 
 void KoEventReporter::KoEventReportLog() {
     const std::string directory = FileInfo::GetPeloraCommDir();
-    tandor::FlushChannels();
     const std::lock_guard lock(lock_);
     if (Event() == nullptr) return;
     for (const char* const log : kDiagnosticLogs) Event()->AddFilePath(directory + log);
@@ -90,8 +88,6 @@ void KoEventReporter::KoEventReport() {
     if (Event() == nullptr || implementation_->keys_put.empty()) return;
     tandor::LogMessage(FaultChannel(), tandor::kInfo, L"Tandor::KoEventReporter::KoEventReport", L"Fault report:",
                        Event()->Flatten());
-    // The files are recorded with their present size: they have to hold this fault's line.
-    tandor::FlushChannels();
     KoView::Report(*Event());
     implementation_->keys_put = std::unordered_set<std::string>(8);
 }

@@ -1,16 +1,11 @@
 #include <openssl/evp.h>
-#include <spdlog/pattern_formatter.h>
-#include <spdlog/sinks/rotating_file_sink.h>
-#include <spdlog/spdlog.h>
 #include <windows.h>
 
 #include <algorithm>
 #include <codecvt>
-#include <filesystem>
 #include <locale>
 
 #include "benchmarks/ratio.h"
-#include "foundation/message.h"
 #include "tandor/file_classifier.h"
 #include "tandor/text.h"
 
@@ -19,37 +14,6 @@
 
 namespace tandor::bench {
 namespace {
-
-// ---- logging
-
-int OurMessage(const Logger& channel, int width, int height) {
-    const message_detail::LentStream stream;
-    message_detail::PutPart(*stream, Tag{L"ConfigMgr"});
-    message_detail::PutPart(*stream, L"ReadResolutionList width:");
-    message_detail::PutPart(*stream, width);
-    message_detail::PutPart(*stream, L",height:");
-    message_detail::PutPart(*stream, height);
-    channel.Log(kInfo, *stream);
-    return width;
-}
-
-int TheirMessage(spdlog::logger& logger, int width, int height) {
-    std::wstringstream stream;
-    stream << L"[ConfigMgr]" << L"ReadResolutionList width:" << width << L",height:" << height;
-    logger.log(spdlog::level::warn, stream.str());
-    return width;
-}
-
-void AddLogging() {
-    static const Logger channel("KoViewMirror");
-    const auto path = std::filesystem::temp_directory_path() / "tandor-bench.log";
-    static const auto logger = spdlog::rotating_logger_mt("bench", path.string(), 0x100000, 5);
-    logger->set_formatter(std::make_unique<spdlog::pattern_formatter>("%Y-%m-%d %H:%M:%S,%e[%t][%L] - %v",
-                                                                      spdlog::pattern_time_type::local, "\r\n"));
-    Compare("one wide message to a rotating channel", "fresh stream, str(), conversion, spdlog", AtMostTimes(0.8),
-            Repeat([] { return OurMessage(channel, 2560, 1600); }),
-            Repeat([] { return TheirMessage(*logger, 2560, 1600); }));
-}
 
 // ---- conversion
 
@@ -161,7 +125,6 @@ void AddClassification() {
 }  // namespace
 
 void AddFoundation() {
-    AddLogging();
     AddConversion("40 B ASCII", Repeated("device name ", 40), 1.2);
     AddConversion("1 KB ASCII", Repeated("C:\\ProgramData\\Comms\\", 1024), 3);
     AddConversion("1 KB CJK", Repeated("\xE6\x89\x8B\xE6\x9C\xBA\xE5\xB1\x8F\xE5\xB9\x95", 1024), 1.2);

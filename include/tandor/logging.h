@@ -18,9 +18,10 @@ enum LOG_MESSAGE_LEVEL : int;
 ///     KoViewMirror         1 MiB  C:\ProgramData\Comms\Pelora\log\usr\KoViewMirror.log
 ///     KoViewAccountCred  512 KiB  C:\ProgramData\Comms\Pelora\log\admin\KoViewAccountCred.log
 ///
-/// All objects of a channel share one file, and so do all processes that write to it. Lines are gathered in memory and
-/// written to the file when 64 KiB have gathered, with the first line that comes a second or more after the last write,
-/// with every line of level 4 or above, when an object of the channel is destroyed, and when the library is unloaded.
+/// All objects of a channel share one file, and so do all processes that write to it; they agree through a small file
+/// beside it ("name.log.turn"). A line is with the system when Log returns: it survives the death of the process. With
+/// any number of processes no line is lost, torn or doubled, but for those that go with the oldest file. A file that a
+/// reader holds open without sharing its deletion grows past its size until the reader lets go.
 ///
 /// Threads: construction, destruction and Log may run on any thread; one object may be shared between threads.
 class TANDOR_API Logger {
@@ -28,12 +29,11 @@ public:
     /// An unknown channel, or one whose file could not be opened in five tries, gives an object that writes nothing;
     /// the host log says which. A channel that failed is not tried again while the library is loaded.
     explicit Logger(const std::string& name);
-    /// Writes what the channel has gathered to its file.
+    /// The channel's file stays open for the next object.
     ~Logger();
 
     /// Appends one record: time, thread, level and the stream's text as UTF-8 (an unpaired surrogate as U+FFFD), ended
-    /// by CR LF. The stream is left as it is. The channel's level is spdlog's default, 2 ("info"): lower ones are not
-    /// written, nor are numbers outside 0 to 6. A file that cannot be written or renamed costs no line that it holds
+    /// by CR LF. The stream is left as it is. Levels 3 to 5 are written, all others are passed over. A file that cannot be written or renamed costs no line that it holds
     /// already and throws nothing: the host log names it. Only std::bad_alloc may leave.
     void Log(LOG_MESSAGE_LEVEL level, const std::wstringstream& message) const;
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <deque>
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -9,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "base/lock.h"
 #include "base/rotating_file.h"
 #include "base/utf.h"
 #include "pelora/file_info.h"
@@ -18,7 +20,9 @@ namespace {
 
 constexpr std::uint64_t kMaxSize = 2 * 1024 * 1024;
 constexpr std::size_t kFilesKept = 64;
-constexpr std::uint64_t kOpenRetry = 10'000;  // ms between attempts to open a log that could not be opened
+constexpr std::uint64_t kOpenRetry = 10'000;     // ms between attempts to open a log that could not be opened
+constexpr std::size_t kMostWaiting = 10'000;     // messages for observers that are slower than the process logs
+constexpr std::size_t kLargestKept = 64 * 1024;  // bytes of a line's memory
 
 std::atomic<bool> unloading{false};
 
@@ -68,16 +72,31 @@ void RemoveOldFiles() {
     for (const auto& [age, path] : by_age) std::filesystem::remove(path, error);
 }
 
+void AppendNumber(unsigned long value, int digits, char end, std::string& line) {
+    char text[12];
+    char* at = text + sizeof(text);
+    for (*--at = end; digits > 0 || value != 0; --digits, value /= 10) *--at = static_cast<char>('0' + value % 10);
+    line.append(at, text + sizeof(text));
+}
+
 // "2026-01-31 09:05:07.042 [1234:5678] I text"
-void AppendLine(LOG_MESSAGE_LEVEL level, std::wstring_view message, std::string& line) {
+void FormLine(LOG_MESSAGE_LEVEL level, std::wstring_view message, std::string& line) {
     SYSTEMTIME now;
     ::GetLocalTime(&now);
-    char head[80];
-    const char letter = level >= 0 && level <= 6 ? "TDDIECO"[level] : '?';
-    const int length = std::snprintf(head, sizeof(head), "%04u-%02u-%02u %02u:%02u:%02u.%03u [%lu:%lu] %c ", now.wYear,
-                                     now.wMonth, now.wDay, now.wHour, now.wMinute, now.wSecond, now.wMilliseconds,
-                                     ::GetCurrentProcessId(), ::GetCurrentThreadId(), letter);
-    line.assign(head, static_cast<std::size_t>(length));
+    line.clear();
+    AppendNumber(now.wYear, 4, '-', line);
+    AppendNumber(now.wMonth, 2, '-', line);
+    AppendNumber(now.wDay, 2, ' ', line);
+    AppendNumber(now.wHour, 2, ':', line);
+    AppendNumber(now.wMinute, 2, ':', line);
+    AppendNumber(now.wSecond, 2, '.', line);
+    AppendNumber(now.wMilliseconds, 3, ' ', line);
+    line += '[';
+    AppendNumber(::GetCurrentProcessId(), 1, ':', line);
+    AppendNumber(::GetCurrentThreadId(), 1, ']', line);
+    line += ' ';
+    line += level >= 0 && level <= 6 ? "TDDIECO"[level] : '?';
+    line += ' ';
     const std::size_t begin = line.size();
     tandor::AppendUtf8Lossy(message, line);
     std::replace_if(
@@ -88,39 +107,89 @@ void AppendLine(LOG_MESSAGE_LEVEL level, std::wstring_view message, std::string&
 
 }  // namespace
 
+// Observers are called outside the lock by one thread at a time, the one that found nobody calling: it also delivers
+// what other threads log meanwhile. So all messages arrive in order, and no thread waits for another one's observer.
 class VxLogger::Impl {
 public:
     void Log(LOG_MESSAGE_LEVEL level, std::wstring_view message) {
-        const std::lock_guard lock(mutex_);
+        std::unique_lock lock(lock_);
         Write(level, message);
-        if (observing_) return;
-        observing_ = true;
-        for (const auto& [number, observer] : observers_) {
-            try {
-                observer(level, message);
-            } catch (...) {  // promised in the header: an observer cannot harm whoever logs
-            }
+        const DWORD self = ::GetCurrentThreadId();
+        if (observers_.empty() || deliverer_ == self || waiting_.size() >= kMostWaiting) return;
+        waiting_.push_back({level, std::wstring(message)});
+        if (deliverer_ != 0) return;
+        const Delivering delivering(*this);
+        while (!waiting_.empty()) {
+            const Message next = std::move(waiting_.front());
+            waiting_.pop_front();
+            Deliver(next, lock);
         }
-        observing_ = false;
     }
 
-    std::uint64_t Subscribe(Observer observer) {
-        const std::lock_guard lock(mutex_);
-        observers_.emplace(++last_, std::move(observer));
+    std::uint64_t Subscribe(LOG_MESSAGE_LEVEL lowest, Observer observer) {
+        const std::lock_guard lock(lock_);
+        observers_.emplace(++last_, std::make_shared<Subscriber>(lowest, std::move(observer)));
         return last_;
     }
 
     void Unsubscribe(std::uint64_t subscription) {
-        const std::lock_guard lock(mutex_);
+        std::unique_lock lock(lock_);
+        while (deliverer_ != 0 && deliverer_ != ::GetCurrentThreadId()) idle_.Wait(lock_);
         observers_.erase(subscription);
     }
 
+    [[nodiscard]] std::uint64_t Lost() const { return lost_; }
+
 private:
+    struct Message {
+        LOG_MESSAGE_LEVEL level;
+        std::wstring text;
+    };
+    struct Subscriber {
+        LOG_MESSAGE_LEVEL lowest;
+        Observer observer;
+    };
+
+    class Delivering {
+    public:
+        explicit Delivering(Impl& log) : log_(log) { log_.deliverer_ = ::GetCurrentThreadId(); }
+        ~Delivering() {
+            log_.deliverer_ = 0;
+            log_.idle_.WakeAll();
+        }
+        Delivering(const Delivering&) = delete;
+        Delivering& operator=(const Delivering&) = delete;
+
+    private:
+        Impl& log_;
+    };
+
+    void Deliver(const Message& message, std::unique_lock<tandor::Lock>& lock) {
+        std::vector<std::shared_ptr<const Subscriber>> subscribers;
+        for (const auto& [number, subscriber] : observers_) {
+            if (message.level >= subscriber->lowest) subscribers.push_back(subscriber);
+        }
+        lock.unlock();
+        for (const auto& subscriber : subscribers) {
+            try {
+                subscriber->observer(message.level, message.text);
+            } catch (...) {  // promised in the header: an observer cannot harm whoever logs
+            }
+        }
+        lock.lock();
+    }
+
     void Write(LOG_MESSAGE_LEVEL level, std::wstring_view message) {
-        if (!file_ && !Open()) return;
-        AppendLine(level, message, line_);
-        const std::string trouble = file_->Append(line_);
-        if (!trouble.empty()) ::OutputDebugStringA(trouble.c_str());
+        std::string trouble;
+        if (file_ || Open()) {
+            FormLine(level, message, line_);
+            const bool large = line_.size() > kLargestKept;
+            trouble = file_->Append(line_);
+            if (large) line_ = {};
+            if (trouble.empty()) return;
+            ::OutputDebugStringA(trouble.c_str());
+        }
+        ++lost_;
     }
 
     bool Open() {
@@ -136,13 +205,16 @@ private:
         return file_ != nullptr;
     }
 
-    std::recursive_mutex mutex_;  // an observer may log
+    tandor::Lock lock_;  // of everything below
     std::unique_ptr<tandor::RotatingFile> file_;
     std::string line_;
     std::uint64_t next_open_ = 0;
-    std::map<std::uint64_t, Observer> observers_;
+    std::atomic<std::uint64_t> lost_{0};
+    std::map<std::uint64_t, std::shared_ptr<const Subscriber>> observers_;
     std::uint64_t last_ = 0;
-    bool observing_ = false;
+    std::deque<Message> waiting_;
+    DWORD deliverer_ = 0;  // the thread that calls the observers
+    tandor::Condition idle_;
 };
 
 VxLogger::VxLogger() : impl_(new Impl) {}
@@ -166,8 +238,12 @@ void VxLogger::Log(LOG_MESSAGE_LEVEL level, std::wstringstream& message) noexcep
     }
 }
 
-std::uint64_t VxLogger::Subscribe(Observer observer) { return unloading ? 0 : impl_->Subscribe(std::move(observer)); }
+std::uint64_t VxLogger::Subscribe(LOG_MESSAGE_LEVEL lowest, Observer observer) {
+    return unloading ? 0 : impl_->Subscribe(lowest, std::move(observer));
+}
 
 void VxLogger::Unsubscribe(std::uint64_t subscription) noexcept {
     if (!unloading) impl_->Unsubscribe(subscription);
 }
+
+std::uint64_t VxLogger::Lost() const noexcept { return unloading ? 0 : impl_->Lost(); }

@@ -78,7 +78,7 @@ int LogLines(const Arguments& arguments) {
 int ScreenValues(const Arguments&) {
     std::vector<std::wstring> lines;
     const auto subscription =
-        VxLogger::GetInstance().Subscribe([&](LOG_MESSAGE_LEVEL level, std::wstring_view message) {
+        VxLogger::GetInstance().Subscribe(LOG_MESSAGE_TRACE, [&](LOG_MESSAGE_LEVEL level, std::wstring_view message) {
             lines.push_back(std::to_wstring(level) + L" " + std::wstring(message));
         });
     std::vector<std::thread> threads;

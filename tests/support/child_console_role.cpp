@@ -38,7 +38,7 @@ int ConsoleWithout(const Arguments& arguments) {
         patch = std::make_unique<ImportPatch>(library, missing.c_str(), &Fail);
     else
         patch = std::make_unique<ImportPatch>(library, "GetProcAddress", &LookUp);
-    VxLogger::GetInstance().Subscribe([](LOG_MESSAGE_LEVEL level, std::wstring_view message) {
+    VxLogger::GetInstance().Subscribe(LOG_MESSAGE_TRACE, [](LOG_MESSAGE_LEVEL level, std::wstring_view message) {
         std::cout << level << " " << Utf8FromWideLossy(message) << std::endl;
     });
     return Vxa::Exp::DeviceConsole::GetInstance().ExecCommand(L"enable", L"Root\\TandorTest", L"") ? 1 : 0;

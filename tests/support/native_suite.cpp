@@ -3,7 +3,6 @@
 #include <map>
 #include <mutex>
 
-#include "foundation/channel_logger.h"
 #include "pelora/file_info.h"
 #include "pelora/log_service.h"
 #include "pelora/outbox.h"
@@ -26,7 +25,7 @@ void VxLogger::Log(LOG_MESSAGE_LEVEL level, std::wstringstream& message) noexcep
     const std::lock_guard lock(impl_->mutex);
     for (const auto& [number, observer] : impl_->observers) observer(level, message.view());
 }
-std::uint64_t VxLogger::Subscribe(Observer observer) {
+std::uint64_t VxLogger::Subscribe(LOG_MESSAGE_LEVEL, Observer observer) {
     const std::lock_guard lock(impl_->mutex);
     impl_->observers.emplace(++impl_->last, std::move(observer));
     return impl_->last;
@@ -40,7 +39,6 @@ struct Logger::Holder {};
 Logger::Logger(const std::string&) : holder_(new Holder) {}
 Logger::~Logger() { delete holder_; }
 void Logger::Log(LOG_MESSAGE_LEVEL, const std::wstringstream&) const {}
-void tandor::FlushChannels() {}
 
 std::string FileInfo::GetPeloraCommDir() { return "C:\\ProgramData\\Comms\\Pelora"; }
 

@@ -13,8 +13,8 @@
 enum LOG_MESSAGE_LEVEL : int {
     LOG_MESSAGE_TRACE = 0,     ///< a channel's file leaves it out
     LOG_MESSAGE_DEBUG = 1,     ///< a channel's file leaves it out
-    LOG_MESSAGE_DETAIL = 2,    ///< the lowest that a channel's file takes
-    LOG_MESSAGE_INFO = 3,      ///< information and expected conditions
+    LOG_MESSAGE_DETAIL = 2,    ///< a channel's file leaves it out
+    LOG_MESSAGE_INFO = 3,      ///< information and expected conditions; the lowest that a channel's file takes
     LOG_MESSAGE_ERROR = 4,     ///< failures
     LOG_MESSAGE_CRITICAL = 5,  ///< the process cannot go on
     LOG_MESSAGE_OFF = 6,       ///< the highest number, for switching off
@@ -34,16 +34,23 @@ public:
     static VxLogger& GetInstance();
 
     /// Writes the stream's text as one record; the stream stays as it is. Line breaks inside the text are kept visible
-    /// as blanks, so that one record is one line. Never throws; a record that cannot be written is dropped.
+    /// as blanks, so that one record is one line. Never throws, and waits for no observer of another thread's; a record
+    /// that cannot be written, as on a full disk or into a folder without rights, is counted and dropped.
     void Log(LOG_MESSAGE_LEVEL level, std::wstringstream& message) noexcept;
 
-    /// Calls `observer` with every message of this process from now on, on the thread that logs and under the log's
-    /// lock, so messages arrive in order and none arrives after Unsubscribe has returned. What an observer throws is
-    /// dropped. An observer may log; those lines are written and not observed. Returns the number to unsubscribe with.
-    std::uint64_t Subscribe(Observer observer);
-    /// Ends a subscription, and waits for an observer that is being called; an observer does not end its own from
-    /// inside. A number that is not one is passed over.
+    /// Calls `observer` with this process's messages of level `lowest` and above from now on, in order, and observers in
+    /// the order of their subscription. They are called on a thread that logs, under no lock: while one thread calls
+    /// them, it also delivers what others log, and those do not wait (10,000 messages may wait; what comes then is
+    /// written and not observed). What an observer throws is dropped. An observer may log; those lines are written and
+    /// not observed. Returns the number to unsubscribe with.
+    std::uint64_t Subscribe(LOG_MESSAGE_LEVEL lowest, Observer observer);
+    /// Ends a subscription. Messages that were logged before are delivered first, none arrives afterwards; for that it
+    /// waits for observers that are being called, but for its own call from inside one. A number that is not one is
+    /// passed over.
     void Unsubscribe(std::uint64_t subscription) noexcept;
+
+    /// How many records of this process could not be written.
+    [[nodiscard]] std::uint64_t Lost() const noexcept;
 
     VxLogger(const VxLogger&) = delete;
     VxLogger& operator=(const VxLogger&) = delete;
