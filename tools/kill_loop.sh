@@ -2,7 +2,7 @@
 # Kills a program that stores device records and reports each, again and again, and looks after every kill whether the
 # store opens and holds all that was reported. A new store is begun after every 20 kills, so that its creation is
 # killed as well.
-#   tools/kill_loop.sh [TIMES]        1000 unless told
+#   tools/kill_loop.sh [TIMES]        1000 unless told; TANDOR_SEED gives the moments
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 . "$root/tools/build.sh"
 . "$root/tools/wine.sh"
@@ -15,7 +15,8 @@ start_wine
 cd "$root/build/mingw-release/bin"
 child() { "$wine" test_child.exe "$1" "Z:$store/devices.db" "Z:$store/report"; }
 
-records=0 killed=0
+records=0 killed=0 seed=${TANDOR_SEED:-$SRANDOM}
+RANDOM=$((seed % 32768))
 for ((round = 1; round <= times; ++round)); do
     if ((round % 20 == 1)); then
         store=$WINEPREFIX/store-$round
@@ -28,7 +29,7 @@ for ((round = 1; round <= times; ++round)); do
     { wait $pid; } 2>/dev/null || true
     child check-records || fail "round $round: see above; the store is in $store"
     if ((round % 20 == 0 || round == times)); then records=$((records + $(wc -l <"$store/report"))); fi
-    if [ -t 1 ]; then printf '\r%d of %d' "$round" "$times"; fi
+    if ((round % 20 == 0)); then echo "$round of $times"; fi
     if compgen -G "$store/devices.damaged-*" >/dev/null; then fail "round $round: the store was set aside in $store"; fi
 done
 echo "$killed kills, $records records reported, none missing, the store opened every time"
