@@ -30,12 +30,12 @@ find_missing() {
 
 install_packages() {
     find_missing || return 0
-    hold_lock "$cache_home/lock" "setting this machine up"
-    find_missing || return 0
     local -a as_root=(env)
     [ "$(id -u)" = 0 ] || as_root=(sudo)
     command -v "${as_root[0]}" >/dev/null ||
         fail "packages are missing and this is neither root nor a machine with sudo; as root run: apt-get install ${missing[*]}"
+    hold_lock "$cache_home/lock" "setting this machine up"
+    find_missing || return 0
     say "set-up 1/2: installing ${#missing[@]} packages: ${missing[*]}"
     local log=$cache_home/log/apt-install.log lists=fetched cause
     quietly "$cache_home/log/apt-update.log" "${as_root[@]}" apt-get -o APT::Update::Error-Mode=any update 9>&- || lists=old
