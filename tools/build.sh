@@ -16,7 +16,6 @@ build_preset() (
     [ -f "$directory/build.ninja" ] && grep -qsF "TANDOR_DEPENDENCIES:UNINITIALIZED=$TANDOR_DEPENDENCIES" "$directory/CMakeCache.txt" ||
         { say "configuring $preset"; logged "configuring $preset" "$directory.configure.log" cmake --fresh "${configure[@]}" \
             -B "$directory" -DTANDOR_DEPENDENCIES="$TANDOR_DEPENDENCIES"; }
-    [ -e "$directory/built" ] && say "building $preset" || say "building $preset for the first time (a few minutes)"
+    [ -e "$directory/lib/libtandor_base.a" ] && say "building $preset" || say "building $preset for the first time (a few minutes)"
     logged "building $preset" "$directory/build.log" cmake --build "$directory" -j "$jobs" "$@"
-    touch "$directory/built"
 )
