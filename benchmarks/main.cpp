@@ -134,7 +134,7 @@ std::string TakeOption(const char* name, const char* otherwise, int& count, char
 void Compare(const std::string& operation, const std::string& baseline, Target target, Body ours, Body theirs,
              bool manual) {
     const std::string number = std::to_string(rows.size());
-    rows.push_back({operation, baseline, target});
+    rows.push_back({operation, baseline, target, {}, {}});
     const std::string name = number + " " + operation + " | " + baseline + " | ";
     for (auto* const one : {benchmark::RegisterBenchmark((name + "ours").c_str(), std::move(ours)),
                             benchmark::RegisterBenchmark((name + "its").c_str(), std::move(theirs))}) {
