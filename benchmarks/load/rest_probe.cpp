@@ -2,6 +2,7 @@
 // for itself alone; with "log" after a line to a channel.
 #include <cstdio>
 
+#include "pelora/log_service.h"
 #include "tandor/logging.h"
 #include "tests/support/own_resources.h"
 
