@@ -13,7 +13,7 @@ build_preset() (
     # Another clone, and a folder made anew, need not compile again what was compiled here.
     if [ -z "${CMAKE_CXX_COMPILER_LAUNCHER:-}" ] && command -v ccache >/dev/null; then
         export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
-        export CCACHE_DIR=$cache_home/ccache CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1 CCACHE_MAXSIZE=2G
+        export CCACHE_DIR=$cache_home/ccache CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1 CCACHE_MAXSIZE=2G CCACHE_SLOPPINESS=pch_defines,time_macros
     fi
     [ -f "$directory/build.ninja" ] && grep -qsF "TANDOR_DEPENDENCIES:UNINITIALIZED=$TANDOR_DEPENDENCIES" "$directory/CMakeCache.txt" ||
         { say "configuring $preset"; logged "configuring $preset" "$directory.configure.log" cmake --fresh "${configure[@]}" \
