@@ -12,16 +12,17 @@ case $times in ''|*[!0-9]*) fail "usage: tools/kill_loop.sh [TIMES]" ;; esac
 "$root/tools/setup.sh"
 build_preset mingw-release --target test_child
 start_wine
+RANDOM=${TANDOR_SEED:-$SRANDOM}
 cd "$root/build/mingw-release/bin"
 child() { "$wine" test_child.exe "$1" "Z:$store/devices.db" "Z:$store/report"; }
 
-records=0 killed=0 seed=${TANDOR_SEED:-$SRANDOM}
-RANDOM=$((seed % 32768))
+records=0 killed=0
 for ((round = 1; round <= times; ++round)); do
     if ((round % 20 == 1)); then
         store=$WINEPREFIX/store-$round
         mkdir "$store"
         : >"$store/report"
+        echo "kill $round of $times"
     fi
     "$wine" test_child.exe store-records "Z:$store/devices.db" "Z:$store/report" & pid=$!
     sleep "0.$(printf %03d $((RANDOM % 250)))"
@@ -29,7 +30,7 @@ for ((round = 1; round <= times; ++round)); do
     { wait $pid; } 2>/dev/null || true
     child check-records || fail "round $round: see above; the store is in $store"
     if ((round % 20 == 0 || round == times)); then records=$((records + $(wc -l <"$store/report"))); fi
-    if ((round % 20 == 0)); then echo "$round of $times"; fi
+    if [ -t 1 ]; then printf '\r%d of %d' "$round" "$times"; fi
     if compgen -G "$store/devices.damaged-*" >/dev/null; then fail "round $round: the store was set aside in $store"; fi
 done
 echo "$killed kills, $records records reported, none missing, the store opened every time"
