@@ -25,7 +25,8 @@ for ((round = 1; round <= times; ++round)); do
         echo "kill $round of $times"
     fi
     "$wine" test_child.exe store-records "Z:$store/devices.db" "Z:$store/report" & pid=$!
-    sleep "0.$(printf %03d $((RANDOM % 250)))"
+    printf -v moment %03d $((RANDOM % 250))  # a subshell would draw from a place of its own
+    sleep "0.$moment"
     if kill -9 $pid 2>/dev/null; then killed=$((killed + 1)); else fail "round $round: the program ended by itself"; fi
     { wait $pid; } 2>/dev/null || true
     child check-records || fail "round $round: see above; the store is in $store"
