@@ -42,6 +42,7 @@ start_wine() {
 
 start_display() {
     local number
+    : >"$WINEPREFIX/display"  # it is looked into before the display server has begun
     Xvfb -displayfd 8 -screen 0 1280x1024x24 >"$WINEPREFIX/xvfb.log" 2>&1 8>"$WINEPREFIX/display" &
     display_pid=$!
     for _ in $(seq 100); do
