@@ -41,6 +41,7 @@ private:
     bool Open() noexcept;
     [[nodiscard]] bool Full(std::size_t more) noexcept;
     std::string Rotate();
+    void EndTornRecord() noexcept;
     Outcome Write(std::string_view records);
     [[nodiscard]] std::filesystem::path RotatedName(unsigned number) const;
 
