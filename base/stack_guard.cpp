@@ -17,7 +17,7 @@ std::uintptr_t __stack_chk_guard = 0;
 }
 
 // The same sources of chance that the platform's own security cookie has: times, identifiers and a randomised address.
-[[gnu::constructor, gnu::no_stack_protector]] static void SetUpStackGuard() {
+__attribute__((constructor, no_stack_protector)) static void SetUpStackGuard() {
     FILETIME now;
     LARGE_INTEGER counter;
     ::GetSystemTimeAsFileTime(&now);

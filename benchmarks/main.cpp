@@ -1,6 +1,6 @@
 // benchmarks [--table FILE] [--rounds N] [Google Benchmark's options]: measures, prints the ratios, and writes them as
 // a Markdown table. Ends with 1 when a target is missed.
-#include <cmath>
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
@@ -12,10 +12,26 @@
 namespace tandor::bench {
 namespace {
 
+// The real time of one operation in each round, ns.
+struct Times {
+    std::vector<double> rounds;
+    bool failed = false;
+
+    double Quantile(double share) const {
+        std::vector<double> sorted = rounds;
+        std::sort(sorted.begin(), sorted.end());
+        return sorted[static_cast<std::size_t>(share * static_cast<double>(sorted.size() - 1) + 0.5)];
+    }
+    double Median() const { return Quantile(0.5); }
+    // How far apart the middle half of the rounds lies, in percent of the median.
+    double Spread() const { return 100 * (Quantile(0.75) - Quantile(0.25)) / Median(); }
+    bool Missing() const { return failed || rounds.empty(); }
+};
+
 struct Row {
     std::string operation, baseline;
     Target target;
-    double ours = NAN, theirs = NAN;  // median real time, ns
+    Times ours, theirs;
 };
 
 std::vector<Row> rows;
@@ -26,12 +42,14 @@ public:
 
     void ReportRuns(const std::vector<Run>& runs) override {
         for (const Run& run : runs) {
-            if (run.aggregate_name != "median") continue;
             const std::string& name = run.run_name.function_name;
             Row& row = rows[std::stoul(name.substr(0, name.find(' ')))];
-            (name.ends_with("ours") ? row.ours : row.theirs) =
-                run.real_accumulated_time * 1e9 / static_cast<double>(run.iterations == 0 ? 1 : run.iterations);
-            std::printf("%-100s %14.1f ns\n", name.c_str(), (name.ends_with("ours") ? row.ours : row.theirs));
+            Times& times = name.ends_with("ours") ? row.ours : row.theirs;
+            times.failed = times.failed || run.error_occurred;
+            if (run.run_type == Run::RT_Iteration && run.iterations != 0)
+                times.rounds.push_back(run.real_accumulated_time * 1e9 / static_cast<double>(run.iterations));
+            if (run.aggregate_name != "median" || times.Missing()) continue;
+            std::printf("%-100s %14.1f ns, %4.1f %% apart\n", name.c_str(), times.Median(), times.Spread());
             std::fflush(stdout);
         }
     }
@@ -44,8 +62,8 @@ struct Judged {
 
 Judged Judge(const Row& row) {
     char figure[64], wanted[64];
-    const double times = row.ours / row.theirs;
-    const double more = (row.ours - row.theirs) / 1e6;
+    const double times = row.ours.Median() / row.theirs.Median();
+    const double more = (row.ours.Median() - row.theirs.Median()) / 1e6;
     switch (row.target.kind) {
         case Target::kAtMostTimes:
             std::snprintf(figure, sizeof(figure), "%.2f of its time", times);
@@ -66,38 +84,35 @@ Judged Judge(const Row& row) {
     return {figure, wanted, more <= row.target.value};
 }
 
+std::string InWords(double ns) {
+    char text[32];
+    const auto [number, unit] = ns < 1e4   ? std::pair(ns, "ns")
+                                : ns < 1e7 ? std::pair(ns / 1e3, "µs")
+                                           : std::pair(ns / 1e6, "ms");
+    std::snprintf(text, sizeof(text), "%.*f %s", ns < 1e4 ? 0 : 1, number, unit);
+    return text;
+}
+
 // Returns whether every target was met. Rows that a filter left out are passed over.
 bool WriteTable(std::FILE* file) {
     bool all_met = true;
     std::fprintf(file,
-                 "| operation | beside | ours | its | ratio | target | verdict |\n|---|---|---:|---:|---|---|---|\n");
+                 "| operation | beside | ours | its | spread, %% | ratio | target | verdict |\n"
+                 "|---|---|---:|---:|---:|---|---|---|\n");
     for (const Row& row : rows) {
-        if (std::isnan(row.ours) && std::isnan(row.theirs)) continue;
-        if (std::isnan(row.ours) || std::isnan(row.theirs)) {
-            std::fprintf(file, "| %s | %s | | | one of them failed | | MISSED |\n", row.operation.c_str(),
+        if (row.ours.rounds.empty() && row.theirs.rounds.empty() && !row.ours.failed && !row.theirs.failed) continue;
+        if (row.ours.Missing() || row.theirs.Missing()) {
+            std::fprintf(file, "| %s | %s | | | | one of them failed | | MISSED |\n", row.operation.c_str(),
                          row.baseline.c_str());
             all_met = false;
             continue;
         }
         const Judged judged = Judge(row);
         all_met = all_met && judged.met;
-        const auto in_words = [](double ns) {
-            char text[32];
-            std::snprintf(text, sizeof(text),
-                          ns < 1e4   ? "%.0f ns"
-                          : ns < 1e7 ? "%.1f µs"
-                                     : "%.1f ms",
-                          ns < 1e4   ? ns
-                          : ns < 1e7 ? ns / 1e3
-                                     : ns / 1e6);
-            return std::string(text);
-        };
-        std::fprintf(file, "| %s | %s | %s | %s | %s | %s | %s |\n", row.operation.c_str(), row.baseline.c_str(),
-                     in_words(row.ours).c_str(), in_words(row.theirs).c_str(), judged.figure.c_str(),
-                     judged.wanted.c_str(),
-                     row.target.kind == Target::kReported ? ""
-                     : judged.met                         ? "met"
-                                                          : "MISSED");
+        const char* const verdict = row.target.kind == Target::kReported ? "" : judged.met ? "met" : "MISSED";
+        std::fprintf(file, "| %s | %s | %s | %s | %.0f, %.0f | %s | %s | %s |\n", row.operation.c_str(),
+                     row.baseline.c_str(), InWords(row.ours.Median()).c_str(), InWords(row.theirs.Median()).c_str(),
+                     row.ours.Spread(), row.theirs.Spread(), judged.figure.c_str(), judged.wanted.c_str(), verdict);
     }
     return all_met;
 }
@@ -119,11 +134,10 @@ std::string TakeOption(const char* name, const char* otherwise, int& count, char
 void Compare(const std::string& operation, const std::string& baseline, Target target, Body ours, Body theirs,
              bool manual) {
     const std::string number = std::to_string(rows.size());
-    rows.push_back({operation, baseline, target});
+    rows.push_back({operation, baseline, target, {}, {}});
     const std::string name = number + " " + operation + " | " + baseline + " | ";
     for (auto* const one : {benchmark::RegisterBenchmark((name + "ours").c_str(), std::move(ours)),
                             benchmark::RegisterBenchmark((name + "its").c_str(), std::move(theirs))}) {
-        one->ReportAggregatesOnly();
         manual ? one->UseManualTime() : one->UseRealTime();
     }
 }

@@ -25,4 +25,15 @@ inline Body TimeOfProcess(std::wstring command) {
     };
 }
 
+// The time from the start of "<program and arguments>" to its end.
+inline Body TimeOfRun(std::wstring command) {
+    return [command](benchmark::State& state) {
+        for (auto _ : state) {
+            const StartedProcess process = StartProcess(nullptr, command);
+            if (!process.handle) return state.SkipWithError("the program does not start");
+            ::WaitForSingleObject(process.handle.Get(), INFINITE);
+        }
+    };
+}
+
 }  // namespace tandor::bench

@@ -2,8 +2,7 @@
 add_library(tandor_compiling INTERFACE)
 target_include_directories(tandor_compiling INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
 target_compile_definitions(tandor_compiling INTERFACE
-    $<$<PLATFORM_ID:Windows>:UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0A00 NTDDI_VERSION=0x0A000006>
-    TANDOR_VERSION="${PROJECT_VERSION}")
+    $<$<PLATFORM_ID:Windows>:UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0A00 NTDDI_VERSION=0x0A000006>)
 
 if(MSVC)
     target_compile_options(tandor_compiling INTERFACE /W4 /WX /permissive- /utf-8 /EHsc /guard:cf /sdl /Zc:__cplusplus)

@@ -26,6 +26,9 @@ struct ThreadPool::State {
     WorkCounters counters;    // but for the queued, which are the tasks themselves
 };
 
+// Exported as well: a caller that takes it by reference asks the library for it.
+constexpr int ThreadPool::DEFAULT_SIZE;
+
 ThreadPool::ThreadPool() : ThreadPool(DEFAULT_SIZE) {}
 
 ThreadPool::ThreadPool(unsigned long long threadCount) : state_(new State(threadCount)) {}

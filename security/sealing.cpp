@@ -15,6 +15,9 @@ constexpr int kLargestHexInput = 511;
 
 }  // namespace
 
+// Exported as well: a caller that takes it by reference asks the library for it.
+constexpr int SecurityEncryptUtil::SUPPORT_CHALLENGE_VERSION;
+
 SecurityEncryptUtil::SecurityEncryptUtil(const SecurityEncryptUtil& other) = default;
 SecurityEncryptUtil::SecurityEncryptUtil(SecurityEncryptUtil&& other) noexcept = default;
 

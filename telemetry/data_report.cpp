@@ -15,6 +15,9 @@ constexpr int kRenderer = 2;
 
 }  // namespace
 
+// Exported as well: a caller that takes it by reference asks the library for it.
+constexpr std::size_t TandorDataReportClass::MAX_TIME_LEN;
+
 TandorDataReportClass::TandorDataReportClass() = default;
 TandorDataReportClass::~TandorDataReportClass() = default;
 

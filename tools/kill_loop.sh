@@ -2,7 +2,7 @@
 # Kills a program that stores device records and reports each, again and again, and looks after every kill whether the
 # store opens and holds all that was reported. A new store is begun after every 20 kills, so that its creation is
 # killed as well.
-#   tools/kill_loop.sh [TIMES]        1000 unless told
+#   tools/kill_loop.sh [TIMES]        1000 unless told; TANDOR_SEED gives the moments
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 . "$root/tools/build.sh"
 . "$root/tools/wine.sh"
@@ -12,6 +12,7 @@ case $times in ''|*[!0-9]*) fail "usage: tools/kill_loop.sh [TIMES]" ;; esac
 "$root/tools/setup.sh"
 build_preset mingw-release --target test_child
 start_wine
+RANDOM=${TANDOR_SEED:-$SRANDOM}
 cd "$root/build/mingw-release/bin"
 child() { "$wine" test_child.exe "$1" "Z:$store/devices.db" "Z:$store/report"; }
 
@@ -21,9 +22,11 @@ for ((round = 1; round <= times; ++round)); do
         store=$WINEPREFIX/store-$round
         mkdir "$store"
         : >"$store/report"
+        echo "kill $round of $times"
     fi
     "$wine" test_child.exe store-records "Z:$store/devices.db" "Z:$store/report" & pid=$!
-    sleep "0.$(printf %03d $((RANDOM % 250)))"
+    printf -v moment %03d $((RANDOM % 250))  # a subshell would draw from a place of its own
+    sleep "0.$moment"
     if kill -9 $pid 2>/dev/null; then killed=$((killed + 1)); else fail "round $round: the program ended by itself"; fi
     { wait $pid; } 2>/dev/null || true
     child check-records || fail "round $round: see above; the store is in $store"

@@ -3,8 +3,9 @@
 # warns, or when a public name has no text of its own.
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-command -v doxygen >/dev/null || fail "doxygen is missing; tools/setup.sh installs it"
+command -v doxygen >/dev/null || "$root/tools/setup.sh" doxygen
 cd "$root"
+hold_lock build/reference.lock "making the reference"
 rm -rf build/reference
 mkdir -p build/reference
 TANDOR_VERSION=$(sed -n 's/^project(TandorUtil VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)

@@ -1,25 +1,20 @@
 #!/usr/bin/env bash
 # Makes this machine ready to build and test: packages by name, then the cross-built dependencies, once, into a
-# cache outside the checkout. Safe to run again at any time; a second run does nothing and takes no time.
+# cache outside the checkout. Safe to run again at any time, and several times at once; a second run does nothing.
+#   tools/setup.sh [PACKAGE...]      these packages besides
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 . "$root/tools/dependencies.sh"
 
 packages=(
     g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64        # the cross tool chain
     wine64 wine xvfb xauth                                       # running what it built
-    cmake ninja-build make git clang clang-tidy libclang-rt-14-dev llvm  # the native sanitizer build, the fuzzers, the checks
+    cmake ninja-build make git ccache                            # building
+    clang clang-format clang-tidy libclang-rt-14-dev llvm        # the native sanitizer build, the fuzzers, the checks
     g++ libgtest-dev libgmock-dev libbenchmark-dev libfmt-dev libspdlog-dev nlohmann-json3-dev libtinyxml2-dev
     libboost-dev                                                 # a benchmark compares with its thread pool
     libssl-dev                                                   # the native build's libraries
-    doxygen                                                      # the reference of the public headers
-    dpkg-dev perl tcl python3-minimal ca-certificates          # what the dependencies' build needs
+    dpkg-dev perl tcl python3-minimal ca-certificates            # what the dependencies' build needs
 )
-
-as_root() {
-    if [ "$(id -u)" = 0 ]; then "$@"
-    elif command -v sudo >/dev/null; then sudo "$@"
-    else fail "packages are missing and this is neither root nor a machine with sudo; as root run: apt-get install ${missing[*]}"; fi
-}
 
 check_system() {
     [ -r /etc/os-release ] && . /etc/os-release
@@ -27,22 +22,36 @@ check_system() {
         fail "this set-up is for Debian 12 on x86-64 and this is ${PRETTY_NAME:-another system} on $(uname -m); see docs/platform.md for building elsewhere"
 }
 
+find_missing() {
+    mapfile -t missing < <(comm -23 <(printf '%s\n' "${packages[@]}" | sort -u) \
+        <(dpkg-query -W -f '${Package} ${Status}\n' "${packages[@]}" 2>/dev/null | sed -n 's/ install ok installed$//p' | sort -u))
+    [ ${#missing[@]} != 0 ]
+}
+
 install_packages() {
-    missing=()
-    local package
-    for package in "${packages[@]}"; do
-        [ "$(dpkg-query -W -f '${Status}' "$package" 2>/dev/null)" = "install ok installed" ] || missing+=("$package")
-    done
-    [ ${#missing[@]} = 0 ] && return
+    find_missing || return 0
+    local -a as_root=(env)
+    [ "$(id -u)" = 0 ] || as_root=(sudo)
+    command -v "${as_root[0]}" >/dev/null ||
+        fail "packages are missing and this is neither root nor a machine with sudo; as root run: apt-get install ${missing[*]}"
+    hold_lock "$cache_home/lock" "setting this machine up"
+    find_missing || return 0
     say "set-up 1/2: installing ${#missing[@]} packages: ${missing[*]}"
-    logged "reading the package lists (is there a network?)" "$cache_home/log/apt-update.log" as_root apt-get update
-    logged "installing the packages ${missing[*]}" "$cache_home/log/apt-install.log" \
-        as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "${missing[@]}"
+    local log=$cache_home/log/apt-install.log lists=fetched cause
+    quietly "$cache_home/log/apt-update.log" "${as_root[@]}" apt-get -o APT::Update::Error-Mode=any update 9>&- || lists=old
+    quietly "$log" "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=600 install -y \
+        --no-install-recommends "${missing[@]}" 9>&- && return
+    cause=$(sed -n 's/^E: //p' "$log" | head -n 1)
+    if grep -q 'dpkg was interrupted' "$log"; then fail "an earlier installation was interrupted; as root run: dpkg --configure -a"; fi
+    [ $lists = fetched ] || fail "the package lists could not be fetched, so packages are missing (${missing[*]}); is there a network? See $cache_home/log/apt-update.log"
+    fail "the packages ${missing[*]} could not be installed${cause:+: $cause}; the whole output is in $log"
 }
 
 build_one() {
     local name=${1%%:*} package=${1##*:}
+    touch "$work/fetching"
     fetch "$package"
+    rm "$work/fetching"
     cd "$work/src/$package"
     "build_$name"
     keep_licences "$name"
@@ -50,32 +59,36 @@ build_one() {
 # A recipe stops at its first failing line; only a shell of its own keeps that rule inside a condition.
 if [ "${1:-}" = --recipe ]; then
     prefix=$dependencies/mingw work=$dependencies/work
-    case $2 in sources) prepare_sources ;; *) build_one "$2" ;; esac
+    case $2 in sources) prepare_sources; compgen -G "$work/apt/lists/*_Sources*" ;; *) build_one "$2" ;; esac
     exit
 fi
 
 build_dependencies() {
     [ -f "$dependencies/complete" ] && return
+    hold_lock "$cache_home/lock" "setting this machine up"
+    [ -f "$dependencies/complete" ] && return
     prefix=$dependencies/mingw work=$dependencies/work
     mkdir -p "$prefix"/{include,lib} "$work" "$dependencies/done"
-    exec 9>"$dependencies/lock"
-    flock -n 9 || { say "set-up 2/2: another run is building the dependencies; waiting for it"; flock 9; }
-    [ -f "$dependencies/complete" ] && return
     say "set-up 2/2: building ${#recipes[@]} libraries for Windows, once, into $dependencies (about 6 minutes)"
-    logged "fetching the lists of source packages (is there a network?)" "$dependencies/log/sources.log" "$0" --recipe sources
-    local recipe number=0 began=$SECONDS
+    quietly "$dependencies/log/sources.log" "$0" --recipe sources ||
+        fail "the lists of source packages could not be fetched; is there a network? See $dependencies/log/sources.log"
+    local recipe name number=0 began=$SECONDS
     for recipe in "${recipes[@]}"; do
-        number=$((number + 1))
-        [ -f "$dependencies/done/${recipe%%:*}" ] && continue
-        say "  $number/${#recipes[@]} ${recipe%%:*} (after $((SECONDS - began)) s)"
-        logged "building ${recipe%%:*}" "$dependencies/log/${recipe%%:*}.log" "$0" --recipe "$recipe"
-        touch "$dependencies/done/${recipe%%:*}"
+        number=$((number + 1)) name=${recipe%%:*}
+        [ -f "$dependencies/done/$name" ] && continue
+        say "  $number/${#recipes[@]} $name (after $((SECONDS - began)) s)"
+        quietly "$dependencies/log/$name.log" "$0" --recipe "$recipe" || {
+            [ ! -e "$work/fetching" ] || fail "the source of $name could not be fetched; is there a network? See $dependencies/log/$name.log"
+            fail "building $name failed; the whole output is in $dependencies/log/$name.log, and a next run goes on there"
+        }
+        touch "$dependencies/done/$name"
     done
     rm -rf "$work"
     touch "$dependencies/complete"
     say "  dependencies ready after $((SECONDS - began)) s"
 }
 
+packages+=("$@")
 check_system
 install_packages
 build_dependencies

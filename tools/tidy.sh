@@ -7,10 +7,7 @@
 cd "$root"
 
 tidy() {
-    local gcc=/usr/lib/gcc/x86_64-w64-mingw32/12-posix sysroot=/usr/x86_64-w64-mingw32 flag extra=()
-    for flag in --target=x86_64-w64-windows-gnu --sysroot=$sysroot -nostdinc++ -nostdlibinc -isystem$gcc/include/c++ \
-        -isystem$gcc/include/c++/x86_64-w64-mingw32 -isystem$sysroot/include -Wno-unknown-warning-option \
-        -Wno-unused-command-line-argument; do extra+=("--extra-arg=$flag"); done
+    local extra=("${clang_for_windows[@]/#/--extra-arg=}" --extra-arg=-Wno-unused-command-line-argument)
     if grep -q "/$1\"" build/native-asan/compile_commands.json; then clang-tidy --quiet -p build/native-asan "$1" 2>/dev/null
     else clang-tidy --quiet -p build/mingw-release "${extra[@]}" "$1" 2>/dev/null; fi
 }

@@ -10,21 +10,39 @@ machine() {
         "mingw-w64 GCC $(x86_64-w64-mingw32-g++-posix -dumpversion)"
 }
 
+# A prefix takes seconds to make, and is the same each time: it is made once, and copied.
+make_template() (
+    template=$1
+    hold_lock "$template.lock" "making a Windows environment"
+    [ ! -d "$template" ] || exit 0
+    say "making a Windows environment, once"
+    rm -rf "$template.part"
+    mkdir "$template.part"
+    export WINEPREFIX=$template.part
+    quietly "$cache_home/log/wineboot.log" limited 300 "$wine" wineboot -i 9>&- ||
+        fail "Wine could not set up its prefix; see $cache_home/log/wineboot.log"
+    "$wineserver" -w
+    mv "$template.part" "$template"
+)
+
 start_wine() {
     [ -z "${wine_started:-}" ] || return 0
     wine_started=yes
     WINEPREFIX=$(mktemp -d "${TMPDIR:-/tmp}/tandor-wine.XXXXXX")
     export WINEPREFIX WINEDEBUG=-all WINEDLLOVERRIDES="winedbg.exe=d;mscoree=d;mshtml=d" LC_ALL=C.UTF-8
-    trap stop_wine EXIT
+    at_exit stop_wine
     start_display
     say "starting a private Windows environment"
-    "$wine" wineboot -i >"$WINEPREFIX/wineboot.log" 2>&1 || fail "Wine could not set up its prefix; see $WINEPREFIX/wineboot.log"
-    "$wineserver" -w
+    local template
+    template=$cache_home/windows-$("$wine" --version | tr -cd 'A-Za-z0-9.-')
+    make_template "$template"
+    cp -a "$template/." "$WINEPREFIX"
     "$wineserver" -p >/dev/null 2>&1  # kept alive: a start then takes milliseconds
 }
 
 start_display() {
     local number
+    : >"$WINEPREFIX/display"  # it is looked into before the display server has begun
     Xvfb -displayfd 8 -screen 0 1280x1024x24 >"$WINEPREFIX/xvfb.log" 2>&1 8>"$WINEPREFIX/display" &
     display_pid=$!
     for _ in $(seq 100); do

@@ -56,7 +56,7 @@ std::vector<HMODULE> OwnModules() {
     return own;
 }
 
-// "0.1.0" of the module's version resource; empty when it has none. The fixed part stands behind the resource's head of
+// "1.0.0" of the module's version resource; empty when it has none. The fixed part stands behind the resource's head of
 // 40 bytes (https://learn.microsoft.com/windows/win32/menurc/vs-versioninfo).
 std::string VersionOf(HMODULE module) {
     constexpr std::size_t kHead = 40;

@@ -91,11 +91,13 @@ int Perform(const Machine& machine) {
 
 int PerformOnThread() {
     const Machine machine = AskMachine();
-    return std::async(std::launch::async, [&] {
-               const int code = Perform(machine);
-               ::OPENSSL_thread_stop();
-               return code;
-           }).get();
+    return std::async(std::launch::async,
+                      [&] {
+                          const int code = Perform(machine);
+                          ::OPENSSL_thread_stop();
+                          return code;
+                      })
+        .get();
 }
 
 int Ours() {

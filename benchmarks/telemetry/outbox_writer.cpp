@@ -1,5 +1,6 @@
 // outbox_writer FILE THREADS COUNT EVENT: puts COUNT records of ten values from each of THREADS threads into the outbox
-// FILE, beginning when the named event is set, or at once for "now". Prints nothing; ends with 1 when a record was refused.
+// FILE, beginning when the named event is set, or at once for "now". Prints nothing; ends with 1 when a record was
+// refused.
 #include <windows.h>
 
 #include <atomic>

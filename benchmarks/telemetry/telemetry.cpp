@@ -54,7 +54,8 @@ double FromThreads(const std::filesystem::path& file, int threads) {
 }
 
 KernelHandle Writer(const std::filesystem::path& file, int count, const wchar_t* event) {
-    const std::wstring command = L"outbox_writer.exe \"" + file.native() + L"\" 1 " + std::to_wstring(count) + L" " + event;
+    const std::wstring command =
+        L"outbox_writer.exe \"" + file.native() + L"\" 1 " + std::to_wstring(count) + L" " + event;
     StartedProcess writer = StartProcess(nullptr, command);
     if (!writer.handle) throw WindowsError("outbox_writer.exe did not start", ::GetLastError());
     return std::move(writer.handle);

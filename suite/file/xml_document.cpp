@@ -49,6 +49,9 @@ struct VxXMLDocument::Impl {
     }
 };
 
+// Exported as well: a caller that takes it by reference asks the library for it.
+constexpr std::size_t VxXMLDocument::kLargestFile;
+
 VxXMLDocument::VxXMLDocument() : impl_(new Impl) {}
 
 VxXMLDocument::~VxXMLDocument() { delete impl_; }

@@ -134,7 +134,7 @@ public:
 
     std::uint64_t Subscribe(LOG_MESSAGE_LEVEL lowest, Observer observer) {
         const std::lock_guard lock(lock_);
-        observers_.emplace(++last_, std::make_shared<Subscriber>(lowest, std::move(observer)));
+        observers_.emplace(++last_, std::make_shared<Subscriber>(Subscriber{lowest, std::move(observer)}));
         return last_;
     }
 

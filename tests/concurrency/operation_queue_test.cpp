@@ -170,7 +170,7 @@ TEST_P(OperationQueue, EveryOperationIsRunDroppedOrRefusedExactlyOnceWheneverItS
         producing = false;
     });
     WaitUntilDone(1);
-    std::mt19937 random(20);
+    std::mt19937 random(Seed(20));
     while (producing) {
         queue->Stop();
         queue->Start();

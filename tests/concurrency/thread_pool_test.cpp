@@ -105,7 +105,7 @@ void FloodAndStop(std::size_t producers, unsigned long long operations, unsigned
             pool.Submit([&] { flood(pool); });
             flood(pool);
         });
-        for (unsigned i = 0; i < seed % 1000; ++i) std::this_thread::yield();
+        for (unsigned i = 0; i < (Seed(0) + seed) % 1000; ++i) std::this_thread::yield();
     }
     EXPECT_EQ(submitted, accepted + refused);
     EXPECT_EQ(tally.run, accepted);

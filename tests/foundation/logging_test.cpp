@@ -240,7 +240,7 @@ TEST(RotatingFile, WhatWasWrittenSurvivesWritersThatAreKilled) {
     std::vector<Child> writers;
     for (int i = 0; i < 3; ++i) writers.push_back(begin());
     const auto kills = Amount("TANDOR_LOG_KILLS", 20);
-    unsigned random = 4711;
+    unsigned random = Seed(4711);
     for (unsigned kill = 0; kill < kills; ++kill) {
         random = random * 1664525 + 1013904223;
         ::Sleep(5 + (random >> 16 & 31));

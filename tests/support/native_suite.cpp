@@ -1,40 +1,11 @@
-// Stand-ins for what the native tests cannot have: the host log, the channels' files and the outbox, all in memory.
-// The families' own code and the rest of the suite's services run over them as they are.
-#include <map>
+// Stand-ins for what the native tests cannot have: the channels' files and the outbox, in memory; the host log is the
+// one of tests/seam/. The families' own code and the rest of the suite's services run over them as they are.
 #include <mutex>
 
 #include "pelora/file_info.h"
-#include "pelora/log_service.h"
 #include "pelora/outbox.h"
 #include "suite/telemetry/ko_event.h"
 #include "tandor/logging.h"
-
-class VxLogger::Impl {
-public:
-    std::recursive_mutex mutex;
-    std::map<std::uint64_t, std::pair<LOG_MESSAGE_LEVEL, Observer>> observers;
-    std::uint64_t last = 0;
-};
-VxLogger::VxLogger() : impl_(new Impl) {}
-VxLogger::~VxLogger() { delete impl_; }
-VxLogger& VxLogger::GetInstance() {
-    static VxLogger logger;
-    return logger;
-}
-void VxLogger::Log(LOG_MESSAGE_LEVEL level, std::wstringstream& message) noexcept {
-    const std::lock_guard lock(impl_->mutex);
-    for (const auto& [number, subscriber] : impl_->observers)
-        if (level >= subscriber.first) subscriber.second(level, message.view());
-}
-std::uint64_t VxLogger::Subscribe(LOG_MESSAGE_LEVEL lowest, Observer observer) {
-    const std::lock_guard lock(impl_->mutex);
-    impl_->observers.emplace(++impl_->last, std::pair(lowest, std::move(observer)));
-    return impl_->last;
-}
-void VxLogger::Unsubscribe(std::uint64_t subscription) noexcept {
-    const std::lock_guard lock(impl_->mutex);
-    impl_->observers.erase(subscription);
-}
 
 struct Logger::Holder {};
 Logger::Logger(const std::string&) : holder_(new Holder) {}

@@ -37,4 +37,7 @@ inline unsigned long long Amount(const char* variable, unsigned long long usual)
     return value == nullptr ? usual : std::stoull(value);
 }
 
+// Where a test's random numbers begin: ./soak gives another place in each round, and tells it.
+inline unsigned Seed(unsigned usual) { return static_cast<unsigned>(Amount("TANDOR_SEED", usual)); }
+
 }  // namespace tandor::test

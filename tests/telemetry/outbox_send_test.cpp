@@ -50,7 +50,7 @@ protected:
 
 TEST_F(OutboxSend, LosesNothingToACollectorThatFailsAtRandom) {
     Fill(static_cast<int>(Amount("TANDOR_OUTBOX_SENT", 300)));
-    std::mt19937 random(7);
+    std::mt19937 random(Seed(7));
     Collector collector(
         [&random]() -> Collector::Behaviour {
             using Way = Collector::Way;

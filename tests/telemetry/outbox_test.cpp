@@ -166,7 +166,7 @@ TEST(Outbox, NothingAcknowledgedIsLostWhenProcessesAreKilled) {
     }
     std::vector<Child> writers;
     for (int i = 0; i < 4; ++i) writers.emplace_back(command(i));
-    unsigned random = 12345;
+    unsigned random = Seed(12345);
     for (int kill = 0; kill < kills; ++kill) {
         random = random * 1664525 + 1013904223;
         ::Sleep(random >> 16 & 127);

@@ -38,8 +38,8 @@ public:
     /// that cannot be written, as on a full disk or into a folder without rights, is counted and dropped.
     void Log(LOG_MESSAGE_LEVEL level, std::wstringstream& message) noexcept;
 
-    /// Calls `observer` with this process's messages of level `lowest` and above from now on, in order, and observers in
-    /// the order of their subscription. They are called on a thread that logs, under no lock: while one thread calls
+    /// Calls `observer` with this process's messages of level `lowest` and above from now on, in order, and observers
+    /// in the order of their subscription. They are called on a thread that logs, under no lock: while one thread calls
     /// them, it also delivers what others log, and those do not wait (10,000 messages may wait; what comes then is
     /// written and not observed). What an observer throws is dropped. An observer may log; those lines are written and
     /// not observed. Returns the number to unsubscribe with.

@@ -1,0 +1,11 @@
+# The package that TANDOR_SUITE_TARGET is looked for in: the suite's services with the recording log in place of the log.
+add_subdirectory(${PROJECT_SOURCE_DIR}/suite suite EXCLUDE_FROM_ALL)
+get_target_property(sources PeloraSuite SOURCES)
+list(FILTER sources EXCLUDE REGEX "vx_logger\\.cpp|_version\\.rc")
+list(TRANSFORM sources PREPEND ${PROJECT_SOURCE_DIR}/suite/ REGEX "^[a-z]")
+add_library(RecordingSuite SHARED ${sources} ${CMAKE_CURRENT_LIST_DIR}/recording_log.cpp)
+add_library(Recording::Suite ALIAS RecordingSuite)
+target_compile_definitions(RecordingSuite PRIVATE PELORA_BUILDING)
+target_include_directories(RecordingSuite PUBLIC ${PROJECT_SOURCE_DIR}/suite/include)
+target_link_libraries(RecordingSuite PRIVATE tandor_compiling tandor_base tandor_sqlite tinyxml2::tinyxml2)
+tandor_delay_load(RecordingSuite advapi32 bcrypt user32)
