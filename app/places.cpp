@@ -22,6 +22,16 @@ const std::vector<LogChannel>& LogChannels() {
 
 std::filesystem::path HostLogFolder() { return CommonFolder() / "log" / "host"; }
 
+std::filesystem::path HostLogFile(unsigned long process) {
+    const std::wstring end = L"-" + std::to_wstring(process) + L".log";
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(HostLogFolder(), error), none; !error && entry != none;
+         entry.increment(error)) {
+        if (entry->path().native().ends_with(end)) return entry->path();
+    }
+    return {};
+}
+
 std::filesystem::path DeviceStoreFile() { return CommonFolder() / "device" / "devices.db"; }
 
 std::filesystem::path OutboxFile() { return CommonFolder() / "telemetry" / "outbox.db"; }

@@ -18,6 +18,7 @@ struct LogChannel {
 // The three channels with their present files; older ones lie beside them.
 const std::vector<LogChannel>& LogChannels();
 std::filesystem::path HostLogFolder();
+std::filesystem::path HostLogFile(unsigned long process);  // empty when that process has none
 std::filesystem::path DeviceStoreFile();
 std::filesystem::path OutboxFile();
 
