@@ -21,6 +21,7 @@ for licence in fmt spdlog json tinyxml2 cli11 sqlite openssl curl gcc-runtime mi
     [ -s "$package/share/licences/$licence.txt" ] || fail "the licence of $licence is not in the package"
 done
 (cd "$package/bin" && logged "running tandorctl's tour from the package" "$folder/tour.log" "$wine" tandorctl.exe tour)
+"$root/tools/examples.sh" "$package/bin" || fail "what README.md or a page of docs shows is not so; tools/examples.sh --renew writes what is"
 (cd "$package/bin" && "$wine" tandorctl.exe completion bash >"$folder/completion" 2>"$folder/completion.log")
 completed() {
     bash --norc -c '. "$0"; COMP_WORDS=("$@") COMP_CWORD=$(($# - 1)); _tandorctl; echo "${COMPREPLY[*]}"' "$folder/completion" "$@"
