@@ -16,12 +16,10 @@
 # their times, and numbers in square brackets, may differ anyway.
 use strict;
 use warnings;
-use Cwd;
 use JSON::PP;
 
 my $renew = $ARGV[0] eq '--renew' ? shift : '';
 my ($work, @pages) = @ARGV;
-my $home = getcwd();
 my ($ran, $wrong) = (0, 0);
 
 sub complain { $wrong++; print "==> $_[0]\n"; }
