@@ -11,9 +11,7 @@ namespace {
 std::string Usage(const CLI::Option& option) {
     const bool positional = option.get_positional();
     std::string usage = option.get_name(positional, !positional);
-    const std::string value = ValueWord(option);
-    if (positional && !WordsOf(option).empty()) usage = value;
-    if (!positional && option.get_items_expected_max() > 0) usage += " " + value;
+    if (!positional && option.get_items_expected_max() > 0) usage += " " + ValueWord(option);
     if (option.get_items_expected_max() > 1) usage += " ...";
     return option.get_required() ? usage : "[" + usage + "]";
 }

@@ -152,7 +152,7 @@ std::string TextFor(const std::string& shell, const CLI::App& app) {
 void AddCompletionCommand(CLI::App& app, Context& context) {
     const auto shell = std::make_shared<std::string>();
     CLI::App* const completion =
-        app.add_subcommand("completion", "The script by which a shell completes tandorctl, or all commands as a table");
+        app.add_subcommand("completion", "Completion for a shell: the script that it runs; or all commands as a table");
     completion->add_option("SHELL", *shell, "The shell; markdown is the table")
         ->required()
         ->check(OneOf({"bash", "powershell", "markdown"}));

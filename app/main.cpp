@@ -60,7 +60,7 @@ void AddCommands(CLI::App& app, Context& context) {
     app.fallthrough();
     app.formatter(tandor::app::HelpFormat());
     app.footer(
-        "'tandorctl COMMAND --help' has the verbs of a command, its options and examples.\n"
+        "'tandorctl COMMAND --help' has a command's verbs, its options and examples.\n"
         "Exit codes: 0 done, 1 failed, 2 the command line was not understood.");
     for (const Group& group : Groups()) {
         const std::size_t before = app.get_subcommands(nullptr).size();

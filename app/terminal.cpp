@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "base/utf.h"
+#include "base/win_handle.h"
 
 namespace tandor::app {
 namespace {
@@ -20,10 +21,27 @@ std::array streams{Stream{STD_OUTPUT_HANDLE}, Stream{STD_ERROR_HANDLE}};
 // An empty NO_COLOR counts as none.
 bool ColoursWanted() { return ::GetEnvironmentVariableW(L"NO_COLOR", nullptr, 0) <= 1; }
 
+bool Understand(HANDLE console, DWORD& mode) {
+    return ::GetConsoleMode(console, &mode) != 0 &&
+           ::SetConsoleMode(console, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
+}
+
+// There are consoles that take the mode and then show the escapes. One that does not moves no cursor for them; it is
+// tried where nobody sees it.
+bool HidesEscapes() {
+    constexpr std::wstring_view kEscape = L"\x1b[0m";
+    const FileHandle hidden(
+        ::CreateConsoleScreenBuffer(GENERIC_READ | GENERIC_WRITE, 0, nullptr, CONSOLE_TEXTMODE_BUFFER, nullptr));
+    DWORD mode = 0, written = 0;
+    CONSOLE_SCREEN_BUFFER_INFO after{};
+    return hidden && Understand(hidden.Get(), mode) &&
+           ::WriteConsoleW(hidden.Get(), kEscape.data(), static_cast<DWORD>(kEscape.size()), &written, nullptr) != 0 &&
+           ::GetConsoleScreenBufferInfo(hidden.Get(), &after) != 0 && after.dwCursorPosition.X == 0;
+}
+
 void SetUp(Stream& stream) {
-    const HANDLE handle = ::GetStdHandle(stream.number);
-    stream.coloured = ColoursWanted() && ::GetConsoleMode(handle, &stream.mode) != 0 &&
-                      ::SetConsoleMode(handle, stream.mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
+    stream.coloured = IsTerminal(stream.number) && ColoursWanted() && HidesEscapes() &&
+                      Understand(::GetStdHandle(stream.number), stream.mode);
 }
 
 void PutBack() {
@@ -68,11 +86,12 @@ bool IsTerminal(DWORD stream) {
 
 std::string ReadTyped() {
     constexpr wchar_t kCtrlZ = 0x1A;
+    CONSOLE_READCONSOLE_CONTROL wake_up{sizeof(wake_up), 0, ULONG{1} << kCtrlZ, 0};  // not only with the line's end
     std::wstring typed;
     wchar_t part[512];
     DWORD read = 0;
     while (::ReadConsoleW(::GetStdHandle(STD_INPUT_HANDLE), part, static_cast<DWORD>(std::size(part)), &read,
-                          nullptr) != 0 &&
+                          &wake_up) != 0 &&
            read > 0) {
         const std::wstring_view words(part, read);
         typed += words.substr(0, words.find(kCtrlZ));

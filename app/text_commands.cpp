@@ -66,10 +66,10 @@ void ShowUnits(const Context& context, const std::string& text) {
 }
 
 void AddCoding(CLI::App* text, const Context& context, const char* name, const char* help, const char* example,
-               std::string (*code)(const Input&)) {
+               std::string (*code)(const Input&), bool both_ways = true) {
     CLI::App* const command = text->add_subcommand(name, help);
     const auto input = std::make_shared<Input>(*command);
-    command->add_flag("-d,--decode", input->decode, "Decode instead");
+    if (both_ways) command->add_flag("-d,--decode", input->decode, "Decode instead");
     command->footer(fmt::format("Example:\n  tandorctl text {}", example));
     command->callback([input, code, &context] {
         const std::string result = code(*input);
@@ -93,7 +93,8 @@ void AddTextCommands(CLI::App& app, Context& context) {
     });
     AddCoding(
         text, context, "mask", "Keep the first and the last character, asterisks between", "mask 13812345678",
-        [](const Input& input) { return Utf8FromWide(TandorUtilClass::SenstiveContent(WideText(input.Read()))); });
+        [](const Input& input) { return Utf8FromWide(TandorUtilClass::SenstiveContent(WideText(input.Read()))); },
+        false);
     AddCoding(text, context, "hex", "A number as sixteen hexadecimal digits, or hexadecimal text as a number",
               "hex --decode 1A2B", [](const Input& input) {
                   const std::string content = input.Read();

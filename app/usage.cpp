@@ -9,12 +9,12 @@ namespace tandor::app {
 namespace {
 
 constexpr std::size_t kLineLength = 79;  // a terminal of 80 wraps after its last column
-constexpr std::size_t kGroup = 2, kName = 13, kText = 25, kOptionText = 30;  // columns
+constexpr std::size_t kGroup = 2, kName = 12, kText = 23, kOptionText = 30;  // columns
 
 // `left` in column 2 and the text from `column` on, broken where the line ends.
 std::string Row(const std::string& left, const std::string& text, std::size_t column) {
     std::string row = "  " + left;
-    if (row.size() + 2 > column) row += '\n' + std::string(column, ' ');
+    if (row.size() >= column) row += '\n' + std::string(column, ' ');
     const auto begin = row.rfind('\n') + 1;
     row.resize(std::max(row.size(), begin + column), ' ');
     std::size_t used = column;
@@ -53,7 +53,9 @@ public:
             if (grouped) left = std::string(kName - kGroup, ' ') + left;
             if (grouped && group != verb->get_group()) left.replace(0, verb->get_group().size(), verb->get_group());
             group = verb->get_group();
-            text += Row(left, verb->get_description(), grouped ? kText : kOptionText);
+            // One screen has room for what stands before a colon.
+            const std::string about = verb->get_description();
+            text += grouped ? Row(left, about.substr(0, about.find(": ")), kText) : Row(left, about, kOptionText);
         }
         return text.empty() ? text : "\nCommands:\n" + text;
     }
@@ -133,7 +135,9 @@ std::string ValueWord(const CLI::Option& option) {
     const std::vector<std::string> words = WordsOf(option);
     if (!words.empty()) return "{" + CLI::detail::join(words, ",") + "}";
     const std::string type = option.get_type_name();
-    const std::string word = type.substr(0, type.find(':'));
+    std::size_t end = type.find(':');  // behind it stands what a check calls its values; a word may have one too
+    while (end != std::string::npos && type.substr(end + 1, 1) == " ") end = type.find(':', end + 1);
+    const std::string word = type.substr(0, end);
     const std::size_t range = type.find(" in [");
     const bool number = word == "INT" || word == "UINT" || word == "FLOAT";
     return (number ? "N" : word) + (range == std::string::npos ? "" : type.substr(range));

@@ -125,9 +125,9 @@ TEST(Tandorctl, WritesAndShowsAChannelAndFollowsTheHostLog) {
 
 TEST(Tandorctl, TheHelpFitsOneScreenAndHasEachCommandInItsGroup) {
     const std::string help = RunTandorctl(L"--help").out;
-    EXPECT_THAT(help, HasSubstr("\n  Start      tour        "));
-    EXPECT_THAT(help, HasSubstr("\n             doctor      "));
-    EXPECT_THAT(help, HasSubstr("\n  Text       log         "));
+    EXPECT_THAT(help, HasSubstr("\n  Start     tour       See everything at work\n"));
+    EXPECT_THAT(help, HasSubstr("\n            doctor     "));
+    EXPECT_THAT(help, HasSubstr("\n  Text      log        "));
     const std::vector<std::string> lines = LinesIn(help);
     EXPECT_LE(lines.size(), 42u);
     for (const std::string& line : lines) EXPECT_LT(line.size(), 80u) << line;  // a terminal wraps after the 80th
