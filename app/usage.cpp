@@ -178,7 +178,7 @@ Trouble UsageError(const CLI::App& app, const CLI::ParseError& error) {
     } else if (error.get_name() == "ConversionError") {
         text = ConversionText(what);
     } else if (what.starts_with("A subcommand")) {
-        text = "'tandorctl" + PathOf(command) + "': it needs one of " + CLI::detail::join(VerbsOf(command), ", ");
+        text = "'tandorctl" + PathOf(command) + "' needs one of " + CLI::detail::join(VerbsOf(command), ", ");
     }
     const std::string remedy = "see 'tandorctl" + PathOf(command) + " --help'";
     const std::size_t colon = text.find(": ");
