@@ -104,7 +104,7 @@ int Run(std::vector<std::string> arguments) {
     } catch (const std::exception& error) {
         const std::string task = "'tandorctl" + tandor::app::PathOf(tandor::app::Reached(app)) + "'";
         tandor::app::ShowTrouble(tandor::app::TroubleOf(error, task), json);
-        return 1;
+        return dynamic_cast<const tandor::app::UsageFailure*>(&error) != nullptr ? 2 : 1;
     }
     if (json && !tandor::app::HasPrinted()) tandor::app::PrintJson({{"done", context.exit_code == 0}});
     return Finish(context.exit_code, json);

@@ -25,6 +25,12 @@ private:
     Trouble trouble_;
 };
 
+// The same for a call that lacks something which its user has to decide; the program ends with 2.
+class UsageFailure : public CommandError {
+public:
+    using CommandError::CommandError;
+};
+
 // Whatever `task` threw. What is no CommandError comes from below, where nobody knows what the user wanted.
 Trouble TroubleOf(const std::exception& error, const std::string& task);
 
