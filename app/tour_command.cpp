@@ -73,7 +73,7 @@ void ShowFailures(const Json& steps) {
 std::filesystem::path FolderFor(const std::string& output) {
     const std::filesystem::path folder =
         output.empty() ? std::filesystem::temp_directory_path() / fmt::format("tandor-tour-{}", ::GetCurrentProcessId())
-                       : std::filesystem::absolute(PathFrom(output));
+                       : std::filesystem::absolute(PathFrom(output)).make_preferred();
     std::error_code error;
     std::filesystem::create_directories(folder, error);
     if (!std::filesystem::is_directory(folder, error)) {

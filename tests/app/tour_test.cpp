@@ -26,7 +26,7 @@ TEST(Tour, TwoAtOncePassAndTakeBackWhatTheyWrote) {
     const TemporaryFolder folder;
     const auto before = RecordsInOutbox();
     const auto run = [&](const wchar_t* name) {
-        return RunTandorctl(L"tour --json --output \"" + (folder.path / name).native() + L"\"");
+        return RunTandorctl(L"tour --json --output \"" + (folder.path / name).generic_wstring() + L"\"");
     };
     auto other = std::async(std::launch::async, run, L"eins 手机");
     const ProgramRun first = run(L"zwei"), second = other.get();
