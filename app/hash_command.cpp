@@ -29,7 +29,7 @@ std::string HashStandardInput() {
     }
     std::string digest(hash.DigestLen(), '\0');
     if (!good || !hash.Finish(reinterpret_cast<unsigned char*>(digest.data()))) {
-        throw CommandError("standard input", "it cannot be read and hashed");
+        throw CommandError("standard input", "it cannot be read and hashed", "give a file's name instead");
     }
     return HexFromBytes(digest, HexCase::kLower);
 }
