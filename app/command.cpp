@@ -50,6 +50,14 @@ void PrintTable(const std::vector<std::vector<std::string>>& rows) {
     }
 }
 
+void PrintNotLookedAt(const std::map<std::string, std::vector<std::string>>& reasons) {
+    for (const auto& [reason, things] : reasons) {
+        std::string list;
+        for (const std::string& thing : things) list += (list.empty() ? "" : ", ") + thing;
+        PrintLine(std::to_string(things.size()) + " more: " + reason + ": " + list);
+    }
+}
+
 Progress::Progress(std::string_view what) : terminal_(IsTerminal(STD_ERROR_HANDLE)) {
     if (!terminal_) return;
     const std::wstring wide = WideFromUtf8Lossy(what);

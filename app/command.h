@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -35,6 +36,9 @@ bool HasPrinted();
 
 // A table for people: the first row is the heading. Columns are padded by characters, not bytes.
 void PrintTable(const std::vector<std::vector<std::string>>& rows);
+
+// What a look had to leave out, by the reason: "2 more: a pipe: 0x14, 0x18".
+void PrintNotLookedAt(const std::map<std::string, std::vector<std::string>>& reasons);
 
 // One line on standard error that is written over and over, when that is a terminal; nothing otherwise.
 class Progress {

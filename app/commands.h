@@ -54,6 +54,7 @@ void AddOutboxCommands(CLI::App& app, Context& context);
 void AddQueueCommand(CLI::App& app, Context& context);
 void AddWatchCommand(CLI::App& app, Context& context);
 void AddLookCommands(CLI::App& app, Context& context);
+void AddWindowsCommand(CLI::App& app, Context& context);
 void AddConsoleCommands(CLI::App& app, Context& context);
 void AddFirewallCommands(CLI::App& app, Context& context);
 void AddDoctorCommand(CLI::App& app, Context& context);

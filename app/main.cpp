@@ -46,7 +46,7 @@ const std::vector<Group>& Groups() {
         {"Screens", {AddScreenCommands, AddPanelCommand}},
         {"Security", {AddHashCommand, AddSealCommands}},
         {"Reports", {AddReportCommands, AddOutboxCommands}},
-        {"Processes", {AddQueueCommand, AddWatchCommand, AddLookCommands}},
+        {"Processes", {AddQueueCommand, AddWatchCommand, AddLookCommands, AddWindowsCommand}},
         {"Network", {AddFetchCommand, AddFirewallCommands}},
     };
     return groups;

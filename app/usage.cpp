@@ -67,7 +67,8 @@ public:
             if (level->get_require_subcommand_min() == 0) continue;
             for (const CLI::Option* const option : level->get_options()) {
                 const bool once = option == level->get_help_ptr() || option->check_lname("version");
-                if (!once) inherited += make_option(option, false);
+                const bool hidden = command->get_option_no_throw(option->get_name()) != nullptr;  // by one of its own
+                if (!once && !hidden) inherited += make_option(option, false);
             }
         }
         return (inherited.empty() ? "" : "Options of the commands above:\n" + inherited + "\n") +
