@@ -131,11 +131,11 @@ void UseTextForm() {
     Secrets secrets;
     SecurityEncryptUtil util;
     std::string sealed;
-    tandor::SecretText opened, bad_key, long_text;
+    tandor::SecretText opened, bad_key, long_text, quarter(secrets.plain_text.text.substr(96));
     util.SetSessionKey(secrets.key_text.text);
     long_text.text.reserve(400);
     long_text.text = secrets.plain_text.text;
-    EXPECT_EQ(util.AesGcmEncrypt(secrets.plain_text.text.substr(96), sealed), 48);
+    EXPECT_EQ(util.AesGcmEncrypt(quarter.text, sealed), 48);
     EXPECT_EQ(util.AesGcmDecrypt(sealed, opened.text), 16);
     EXPECT_EQ(util.AesGcmEncrypt(secrets.plain_text.text, sealed), 96);
     EXPECT_EQ(util.AesGcmDecrypt(sealed, opened.text), 64);  // the output held a plaintext and has to grow
