@@ -17,7 +17,6 @@
 #include "pelora/outbox.h"
 #include "support/child_roles.h"
 #include "tandor/event_reporter.h"
-#include "tandor/logging.h"
 #include "tandor/screen_config.h"
 #include "tandor/sealing.h"
 #include "tandor/state_watch.h"
@@ -25,14 +24,7 @@
 namespace {
 
 using tandor::test::Arguments;
-
-// Says that the child is ready, and stays.
-int Stay(const std::wstring& ready) {
-    const tandor::KernelHandle event(::OpenEventW(EVENT_MODIFY_STATE, FALSE, ready.c_str()));
-    if (event) ::SetEvent(event.Get());
-    ::Sleep(INFINITE);
-    return 0;
-}
+using tandor::test::Stay;
 
 // hold-file PATH READY: opens the file as a viewer that shares nothing but reading, and stays.
 int HoldFile(const Arguments& arguments) {
@@ -61,19 +53,6 @@ int HoldHandles(const Arguments& arguments) {
     // A synchronous wait: questions about this handle would wait too.
     std::thread([&] { ::ConnectNamedPipe(pipe.Get(), nullptr); }).detach();
     return Stay(arguments.at(3));
-}
-
-// log-lines CHANNEL NAME COUNT: writes "NAME <number>" COUNT times, with padding, to the channel.
-int LogLines(const Arguments& arguments) {
-    const std::string channel(arguments.at(0).begin(), arguments.at(0).end());
-    const Logger logger(channel);
-    const int count = std::stoi(arguments.at(2));
-    for (int i = 0; i < count; ++i) {
-        std::wstringstream line;
-        line << arguments.at(1) << L" " << i << L" " << std::wstring(150, L'.');
-        logger.Log(LOG_MESSAGE_INFO, line);
-    }
-    return 0;
 }
 
 // screen-values: prints the extended screen's configuration as this program finds it, first asked for by several
@@ -114,17 +93,6 @@ int CommitReports(const Arguments& arguments) {
         reporter->Commit();
     }
     return 0;
-}
-
-// host-log TEXT COUNT: writes TEXT to the host log COUNT times, as a failure, and dies without a farewell.
-int HostLog(const Arguments& arguments) {
-    for (int i = std::stoi(arguments.at(1)); i > 0; --i) {
-        std::wstringstream message;
-        message << arguments.at(0);
-        VxLogger::GetInstance().Log(LOG_MESSAGE_ERROR, message);
-    }
-    ::TerminateProcess(::GetCurrentProcess(), 0);
-    return 1;
 }
 
 // outbox-put FILE REPORT: puts records without end, and appends to REPORT the identifier of each that was stored.
@@ -171,8 +139,10 @@ int main() {
         {L"console-without", tandor::test::ConsoleWithout},
         {L"hold-file", HoldFile},
         {L"hold-handles", HoldHandles},
-        {L"host-log", HostLog},
-        {L"log-lines", LogLines},
+        {L"file-lines", tandor::test::FileLines},
+        {L"hold-turn", tandor::test::HoldTurn},
+        {L"host-log", tandor::test::HostLog},
+        {L"log-lines", tandor::test::LogLines},
         {L"outbox-put", OutboxPut},
         {L"screen-values", ScreenValues},
         {L"seal-vectors", SealVectors},
