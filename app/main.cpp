@@ -41,10 +41,11 @@ void AddCommands(CLI::App& app, Context& context) {
         "'tandorctl COMMAND --help' for one command. Exit codes: 0 done, 1 failed, 2 usage.");
     using namespace tandor::app;
     for (const auto add : {
-             AddLogCommands,     AddTextCommands,     AddVersionCommands, AddClassifyCommand, AddDeviceCommands,
-             AddScreenCommands,  AddPanelCommand,     AddHashCommand,     AddSealCommands,    AddFetchCommand,
-             AddReportCommands,  AddOutboxCommands,   AddQueueCommand,    AddWatchCommand,    AddLookCommands,
-             AddConsoleCommands, AddFirewallCommands, AddDoctorCommand,   AddTourCommand,     AddCompletionCommand,
+             AddLogCommands,       AddTextCommands,    AddVersionCommands,  AddClassifyCommand, AddDeviceCommands,
+             AddScreenCommands,    AddPanelCommand,    AddHashCommand,      AddSealCommands,    AddFetchCommand,
+             AddReportCommands,    AddOutboxCommands,  AddIpcCommands,      AddQueueCommand,    AddWatchCommand,
+             AddLookCommands,      AddConsoleCommands, AddFirewallCommands, AddDoctorCommand,   AddTourCommand,
+             AddCompletionCommand,
          }) {
         add(app, context);
     }

@@ -40,7 +40,6 @@ set(TANDOR_SERVICE_CALLERS
     foundation/message.cpp
     telemetry/data_report.cpp
     telemetry/ko_event_reporter.cpp
-    telemetry/mode_reports.cpp
     telemetry/report_functions.cpp
     telemetry/reporter.cpp
     telemetry/reporter_factories.cpp
