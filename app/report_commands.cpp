@@ -245,7 +245,8 @@ void AddFault(CLI::App* report, const std::shared_ptr<Options>& options, Context
 void AddReportCommands(CLI::App& app, Context& context) {
     CLI::App* const report = app.add_subcommand("report", "Report business statistics and faults");
     report->footer(
-        "Records go into the outbox; see 'tandorctl outbox'. Examples:\n"
+        "Records go into the outbox; see 'tandorctl outbox'. Where an argument begins with -, put -- before NAME.\n"
+        "Examples:\n"
         "  tandorctl report ReportTandorReport80MyalbumPhotoCountId 120\n"
         "  tandorctl report timed 9101 --tags 4 --record 0 1 3 --trace pairing-7\n"
         "  tandorctl report fault 992614416 --key reason=timeout --key mode=2 --logs");
