@@ -2,9 +2,6 @@
 // which the tool chain's standard classes do not offer there.
 #pragma once
 
-#include <atomic>
-#include <cstdint>
-
 #if !defined(_WIN32)
 #include <condition_variable>
 #include <mutex>
@@ -28,31 +25,6 @@ private:
 #else
     std::mutex mutex_;
 #endif
-};
-
-// A lock that its thread may take again.
-class RecursiveLock {
-public:
-    void lock() {
-        const std::uintptr_t self = ThisThread();
-        if (owner_.load(std::memory_order_relaxed) != self) {
-            lock_.lock();
-            owner_.store(self, std::memory_order_relaxed);
-        }
-        ++depth_;
-    }
-    void unlock() {
-        if (--depth_ > 0) return;
-        owner_.store(0, std::memory_order_relaxed);
-        lock_.unlock();
-    }
-
-private:
-    static std::uintptr_t ThisThread();  // never 0
-
-    Lock lock_;
-    std::atomic<std::uintptr_t> owner_{0};
-    unsigned depth_ = 0;  // of the owner's
 };
 
 enum class WaitResult { kWoken, kTimedOut, kFailed };

@@ -8,11 +8,6 @@ namespace tandor {
 void Lock::lock() { mutex_.lock(); }
 void Lock::unlock() { mutex_.unlock(); }
 
-std::uintptr_t RecursiveLock::ThisThread() {
-    static thread_local char here;
-    return reinterpret_cast<std::uintptr_t>(&here);
-}
-
 WaitResult Condition::Wait(Lock& lock, unsigned milliseconds) {
     std::unique_lock hold(lock.mutex_, std::adopt_lock);
     auto status = std::cv_status::no_timeout;

@@ -18,8 +18,6 @@ void Lock::lock() {
 }
 void Lock::unlock() { ::ReleaseSRWLockExclusive(AsLock(word_)); }
 
-std::uintptr_t RecursiveLock::ThisThread() { return ::GetCurrentThreadId(); }
-
 WaitResult Condition::Wait(Lock& lock, unsigned milliseconds) {
     if (::SleepConditionVariableSRW(AsCondition(word_), AsLock(lock.word_), milliseconds, 0) != 0)
         return WaitResult::kWoken;

@@ -1,6 +1,5 @@
 #include <charconv>
 
-#include "base/lock.h"
 #include "base/wall_clock.h"
 #include "foundation/message.h"
 #include "tandor/data_report.h"
@@ -27,13 +26,12 @@ std::vector<std::string> TagValues(const std::unordered_map<int, std::string>& r
 
 }  // namespace
 
-Reporter::Reporter(int eventId, int tagCount)
-    : event_id_(eventId), tag_count_(tagCount), records_(8), lock_(std::make_unique<tandor::RecursiveLock>()) {}
+Reporter::Reporter(int eventId, int tagCount) : event_id_(eventId), tag_count_(tagCount), records_(8) {}
 Reporter::~Reporter() = default;
 
 void Reporter::RecordTimeStamp(int tag) {
     char digits[20];
-    const std::lock_guard lock(*lock_);
+    const std::lock_guard lock(lock_);
     const char* const end = std::to_chars(digits, digits + sizeof(digits), tandor::WallClockMilliseconds()).ptr;
     records_[tag].assign(digits, static_cast<std::size_t>(end - digits));  // keeps the memory of an earlier value
 }
@@ -41,13 +39,13 @@ void Reporter::RecordTimeStamp(int tag) {
 void Reporter::SetDataCount(int count) { tag_count_ = count; }
 
 void Reporter::SetTraceID(std::string traceId) {
-    const std::lock_guard lock(*lock_);
+    const std::lock_guard lock(lock_);
     trace_id_ = std::move(traceId);
     trace_id_set_ = true;
 }
 
 void Reporter::Commit() {
-    const std::lock_guard lock(*lock_);
+    const std::lock_guard lock(lock_);
     const int count = tag_count_;
     if (count != 0 && records_.empty()) {
         return LogMessage(kInfo, kCommit, L"invalid commit, record is empty, id=", event_id_);

@@ -13,9 +13,6 @@
 
 #include "tandor/api.h"
 
-namespace tandor {
-class RecursiveLock;
-}
 class IPCMessageClient;
 class KoEvent;
 
@@ -55,7 +52,7 @@ private:
     int event_id_;
     std::atomic<int> tag_count_;
     std::unordered_map<int, std::string> records_;
-    std::unique_ptr<tandor::RecursiveLock> lock_;
+    std::recursive_mutex lock_;
     std::string trace_id_;
     bool trace_id_set_ = false;
 };
