@@ -4,9 +4,9 @@
 
 #include <string>
 
-// The catalogue of the statistics: number, type, the function of TandorDataReportClass that sends it, its parameters, and
-// what it sends of them, in this order; a structure's members go out one by one. A statistic reaches the data-report
-// service as the event 606000000 + number. Numbers in use never change their meaning.
+// The catalogue of the statistics: number, type, the function of TandorDataReportClass that sends it, its parameters,
+// and what it sends of them, in this order; a structure's members go out one by one. A statistic reaches the
+// data-report service as the event 606000000 + number. Numbers in use never change their meaning.
 // clang-format off
 /// Sharing of files.
 #define TANDOR_REPORTS_SHARING(REPORT) \
