@@ -51,6 +51,7 @@ void AddSealCommands(CLI::App& app, Context& context);
 void AddFetchCommand(CLI::App& app, Context& context);
 void AddReportCommands(CLI::App& app, Context& context);
 void AddOutboxCommands(CLI::App& app, Context& context);
+void AddIpcCommands(CLI::App& app, Context& context);
 void AddQueueCommand(CLI::App& app, Context& context);
 void AddWatchCommand(CLI::App& app, Context& context);
 void AddLookCommands(CLI::App& app, Context& context);

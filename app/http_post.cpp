@@ -8,7 +8,7 @@
 namespace tandor::app {
 namespace {
 
-constexpr std::size_t kLargestAnswer = 64 * 1024;
+constexpr std::size_t kLargestAnswer = 1024 * 1024;
 
 std::size_t Collect(char* data, std::size_t, std::size_t size, void* target) {
     auto& body = *static_cast<std::string*>(target);
@@ -17,8 +17,8 @@ std::size_t Collect(char* data, std::size_t, std::size_t size, void* target) {
 }
 
 bool WillNotHelpItself(CURLcode code) {
-    return code == CURLE_URL_MALFORMAT || code == CURLE_UNSUPPORTED_PROTOCOL ||
-           code == CURLE_PEER_FAILED_VERIFICATION || code == CURLE_SSL_CACERT_BADFILE || code == CURLE_SSL_CERTPROBLEM;
+    return code == CURLE_URL_MALFORMAT || code == CURLE_PEER_FAILED_VERIFICATION || code == CURLE_SSL_CACERT_BADFILE ||
+           code == CURLE_SSL_CERTPROBLEM;
 }
 
 }  // namespace

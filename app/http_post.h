@@ -13,7 +13,7 @@ struct PostResult {
     long status = 0;        // 0: there was no whole answer
     std::string trouble;    // why not
     bool unusable = false;  // the address itself is wrong, or the certificate is not trusted: trying again is no use
-    std::string body;       // at most 64 KiB of it
+    std::string body;       // at most 1 MiB of it
     std::optional<std::chrono::seconds> retry_after;
 };
 

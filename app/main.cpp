@@ -45,7 +45,7 @@ const std::vector<Group>& Groups() {
         {"Devices", {AddDeviceCommands, AddConsoleCommands}},
         {"Screens", {AddScreenCommands, AddPanelCommand}},
         {"Security", {AddHashCommand, AddSealCommands}},
-        {"Reports", {AddReportCommands, AddOutboxCommands}},
+        {"Reports", {AddReportCommands, AddOutboxCommands, AddIpcCommands}},
         {"Processes", {AddQueueCommand, AddWatchCommand, AddLookCommands, AddWindowsCommand}},
         {"Network", {AddFetchCommand, AddFirewallCommands}},
     };

@@ -1,6 +1,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <chrono>
 #include <fstream>
 
 #include "app/commands.h"
@@ -17,10 +18,10 @@ constexpr std::size_t kPage = 500;  // records read at once
 constexpr std::size_t kPageBytes = 4 * 1024 * 1024;
 
 struct Options {
-    std::string file, record, format = "jsonl", output;
+    std::string file, record, output, older_than, flush;
     std::vector<std::string> records;
     std::size_t count = 20;
-    bool all = false;
+    bool all = false, otlp = false;
     unsigned long long max_records = 0, max_bytes = 0;
     SendOptions send;
     long timeout = 30, backoff = 1000;
@@ -77,6 +78,8 @@ OutboxRecord Find(const Opened& outbox, const std::string& name) {
     return records[0];
 }
 
+const char* FlushWord(const pelora::OutboxLimits& limits) { return limits.flush ? "always" : "second"; }
+
 void Status(const Context& context, const Options& options) {
     pelora::OutboxStatus status;
     Check(Opened(options)->Status(status));
@@ -86,6 +89,7 @@ void Status(const Context& context, const Options& options) {
                           {"bytes", status.bytes},
                           {"max_records", status.limits.records},
                           {"max_bytes", status.limits.bytes},
+                          {"flush", FlushWord(status.limits)},
                           {"put", status.put},
                           {"displaced", status.displaced},
                           {"removed", status.removed},
@@ -95,6 +99,7 @@ void Status(const Context& context, const Options& options) {
     PrintTable({{"file", status.file},
                 {"records", fmt::format("{} of at most {}", status.records, status.limits.records)},
                 {"bytes", fmt::format("{} of at most {}", status.bytes, status.limits.bytes)},
+                {"on the disk", status.limits.flush ? "each record before its report returns" : "within a second"},
                 {"put ever", std::to_string(status.put)},
                 {"dropped for want of room", std::to_string(status.displaced)},
                 {"sent or dropped by command", std::to_string(status.removed)},
@@ -143,14 +148,42 @@ void Show(const Context& context, const Options& options) {
     }
 }
 
+// The moment before which records are old: so many days or hours ago, or the beginning of a day (UTC).
+long long MomentFrom(const std::string& text) {
+    using namespace std::chrono;
+    if (text.size() == 10 && text[4] == '-' && text[7] == '-') {
+        const std::string_view digits = text;
+        const auto part = [&](std::size_t at, std::size_t size) {
+            return ParseDecimal<unsigned>(digits.substr(at, size));
+        };
+        const auto y = part(0, 4), m = part(5, 2), d = part(8, 2);
+        if (y && m && d) {
+            const year_month_day date{year(static_cast<int>(*y)), month(*m), day(*d)};
+            if (date.ok()) return duration_cast<milliseconds>(sys_days(date).time_since_epoch()).count();
+        }
+    }
+    const char unit = text.empty() ? ' ' : text.back();
+    const auto count = ParseDecimal<unsigned>(std::string_view(text).substr(0, text.size() - (text.empty() ? 0 : 1)));
+    if (!count || (unit != 'd' && unit != 'h')) {
+        throw CLI::ValidationError("--older-than",
+                                   "'" + text + "' is neither a number of days or hours, as 7d or 12h, nor a date");
+    }
+    const auto age = hours(std::int64_t{*count} * (unit == 'd' ? 24 : 1));
+    return duration_cast<milliseconds>(system_clock::now().time_since_epoch() - age).count();
+}
+
 void Drop(const Context& context, const Options& options) {
-    if (options.all != options.records.empty()) {
-        throw CLI::RequiredError(options.all ? "either records or --all, not both," : "a RECORD or --all");
+    const int ways = (options.all ? 1 : 0) + (options.records.empty() ? 0 : 1) + (options.older_than.empty() ? 0 : 1);
+    if (ways != 1) {
+        throw CLI::RequiredError(ways > 1 ? "either records, --older-than or --all, not more of them,"
+                                          : "a RECORD, --older-than or --all");
     }
     const Opened outbox(options);
     unsigned long long removed = 0;
     if (options.all) {
         Check(outbox->RemoveThrough(~0ULL, removed));
+    } else if (!options.older_than.empty()) {
+        Check(outbox->RemoveBefore(MomentFrom(options.older_than), removed));
     } else {
         std::vector<unsigned long long> sequences;
         for (const std::string& name : options.records) sequences.push_back(Find(outbox, name).sequence);
@@ -167,19 +200,23 @@ void Export(const Options& options) {
         if (!file)
             throw CommandError(options.output, "cannot be written", "name a file in a folder that you may write to");
     }
-    const auto line = [&](const Json& document) {
-        const std::string text = document.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
-        options.output.empty() ? Print(text) : void(file << text);
-    };
+    Check(outbox->TellDrops());
     std::vector<OutboxRecord> records;
+    std::string text;
     for (unsigned long long after = 0;; after = records.back().sequence) {
         Check(outbox->Read(after, kPage, kPageBytes, records));
         if (records.empty()) break;
-        if (options.format == "otlp") {
-            line(OtlpOfRecords(records));
+        text.clear();
+        if (options.otlp) {
+            AppendOtlp(records, text);
+            text += '\n';
         } else {
-            for (const OutboxRecord& record : records) line(JsonOfRecord(record));
+            for (const OutboxRecord& record : records) {
+                AppendJson(record, text);
+                text += '\n';
+            }
         }
+        options.output.empty() ? Print(text) : void(file << text);
     }
     file.flush();
     if (!options.output.empty() && !file)
@@ -187,12 +224,14 @@ void Export(const Options& options) {
 }
 
 void Limit(Context& context, const Options& options) {
-    if (options.max_records == 0 && options.max_bytes == 0) throw CLI::RequiredError("--records or --bytes");
+    if (options.max_records == 0 && options.max_bytes == 0 && options.flush.empty())
+        throw CLI::RequiredError("--records, --bytes or --flush");
     const Opened outbox(options);
     pelora::OutboxStatus status;
     Check(outbox->Status(status));
     if (options.max_records > 0) status.limits.records = options.max_records;
     if (options.max_bytes > 0) status.limits.bytes = options.max_bytes;
+    if (!options.flush.empty()) status.limits.flush = options.flush == "always";
     Check(outbox->SetLimits(status.limits));
     Status(context, options);
 }
@@ -207,13 +246,13 @@ void Send(Context& context, Options& options) {
     if (!result.gave_up.empty() || result.refused > 0) context.exit_code = 1;
     if (context.json) {
         return PrintJson({{"sent", result.sent},
-                          {"rejected", result.rejected},
                           {"refused", result.refused},
                           {"refusal", result.refusal},
+                          {"warning", result.warning},
                           {"gave_up", result.gave_up}});
     }
     PrintLine(fmt::format("{} records sent", result.sent));
-    if (result.rejected > 0) PrintLine(fmt::format("{} of them the collector dropped, as it says", result.rejected));
+    if (!result.warning.empty()) PrintLine("the collector took them with a warning: " + result.warning);
     if (result.refused > 0) {
         PrintLine(
             fmt::format("{} records refused ({}); they stay; --batch 1 finds the one at fault, 'outbox drop' "
@@ -227,9 +266,8 @@ void Send(Context& context, Options& options) {
 
 void AddSend(CLI::App& outbox, const std::shared_ptr<Options>& options, Context& context) {
     CLI::App* const send = outbox.add_subcommand("send", "Send the records to an OTLP/HTTP collector");
-    send->add_option("--to", options->send.http.url, "Address, as https://collector.example:4318/v1/logs")
+    send->add_option("URL", options->send.http.url, "Address, as https://collector.example:4318/v1/logs")
         ->required()
-        ->type_name("URL")
         ->check(WebAddress());
     send->add_option("--header", options->send.http.headers, "A header of each request, any number of times")
         ->type_name("\"NAME: VALUE\"");
@@ -245,8 +283,8 @@ void AddSend(CLI::App& outbox, const std::shared_ptr<Options>& options, Context&
                      "Milliseconds before the second attempt, doubled up to 30 s (default 1000)")
         ->check(CLI::Range(1, 30'000));
     send->footer(
-        "A record leaves the outbox after an answer of 2xx alone. Exit code 1 when some stay.\n"
-        "Example:\n  tandorctl outbox send --to http://localhost:4318/v1/logs --header \"X-Key: 7\"");
+        "A record leaves the outbox after the collector acknowledged it. Exit code 1 when some stay.\n"
+        "Example:\n  tandorctl outbox send http://localhost:4318/v1/logs --header \"X-Key: 7\"");
     send->callback([options, &context] { Send(context, *options); });
 }
 
@@ -257,7 +295,7 @@ void AddOutboxCommands(CLI::App& app, Context& context) {
         app.add_subcommand("outbox", "Recorded statistics and faults: looking, exporting, sending");
     outbox->require_subcommand(1);
     outbox->footer(
-        "Example:\n  tandorctl outbox list --count 5\n  tandorctl outbox send --to http://localhost:4318/v1/logs");
+        "Example:\n  tandorctl outbox list --count 5\n  tandorctl outbox send http://localhost:4318/v1/logs");
     const auto options = std::make_shared<Options>();
     outbox->add_option("--file", options->file, "Another outbox file than the machine's own")->type_name("FILE");
     outbox->fallthrough();
@@ -277,21 +315,25 @@ void AddOutboxCommands(CLI::App& app, Context& context) {
 
     CLI::App* const drop = outbox->add_subcommand("drop", "Take records out for good");
     drop->add_option("RECORD", options->records, "Sequences or identifiers");
+    drop->add_option("--older-than", options->older_than,
+                     "Records of more days or hours ago, or of before a date (UTC)")
+        ->type_name("7d|12h|YYYY-MM-DD");
     drop->add_flag("--all", options->all, "Every record");
-    drop->footer("Example:\n  tandorctl outbox drop 7 8\n  tandorctl outbox drop --all");
+    drop->footer("Example:\n  tandorctl outbox drop 7 8\n  tandorctl outbox drop --older-than 30d");
     drop->callback([options, &context] { Drop(context, *options); });
 
     CLI::App* const take = outbox->add_subcommand("export", "Write all records out; they stay in the outbox");
-    take->add_option("--format", options->format, "jsonl: one record a line (default); otlp: OTLP/JSON requests")
-        ->check(OneOf({"jsonl", "otlp"}));
+    take->add_flag("--otlp", options->otlp, "OTLP/JSON requests, a line each, instead of a record a line");
     take->add_option("-o,--output", options->output, "A file instead of standard output")->type_name("FILE");
-    take->footer("Example:\n  tandorctl outbox export --format otlp --output records.json");
+    take->footer("Example:\n  tandorctl outbox export --otlp --output records.json");
     take->callback([options] { Export(*options); });
 
-    CLI::App* const limit = outbox->add_subcommand("limit", "Set how much it holds; the oldest beyond it are dropped");
+    CLI::App* const limit = outbox->add_subcommand("limit", "Set how much it holds, and when records reach the disk");
     limit->add_option("--records", options->max_records, "Records, at least 1 (default 100,000)")->check(AtLeast(1));
     limit->add_option("--bytes", options->max_bytes, "Bytes of the file, at least 65,536 (default 64 MiB)")
         ->check(AtLeast(65'536));
+    limit->add_option("--flush", options->flush, "always: before each report returns; second: after a second (default)")
+        ->check(OneOf({"always", "second"}));
     limit->footer("Example:\n  tandorctl outbox limit --records 50000");
     limit->callback([options, &context] { Limit(context, *options); });
 

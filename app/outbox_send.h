@@ -19,17 +19,17 @@ struct SendOptions {
 };
 
 struct SendResult {
-    unsigned long long sent = 0;      // acknowledged with 2xx and taken out
-    unsigned long long refused = 0;   // answered so that trying again is no use; they stay
-    unsigned long long rejected = 0;  // among those sent, dropped by the collector, as its answer says
-    std::string refusal;              // the last refusing answer
-    std::string gave_up;              // why sending ended early; empty when it went through
+    unsigned long long sent = 0;     // acknowledged and taken out
+    unsigned long long refused = 0;  // answered so that trying again is no use; they stay
+    std::string refusal;             // the last refusing answer
+    std::string warning;             // the last message beside an acknowledgement
+    std::string gave_up;             // why sending ended early; empty when it went through
 };
 
-// Sends what is in the outbox now, oldest first. A batch leaves the outbox after an answer of 2xx alone; answers of
-// 429, 502, 503 and 504 and broken connections are tried again, with waits that double and vary, or as long as
-// Retry-After says. Whoever receives a batch twice finds the same identifiers in it. Throws CommandError when the
-// outbox fails.
+// Sends what is in the outbox now, oldest first. Records leave the outbox after an answer of 2xx alone that is empty or
+// a collector's and rejects none of them; answers of 429, 502, 503 and 504, other answers of 2xx and broken connections
+// are tried again, with waits that double and vary, or as long as Retry-After says. Whoever receives a batch twice
+// finds the same identifiers in it. Throws CommandError when the outbox fails.
 SendResult SendOutbox(pelora::Outbox& outbox, const SendOptions& options,
                       const std::function<void(unsigned long long done, unsigned long long total)>& progress);
 

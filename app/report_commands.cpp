@@ -5,37 +5,41 @@
 #include <memory>
 
 #include "app/commands.h"
+#include "app/report_call.h"
+#include "app/report_marks.h"
 #include "app/sent_records.h"
 #include "base/decimal.h"
 #include "tandor/data_report.h"
 #include "tandor/event_reporter.h"
-#include "telemetry/report_table.h"
 
 namespace tandor::app {
 namespace {
 
 void List(const Context& context) {
-    std::vector<std::vector<std::string>> rows{{"NUMBER", "EVENT", "FUNCTION"}};
+    std::vector<std::vector<std::string>> rows{{"NUMBER", "FUNCTION", "ARGUMENTS"}};
     Json document = Json::array();
     for (const ReportFunction& function : kReportFunctions) {
-        const std::string event = std::to_string(606000000LL + function.type);
-        rows.push_back({std::to_string(function.type), event, std::string(function.name)});
-        document.push_back(
-            {{"number", static_cast<int>(function.type)}, {"event", event}, {"function", function.name}});
+        const std::string event = std::to_string((function.keyed ? 0 : 606000000LL) + function.number);
+        const std::string arguments = ArgumentsOf(function);
+        rows.push_back({std::to_string(function.number), std::string(function.name), arguments});
+        document.push_back({{"number", function.number},
+                            {"event", event},
+                            {"function", function.name},
+                            {"arguments", arguments},
+                            {"keyed", function.keyed}});
     }
     context.json ? PrintJson(document) : PrintTable(rows);
 }
 
-// The number that an argument means: a number, or the name of a report function.
+// The number that an argument means: a number, or the name of a statistic's report function.
 int NumberFrom(const std::string& argument) {
     if (const auto number = ParseDecimal<int>(argument)) return *number;
-    const auto* const named = std::find_if(std::begin(kReportFunctions), std::end(kReportFunctions),
-                                           [&](const ReportFunction& function) { return function.name == argument; });
-    if (named == std::end(kReportFunctions)) {
-        throw CommandError("'" + argument + "'", "it is neither a 32-bit number nor a report function",
+    const ReportFunction* const named = FindReport(argument);
+    if (named == nullptr || named->keyed) {
+        throw CommandError("'" + argument + "'", "it is neither a 32-bit number nor the report function of one",
                            "see 'tandorctl report list'");
     }
-    return named->type;
+    return named->number;
 }
 
 void Show(const Context& context, const pelora::OutboxRecord& record) {
@@ -47,11 +51,28 @@ void Show(const Context& context, const pelora::OutboxRecord& record) {
     }
 }
 
-void Send(const Context& context, const std::string& type, const std::vector<std::string>& values) {
-    const int number = NumberFrom(type);
+void Send(const Context& context, int number, const std::vector<std::string>& values) {
     const SentRecords sent;
     (void)TandorDataReportClass::GetInstance()->Report(static_cast<TandorReportTypeEnum>(number), values);
     Show(context, sent.Last());  // its failure says more than the call's false
+}
+
+void Named(const Context& context, const std::string& name, const std::vector<std::string>& arguments) {
+    const ReportFunction* const function = FindReport(name);
+    if (function == nullptr) {
+        throw CLI::ValidationError("'" + name + "'",
+                                   "there is no such report function; 'tandorctl report list' shows them");
+    }
+    const SentRecords sent;
+    CallReport(*function, arguments);
+    Show(context, sent.Last());
+}
+
+void EndAndSend(const Context& context, int number) {
+    const double seconds = EndTime(number);
+    const SentRecords sent;
+    (void)TandorDataReportClass::GetInstance()->Report(static_cast<TandorReportTypeEnum>(number), seconds);
+    Show(context, sent.Last());
 }
 
 struct Steps {
@@ -83,7 +104,7 @@ void Timed(const Context& context, const Steps& steps) {
 
 struct Fault {
     int event = 0;
-    std::vector<std::string> texts, numbers, times, files;
+    std::vector<std::string> keys, times, files;
     bool logs = false;
 };
 
@@ -96,21 +117,17 @@ std::pair<std::string, std::string> KeyAndValue(const std::string& argument) {
 }
 
 void ReportFault(const Context& context, const Fault& fault) {
-    if (fault.texts.empty() && fault.numbers.empty() && fault.times.empty()) {
+    if (fault.keys.empty() && fault.times.empty()) {
         throw CommandError("the fault", "it has no key, so there is nothing to report",
-                           "give it one with --text, --number or --time");
+                           "give it one with --key or --time");
     }
+    std::vector<std::pair<std::string, std::string>> pairs;
+    for (const std::string& argument : fault.keys) pairs.push_back(KeyAndValue(argument));
     const SentRecords sent;
     const auto reporter = Tandor::KoEventReporterFactory::GetInstance().CreateKoEventReporter(fault.event);
-    for (const std::string& argument : fault.texts) {
-        const auto [key, value] = KeyAndValue(argument);
-        reporter->KoEventPutString(key, value);
-    }
-    for (const std::string& argument : fault.numbers) {
-        const auto [key, value] = KeyAndValue(argument);
+    for (const auto& [key, value] : pairs) {
         const auto number = ParseDecimal<long long>(value);
-        if (!number) throw CommandError("'" + argument + "'", "the value is not a 64-bit number", "use --text for it");
-        reporter->KoEventPutLong(key, *number);
+        number ? reporter->KoEventPutLong(key, *number) : reporter->KoEventPutString(key, value);
     }
     for (const std::string& key : fault.times) reporter->KoEventPutTimeStamp(key);
     for (const std::string& file : fault.files) reporter->KoEventAddFilePath(file);
@@ -119,21 +136,27 @@ void ReportFault(const Context& context, const Fault& fault) {
     Show(context, sent.Last());
 }
 
-// Commits until nothing more fits: what is pending ends with the process.
+// As many values in each message as it has room for.
 void Assistant(const Context& context, int report, const std::vector<std::string>& values) {
-    auto& assistant = Tandor::DataProcessReport::GetInstance();
-    for (const std::string& value : values) assistant.AddPendingValue(report, value);
-    std::size_t messages = 0;
-    std::size_t pending = values.size();
-    for (std::size_t before = 0; messages == 0 || (pending > 0 && pending < before); ++messages) {
-        before = pending;
-        assistant.Commit(report);
-        pending = assistant.GetPendingValues(report).size();
-    }
-    if (pending > 0) {
-        throw CommandError(fmt::format("{} of {} values", pending, values.size()), "too long for a message",
+    constexpr std::size_t kMessage = 1024, kLengthField = 4;  // bytes
+    const auto too_long = [](const std::string& value) { return kLengthField + value.size() > kMessage; };
+    if (const auto value = std::find_if(values.begin(), values.end(), too_long); value != values.end()) {
+        throw CommandError(fmt::format("value {}", value - values.begin() + 1),
+                           fmt::format("its {} bytes are too long for a message", value->size()),
                            "keep each below 1,021 bytes");
     }
+    auto& assistant = Tandor::DataProcessReport::GetInstance();
+    std::size_t messages = 1, size = 0;
+    for (const std::string& value : values) {
+        size += kLengthField + value.size();
+        if (size > kMessage) {
+            assistant.Commit(report);
+            ++messages;
+            size = kLengthField + value.size();
+        }
+        assistant.AddPendingValue(report, value);
+    }
+    assistant.Commit(report);
     if (context.json) return PrintJson({{"report", report}, {"values", values.size()}, {"messages", messages}});
     PrintLine(
         fmt::format("{} values posted in {} message(s) to \\\\.\\Pipe\\iPaviloAssistant; without a server there "
@@ -141,36 +164,39 @@ void Assistant(const Context& context, int report, const std::vector<std::string
                     values.size(), messages));
 }
 
-}  // namespace
+struct Options {
+    std::string type, name;
+    int number = 0;
+    std::vector<std::string> values, arguments;
+    Steps steps;
+    Fault fault;
+};
 
-void AddReportCommands(CLI::App& app, Context& context) {
-    CLI::App* const report = app.add_subcommand("report", "Report business statistics and faults");
-    report->require_subcommand(1);
-    report->footer(
-        "Records go into the outbox; see 'tandorctl outbox'. Examples:\n"
-        "  tandorctl report send ReportTandorReport80MyalbumPhotoCountId 120\n"
-        "  tandorctl report timed 9101 --tags 4 --record 0 1 3 --trace pairing-7\n"
-        "  tandorctl report fault 992614416 --text reason=timeout --number mode=2 --logs");
+// A report function stands where a verb could.
+void AddNames(CLI::App* report, const std::shared_ptr<Options>& options, Context& context) {
+    report->add_option("NAME", options->name, "A report function, see 'list'");
+    report->add_option("ARG", options->arguments, "Its arguments in their order");
+    // Before the verb does its work.
+    report->parse_complete_callback([report, options] {
+        if (!report->get_subcommands().empty() && !options->name.empty())
+            throw CLI::ValidationError("'" + options->name + "'", "that is one argument too many");
+    });
+    report->callback([report, options, &context] {
+        if (!report->get_subcommands().empty()) return;
+        if (options->name.empty()) throw CLI::RequiredError::Subcommand(1);
+        Named(context, options->name, options->arguments);
+    });
+}
 
-    CLI::App* const list = report->add_subcommand("list", "List the report functions with their numbers");
-    list->footer("Example:\n  tandorctl report list --json");
-    list->callback([&] { List(context); });
-
-    struct Options {
-        std::string type;
-        std::vector<std::string> values;
-        int report = 0;
-        Steps steps;
-        Fault fault;
-    };
-    const auto options = std::make_shared<Options>();
-
-    CLI::App* const send = report->add_subcommand("send", "Send one statistic with its values");
-    send->add_option("TYPE", options->type, "Its number, or the name of its report function")->required();
+void AddSend(CLI::App* report, const std::shared_ptr<Options>& options, Context& context) {
+    CLI::App* const send = report->add_subcommand("send", "Send a statistic by its number, with any values");
+    send->add_option("NUMBER", options->number, "Its number")->required();
     send->add_option("VALUE", options->values, "The values in their order");
-    send->footer("Example:\n  tandorctl report send ReportTandorReport80MyalbumPhotoCountId 120");
-    send->callback([options, &context] { Send(context, options->type, options->values); });
+    send->footer("Example:\n  tandorctl report send 8007 120");
+    send->callback([options, &context] { Send(context, options->number, options->values); });
+}
 
+void AddTimed(CLI::App* report, const std::shared_ptr<Options>& options, Context& context) {
     CLI::App* const timed = report->add_subcommand("timed", "Put time stamps under numbered steps and commit them");
     timed->add_option("TYPE", options->steps.type, "Its number, or the name of its report function")->required();
     timed->add_option("--tags", options->steps.tags, "How many steps the record has, numbered from 0")
@@ -183,24 +209,64 @@ void AddReportCommands(CLI::App& app, Context& context) {
         options->steps.has_trace = trace->count() > 0;
         Timed(context, options->steps);
     });
+}
 
+void AddTime(CLI::App* report, const std::shared_ptr<Options>& options, Context& context) {
+    CLI::App* const time = report->add_subcommand("time", "Send the seconds between two calls");
+    time->require_subcommand(1);
+    time->footer("Example:\n  tandorctl report time begin 9101\n  tandorctl report time end 9101");
+    CLI::App* const begin = time->add_subcommand("begin", "Keep the present moment, in place of an earlier one");
+    CLI::App* const end = time->add_subcommand("end", "Send the seconds since then, once");
+    for (CLI::App* const verb : {begin, end}) {
+        verb->add_option("TYPE", options->type, "Its number, or the name of its report function")->required();
+        verb->footer("Example:\n  tandorctl report time " + verb->get_name() + " 9101");
+    }
+    begin->callback([options] { BeginTime(NumberFrom(options->type)); });
+    end->callback([options, &context] { EndAndSend(context, NumberFrom(options->type)); });
+}
+
+void AddFault(CLI::App* report, const std::shared_ptr<Options>& options, Context& context) {
     CLI::App* const fault = report->add_subcommand("fault", "Report a fault with named keys and files");
-    fault->add_option("EVENT", options->fault.event, "Identifier of the fault event")->required();
-    fault->add_option("--text", options->fault.texts, "A key with text, any number of times")->type_name("KEY=VALUE");
-    fault->add_option("--number", options->fault.numbers, "A key with a whole number, any number of times")
-        ->type_name("KEY=NUMBER");
+    fault->add_option("ID", options->fault.event, "Identifier of the fault event")->required();
+    fault
+        ->add_option("--key", options->fault.keys,
+                     "A key with its value, any number of times; a whole number is sent as one")
+        ->type_name("KEY=VALUE");
     fault->add_option("--time", options->fault.times, "A key with the present time in milliseconds")->type_name("KEY");
     fault->add_option("--file", options->fault.files, "A file that belongs to the fault, any number of times")
         ->type_name("FILE");
     fault->add_flag("--logs", options->fault.logs, "Attach the feature's ten diagnostic log files");
-    fault->footer("Example:\n  tandorctl report fault 992614416 --text reason=timeout --number mode=2 --logs");
+    fault->footer("Example:\n  tandorctl report fault 992614416 --key reason=timeout --key mode=2 --logs");
     fault->callback([options, &context] { ReportFault(context, options->fault); });
+}
+
+}  // namespace
+
+void AddReportCommands(CLI::App& app, Context& context) {
+    CLI::App* const report = app.add_subcommand("report", "Report business statistics and faults");
+    report->footer(
+        "Records go into the outbox; see 'tandorctl outbox'. Where an argument begins with -, put -- before NAME.\n"
+        "Examples:\n"
+        "  tandorctl report ReportTandorReport80MyalbumPhotoCountId 120\n"
+        "  tandorctl report timed 9101 --tags 4 --record 0 1 3 --trace pairing-7\n"
+        "  tandorctl report fault 992614416 --key reason=timeout --key mode=2 --logs");
+    const auto options = std::make_shared<Options>();
+    AddNames(report, options, context);
+
+    CLI::App* const list = report->add_subcommand("list", "List the report functions with numbers and arguments");
+    list->footer("Example:\n  tandorctl report list --json");
+    list->callback([&] { List(context); });
+
+    AddSend(report, options, context);
+    AddTimed(report, options, context);
+    AddTime(report, options, context);
+    AddFault(report, options, context);
 
     CLI::App* const assistant = report->add_subcommand("assistant", "Post values to the assistant service");
-    assistant->add_option("REPORT", options->report, "Identifier of the report")->required();
+    assistant->add_option("REPORT", options->number, "Identifier of the report")->required();
     assistant->add_option("VALUE", options->values, "The values in their order");
     assistant->footer("Example:\n  tandorctl report assistant 9101 paired 3");
-    assistant->callback([options, &context] { Assistant(context, options->report, options->values); });
+    assistant->callback([options, &context] { Assistant(context, options->number, options->values); });
 }
 
 }  // namespace tandor::app

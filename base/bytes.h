@@ -60,6 +60,7 @@ public:
         rest_ = before;
         return false;
     }
+    [[nodiscard]] std::string_view Rest() const noexcept { return rest_; }
     [[nodiscard]] bool AtEnd() const noexcept { return rest_.empty(); }
 
 private:

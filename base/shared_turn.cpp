@@ -6,7 +6,7 @@
 namespace tandor {
 namespace {
 
-constexpr DWORD kFileSize = 4096;  // bytes
+constexpr DWORD kFileSize = 2 * SharedTurn::kRoom;  // bytes
 constexpr int kSpins = 100;
 constexpr int kYields = 50;
 constexpr int kNaps = 2000;  // of 1 ms
@@ -44,7 +44,7 @@ SharedTurn::SharedTurn(const std::filesystem::path& file)
     if (!file_) throw Failure(file, "cannot open ");
     const KernelHandle mapping(::CreateFileMappingW(file_.Get(), nullptr, PAGE_READWRITE, 0, kFileSize, nullptr));
     if (!mapping) throw Failure(file, "cannot map ");
-    words_ = static_cast<Words*>(::MapViewOfFile(mapping.Get(), FILE_MAP_WRITE, 0, 0, sizeof(Words)));
+    words_ = static_cast<Words*>(::MapViewOfFile(mapping.Get(), FILE_MAP_WRITE, 0, 0, kFileSize));
     if (words_ == nullptr) throw Failure(file, "cannot map ");
     LockNumber();
     if (number_ == 0) {

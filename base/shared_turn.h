@@ -23,6 +23,8 @@ public:
         std::atomic<std::uint32_t> torn;
     };
     static_assert(std::atomic<std::uint64_t>::is_always_lock_free);
+    // Bytes behind the words, for sharers that need more of them. Zero in a new file as well.
+    static constexpr std::size_t kRoom = 2048;
 
     enum class Taken {
         kNo,  // the holder is alive and kept it for two seconds
@@ -41,6 +43,7 @@ public:
     void Give() noexcept { words_->holder.store(0, std::memory_order_release); }
 
     [[nodiscard]] Words& Shared() noexcept { return *words_; }
+    [[nodiscard]] void* Room() noexcept { return reinterpret_cast<char*>(words_) + kRoom; }
 
 private:
     void LockNumber();

@@ -41,7 +41,6 @@ set(TANDOR_SERVICE_CALLERS
     security/sealing_host.cpp
     telemetry/data_report.cpp
     telemetry/ko_event_reporter.cpp
-    telemetry/mode_reports.cpp
     telemetry/report_functions.cpp
     telemetry/reporter.cpp
     telemetry/reporter_factories.cpp

@@ -1,10 +1,10 @@
 #include <array>
 #include <utility>
 
+#include "base/wall_clock.h"
 #include "foundation/message.h"
 #include "pelora/ipc_messages.h"
 #include "tandor/event_reporter.h"
-#include "telemetry/wall_clock.h"
 
 namespace Tandor {
 namespace {
@@ -18,28 +18,6 @@ constexpr int kReceiverId = 0x490000;
 constexpr int kMessageId = 0x490085;
 constexpr std::size_t kBufferSize = 1024;
 constexpr const wchar_t* kPipeName = L"\\\\.\\Pipe\\iPaviloAssistant";
-
-struct Packed {
-    unsigned size = 0;
-    std::vector<std::string> left;  // what did not fit, in its order
-};
-
-// Packs values in their order up to the first that does not fit any more. One that does not even fit into the empty
-// buffer is passed over.
-Packed PackValues(VxIpcPackage& package, std::vector<std::string>& values) {
-    Packed packed;
-    bool full = false;
-    for (std::string& value : values) {
-        const int bytes = full ? 0 : package.PacketString(value);
-        if (bytes <= 0) {
-            full = full || packed.size > 0;
-            packed.left.push_back(std::move(value));
-        } else {
-            packed.size += static_cast<unsigned>(bytes);
-        }
-    }
-    return packed;
-}
 
 }  // namespace
 
@@ -64,30 +42,39 @@ std::vector<std::string> DataProcessReport::GetPendingValues(int reportId) {
 }
 
 void DataProcessReport::Commit(int reportId) {
-    const std::lock_guard lock(lock_);
+    std::vector<std::string> values;
+    {
+        const std::lock_guard lock(lock_);
+        values.swap(pending_[reportId]);
+    }
     std::array<unsigned char, kBufferSize> buffer{};
     IpcBufferBuild channel(buffer.data(), kBufferSize, false);
     VxIpcPackage package(&channel);
-    std::vector<std::string>& values = pending_[reportId];
-    Packed packed = PackValues(package, values);
-    values = std::move(packed.left);
-    if (!values.empty()) {
+    unsigned size = 0;
+    std::size_t refused = 0;
+    for (const std::string& value : values) {
+        const int bytes = package.PacketString(value);
+        size += static_cast<unsigned>(bytes);
+        refused += bytes == 0 ? 1 : 0;
+    }
+    if (refused > 0) {
         LogMessage(kInfo, L"Tandor::DataProcessReport::Commit", Tag{L"DataCal"}, L"message is full, report:", reportId,
-                   L",values still pending:", values.size());
+                   L",values left out:", refused);
     }
     TagIPCMessageItem item;
     item.receiverId = kReceiverId;
     item.receiverInstance = -1;
     item.messageId = kMessageId;
     item.messageInstance = -1;
-    item.dataLength = packed.size;
+    item.dataLength = size;
     item.data = buffer.data();
     if (client_ != nullptr) client_->PostIPCMessage(item);
 }
 
 void DataProcessReport::SetBeginPairTime() {
+    std::string now = std::to_string(GetCurrentMilliSecond());
     const std::lock_guard lock(lock_);
-    begin_pair_time_ = std::to_string(GetCurrentMilliSecond());
+    begin_pair_time_ = std::move(now);
 }
 
 std::string DataProcessReport::GetBeginPairTime() {

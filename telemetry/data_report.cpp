@@ -1,8 +1,8 @@
 #include "tandor/data_report.h"
 
+#include "base/send_interval.h"
+#include "base/wall_clock.h"
 #include "pelora/data_report_service.h"
-#include "telemetry/send_interval.h"
-#include "telemetry/wall_clock.h"
 
 namespace {
 

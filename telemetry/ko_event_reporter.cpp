@@ -1,10 +1,10 @@
 #include <unordered_set>
 
+#include "base/wall_clock.h"
 #include "foundation/message.h"
 #include "pelora/event_service.h"
 #include "pelora/file_info.h"
 #include "tandor/event_reporter.h"
-#include "telemetry/wall_clock.h"
 
 namespace Tandor {
 namespace {

@@ -1,4 +1,4 @@
-// The table of the statistics for programs: names of the report functions and their numbers.
+// The catalogue of the statistics for programs.
 #pragma once
 
 #include <string_view>
@@ -9,21 +9,18 @@ namespace tandor {
 
 struct ReportFunction {
     std::string_view name;
-    TandorReportTypeEnum type;
+    int number;                   // of the statistic; of a named-key report, its fault event
+    std::string_view parameters;  // as they are declared, in parentheses
+    bool keyed;
 };
 
 inline constexpr ReportFunction kReportFunctions[] = {
-#define TANDOR_REPORT_FUNCTION(number, type, function) {#function, type},
-    TANDOR_REPORT_TYPES(TANDOR_REPORT_FUNCTION)
-#undef TANDOR_REPORT_FUNCTION
+#define TANDOR_REPORT_ROW(number, type, function, parameters, sent) {#function, number, #parameters, false},
+    TANDOR_REPORT_TYPES(TANDOR_REPORT_ROW)
+#undef TANDOR_REPORT_ROW
+#define TANDOR_REPORT_ROW(event, function, parameters, sent, keys) {#function, event, #parameters, true},
+        TANDOR_KEYED_REPORTS(TANDOR_REPORT_ROW)
+#undef TANDOR_REPORT_ROW
 };
-
-// The number of the report function of this name. A name that is not in the table does not compile.
-consteval TandorReportTypeEnum NumberOf(std::string_view name) {
-    for (const ReportFunction& function : kReportFunctions) {
-        if (function.name == name) return function.type;
-    }
-    throw "the table of the statistics has no such function";
-}
 
 }  // namespace tandor

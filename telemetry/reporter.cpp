@@ -1,7 +1,9 @@
+#include <charconv>
+
+#include "base/wall_clock.h"
 #include "foundation/message.h"
 #include "tandor/data_report.h"
 #include "tandor/event_reporter.h"
-#include "telemetry/wall_clock.h"
 
 namespace Tandor {
 namespace {
@@ -28,8 +30,10 @@ Reporter::Reporter(int eventId, int tagCount) : event_id_(eventId), tag_count_(t
 Reporter::~Reporter() = default;
 
 void Reporter::RecordTimeStamp(int tag) {
+    char digits[20];
     const std::lock_guard lock(lock_);
-    records_[tag] = std::to_string(tandor::WallClockMilliseconds());
+    const char* const end = std::to_chars(digits, digits + sizeof(digits), tandor::WallClockMilliseconds()).ptr;
+    records_[tag].assign(digits, static_cast<std::size_t>(end - digits));  // keeps the memory of an earlier value
 }
 
 void Reporter::SetDataCount(int count) { tag_count_ = count; }

@@ -78,7 +78,7 @@ Finding LookAtStaging() {
 
 void CheckStores(Findings& findings) {
     findings.push_back(LookAt("device store", DeviceStoreFile(), "device", "devices"));
-    findings.push_back(LookAt("outbox", OutboxFile(), "records", "records that wait"));
+    findings.push_back(LookAt("outbox", OutboxFile(), "records", "records, without those still in outbox.db-new"));
 }
 
 void CheckAssistant(Findings& findings) {

@@ -13,6 +13,12 @@
 #include "tandor/api.h"
 #include "tandor/data_report_types.h"
 
+// Rows of the catalogue as declarations. The texts go with the functions into the reference.
+#define TANDOR_DECLARE_REPORT(number, type, function, parameters, sent) \
+    static void function parameters; /**< Sends number with its arguments. */
+#define TANDOR_DECLARE_KEYED_REPORT(event, function, parameters, sent, keys) \
+    static void function parameters; /**< Sends the fault event with its arguments under their keys. */
+
 /// The one place through which statistics leave. A statistic is a number (TandorReportTypeEnum) with an ordered list of
 /// values; it becomes a record of the suite's data-report service under the event 606000000 + number. A few statistics
 /// about the device's modes go out as fault events with named keys instead (tandor/event_reporter.h).
@@ -23,10 +29,10 @@
 /// Throws std::bad_alloc for want of memory, std::system_error when a mutex fails, and otherwise nothing but what an
 /// operation states. A report that could not be recorded is told to the host log by the data-report service.
 ///
-/// The report functions stand in the order of their numbers, which tandor/data_report_types.h lists. Each sends its
-/// arguments in their order; a structure's members in theirs. Durations are milliseconds, sizes bytes. An int without
-/// an enumeration of its own (device type, reason, error code) is sent as the caller gives it. Those that take a wide
-/// string throw std::range_error("bad conversion"), and send nothing, for an unpaired surrogate.
+/// The report functions and their parameters stand in tandor/data_report_types.h, in the order of their numbers. Each
+/// sends its arguments in their order; a structure's members in theirs. Durations are milliseconds, sizes bytes. An int
+/// without an enumeration of its own (device type, reason, error code) is sent as the caller gives it. Those that take
+/// a wide string throw std::range_error("bad conversion"), and send nothing, for an unpaired surrogate.
 class TANDOR_API TandorDataReportClass {
 public:
     /// Characters that GetSystemTime has room for, the ending zero included.
@@ -68,147 +74,53 @@ public:
 
     /// Sharing of files: 4525 to 4528. `path` is the folder for received files.
     /// @{
-    static void ReportTandorReport80KoshareSettingSetRecvPathId(const std::wstring& path);
-    static void ReportTandorReport80KoshareSettingOpenRecvPathId();
-    static void ReportTandorReport80KoshareEnterMyshareId();
-    static void ReportTandorReport80KoshareSettingAllowDiscoveryId();
+    TANDOR_REPORTS_SHARING(TANDOR_DECLARE_REPORT)
     /// @}
 
     /// Pairing with a phone: 8000 to 8002. `phoneVersion` is dotted, `retries` the attempts after the first, `traceId`
     /// what both sides write into their logs.
     /// @{
-    static void ReportTandorReport80PhonePairId(MyPhoneDataReportCode::Result result, int errorCode, int pairType,
-                                                const std::string& modelName, const std::string& phoneVersion,
-                                                int duration, int retries, int deviceType, const std::string& traceId);
-    static void ReportTandorReport80PhoneUnpairId(MyPhoneDataReportCode::UnpairAction action, int deviceType,
-                                                  const std::string& modelName);
-    static void ReportTandorReport80PhoneConnectStateId(MyPhoneDataReportCode::ConnectState state);
+    TANDOR_REPORTS_PAIRING(TANDOR_DECLARE_REPORT)
     /// @}
 
     /// The phone's pictures: 8003 to 8022. Numbers of pictures: `count` asked for, then done, failed, and left out as
     /// they were there already. `enabled`: 1 the automatic backup was switched on, 0 off. `path` is the folder for
     /// backups.
     /// @{
-    static void ReportTandorReport80MyalbumEnterId();
-    static void ReportTandorReport80MyalbumOpenId();
-    static void ReportTandorReport80MyalbumDisconnectedId(int reason);
-    static void ReportTandorReport80MyalbumOpenResultId(MyPhoneDataReportCode::Result result, int errorCode,
-                                                        int duration);
-    static void ReportTandorReport80MyalbumPhotoCountId(int count);
-    static void ReportTandorReport80MyalbumRefreshId();
-    static void ReportTandorReport80MyalbumSetPathInSettingId(const std::wstring& path);
-    static void ReportTandorReport80MyalbumOpenPathInAlbumId();
-    static void ReportTandorReport80MyalbumOpenPathInSettingsId();
-    static void ReportTandorReport80MyalbumBackupId(int count);
-    static void ReportTandorReport80MyalbumBackupResultId(MyPhoneDataReportCode::Result result, int done, int failed,
-                                                          int skipped);
-    static void ReportTandorReport80MyalbumCancelBackupId();
-    static void ReportTandorReport80MyalbumDoubleClickPhotoId();
-    static void ReportTandorReport80MyalbumDeleteId(int count);
-    static void ReportTandorReport80MyalbumDeteleResultId(MyPhoneDataReportCode::Result result, int done, int failed);
-    static void ReportTandorReport80MyalbumUploadId(int count);
-    static void ReportTandorReport80MyalbumUploadResultId(MyPhoneDataReportCode::Result result, int done, int failed,
-                                                          int skipped);
-    static void ReportTandorReport80MyalbumCancelUploadId();
-    static void ReportTandorReport80MyalbumClickTitleButtonId();
-    static void ReportTandorReport80MyalbumAutomaticBackupId(int enabled);
+    TANDOR_REPORTS_ALBUM(TANDOR_DECLARE_REPORT)
     /// @}
 
     /// The phone's music: 8200 to 8213. Counts, results and `path` as for the pictures.
     /// @{
-    static void ReportTandorReport80MymusicEnterId();
-    static void ReportTandorReport80MymusicOpenId();
-    static void ReportTandorReport80MymusicDisconnectedId(int reason);
-    static void ReportTandorReport80MymusicOpenResultId(MyPhoneDataReportCode::Result result, int errorCode,
-                                                        int duration);
-    static void ReportTandorReport80MymusicSongCountId(int count);
-    static void ReportTandorReport80MymusicRefreshId();
-    static void ReportTandorReport80MymusicSetPathInSettingId(const std::wstring& path);
-    static void ReportTandorReport80MymusicOpenPathInSettingId();
-    static void ReportTandorReport80MymusicBackupId(int count);
-    static void ReportTandorReport80MymusicBackupResultId(MyPhoneDataReportCode::Result result, int done, int failed,
-                                                          int skipped);
-    static void ReportTandorReport80MymusicCancelBackupId();
-    static void ReportTandorReport80MymusicDoubleClickPhotoId();
-    static void ReportTandorReport80MymusicDeleteId(int count);
-    static void ReportTandorReport80MymusicDeleteResultId(MyPhoneDataReportCode::Result result, int done, int failed);
+    TANDOR_REPORTS_MUSIC(TANDOR_DECLARE_REPORT)
     /// @}
 
     /// The phone's videos: 8300 to 8316. Counts, results and `path` as for the pictures.
     /// @{
-    static void ReportTandorReport80MyVideoEnterId();
-    static void ReportTandorReport80MyvideoOpenId();
-    static void ReportTandorReport80MyvideoDisconnectedId(int reason);
-    static void ReportTandorReport80MyvideoOpenResultId(MyPhoneDataReportCode::Result result, int errorCode,
-                                                        int duration);
-    static void ReportTandorReport80MyvideoSongCountId(int count);
-    static void ReportTandorReport80MyvideoRefreshId();
-    static void ReportTandorReport80MyvideoSetPathInSettingsId(const std::wstring& path);
-    static void ReportTandorReport80MyvideoOpenPathInSettingsId();
-    static void ReportTandorReport80MyvideoBackupId(int count);
-    static void ReportTandorReport80MyvideoBackupResultId(MyPhoneDataReportCode::Result result, int done, int failed,
-                                                          int skipped);
-    static void ReportTandorReport80MyvideoCancelBackupId();
-    static void ReportTandorReport80MyvideoDoubleClickPhotoId();
-    static void ReportTandorReport80MyvideoDeleteId(int count);
-    static void ReportTandorReport80MyvideoDeleteResultId(MyPhoneDataReportCode::Result result, int done, int failed);
-    static void ReportTandorReport80MyvideoUploadId(int count);
-    static void ReportTandorReport80MyvideoUploadResultId(MyPhoneDataReportCode::Result result, int done, int failed,
-                                                          int skipped);
-    static void ReportTandorReport80MyvideoCancelUploadId();
+    TANDOR_REPORTS_VIDEO(TANDOR_DECLARE_REPORT)
     /// @}
 
     /// The short view of a phone: 8400 and 8401. `item` is what was clicked.
     /// @{
-    static void ReportTandorReport80PhoneBriefClickId(const std::wstring& item);
-    static void ReportTandorReport80PhoneBriefEnterId();
+    TANDOR_REPORTS_BRIEF(TANDOR_DECLARE_REPORT)
     /// @}
 
     /// Connections and transfers: 9100 to 9201.
     /// @{
-    static void ReportTandorReport90HandoffConnectDataId(const HandoffReportData::ConnectReportDataStru& data);
-    static void ReportTandorReport90HandoffPairPerformId(const HandoffReportData::PairPerformData& data);
-    static void ReportTandorReport90HandoffDisconnectTypeId(int deviceType, int disconnectType);
-    static void ReportTandorReport90HandoffUpgradeId(const HandoffReportData::UpgradeReportData& data);
-    static void ReportTandorReport90HandoffShareSingleFileId(const HandoffReportData::ShareFileReportData& data);
-    static void ReportTandorReport90HandoffTransPerformId(const HandoffReportData::TransPerformData& data);
+    TANDOR_REPORTS_TRANSFER(TANDOR_DECLARE_REPORT)
     /// @}
 
     /// Casting the screen: 10000 to 11017. `sinceStart` is milliseconds since the casting began, `maximized` and
     /// `minimized` how often that was done; `extension` is a file's, `application` the program that opens it. The Wi-Fi
     /// connection's values go to the host log as well.
     /// @{
-    static void ReportTandorReport100KocastStartResultDataId(const HandoffReportData::CastStartReportData& data);
-    static void ReportTandorReport100KocastOpenOrCloseDataId(bool open);
-    static void ReportTandorReport100KocastMaxOrMinCountDataId(int maximized, int minimized);
-    static void ReportTandorReport100KocastFirstUseKeyboardDataId(unsigned long long sinceStart);
-    static void ReportTandorReport100KocastFirstUseMouseDataId(unsigned long long sinceStart);
-    static void ReportTandorReport100KocastFirstUseTouchDataId(unsigned long long sinceStart);
-    static void ReportTandorReport100KocastFirstUseThreeNavigationDataId(unsigned long long sinceStart);
-    static void ReportTandorReport100KocastViewHelpDataId();
-    static void ReportTandorReport100WifiP2PConnectDataId(const HandoffReportData::WifiP2PConnectData& data);
-    static void ReportTandorReport100KocastHardwareDrivenResult(HandoffReportData::MIRROR_HARDWARE_STATUS status);
-    static void Report_TANDOR_REPORT_90_HANDOFF_DRAGE_IN_FILE_ID(const HandoffReportData::DragFileReportData& data);
-    static void Report_TANDOR_REPORT_90_HANDOFF_DRAGE_OUT_FILE_ID(const HandoffReportData::DragFileReportData& data);
-    static void ReportTandorReport100KosightConnectionStatusId(int status, int errorCode);
-    static void ReportTandorReport100MSDPStatus(int status, std::string detail);
-    static void ReportTandorReport101OpenFileDataId(int result, std::string extension, std::string application);
-    static void ReportWifiP2pDisconnectReson(int reason, int bussnessType, std::string detail);
-    static void ReportAnfcEvent(HandoffReportData::NFCOpenBluetoothData& data);
+    TANDOR_REPORTS_CASTING(TANDOR_DECLARE_REPORT)
     /// @}
 
     /// Windows of the phone's applications: 12000 to 14002. `windowCount` is how many are open afterwards; `fault` 1 is
     /// a decoder's, 2 a renderer's.
     /// @{
-    static void ReportTandorReport120MultiWinAddAppDataId(const std::string& application, int windowCount);
-    static void ReportTandorReport120MultiWinCloseWinDataId(const std::string& application, int windowCount);
-    static void ReportTandorReport120MultiWinRecPhoneEventDataId(int event);
-    static void ReportTandorReport120MultiWinTopmostDataId(bool topmost);
-    static void ReportTandorReport120MultiWinLockScreenDataId(bool locked);
-    static void ReportTandorReport130MultiWinFaultDataId(int fault, const std::string& reason);
-    static void ReportTandorReport140MultiWinPerformanceID(const HandoffReportData::PerformanceRecord& data);
-    static void ReportTandorReport140MultiWinClickRotate();
-    static void ReportTandorReport140MultiWinClickBack();
+    TANDOR_REPORTS_WINDOWS(TANDOR_DECLARE_REPORT)
     /// @}
 
     /// The named-key reports: fault events 992614403, 992614405, 992614412 and 992614414 to 992614417, in this order.
@@ -216,13 +128,7 @@ public:
     /// but that `oldValue` and `newValue` are "old" and "new". `duration` is text with its unit, as the caller writes
     /// it.
     /// @{
-    static void ReportBusinessDuration(int deviceType, int mode, std::string duration);
-    static void ReportModeSwitch(int deviceType, int oldValue, int newValue, int type);
-    static void ReportConnectEntry(int deviceType, int type);
-    static void ReportModeResult(int deviceType, int usbConnect, int mode, int result);
-    static void ReportAudioSwitch(int deviceType, int oldValue, int newValue, int type);
-    static void ReportDisconnect(int deviceType, int mode, int disconnectType);
-    static void ReportErrorBeforeFind(int deviceType, int type);
+    TANDOR_KEYED_REPORTS(TANDOR_DECLARE_KEYED_REPORT)
     /// @}
 
     TandorDataReportClass(const TandorDataReportClass&) = delete;
@@ -268,6 +174,9 @@ private:
     std::recursive_mutex lock_;
     std::map<int, long long> start_marks_;  // report type to performance counter
 };
+
+#undef TANDOR_DECLARE_REPORT
+#undef TANDOR_DECLARE_KEYED_REPORT
 
 /// The transfers of this process, as the transfer module counts them; the library itself does nothing with them.
 ///

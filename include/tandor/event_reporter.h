@@ -81,7 +81,7 @@ private:
 ///
 /// Threads: every operation may run on any thread; the operations of one object go one after the other, KoEventReport
 /// up to the moment at which the event service has answered. What two threads put between two reports goes out
-/// together.
+/// together. KoEventReport writes its log line in between: an observer of the log must not use the same reporter.
 class TANDOR_API KoEventReporter {
 public:
     /// `eventId` is the platform's number of the fault. KoEventReporterFactory makes one for all.
@@ -154,8 +154,7 @@ private:
 /// Collected values for the assistant service behind the pipe "\\.\Pipe\iPaviloAssistant", and the time at which
 /// pairing began.
 ///
-/// Threads: every operation may run on any thread; they go one after the other. Commit waits for the pipe, which is
-/// bounded there (0.2 s each for a server and for its reading).
+/// Threads: every operation may run on any thread, and none waits for the pipe.
 class TANDOR_API DataProcessReport {
 public:
     /// The process-wide instance; it lives until the library is unloaded.
@@ -163,13 +162,12 @@ public:
 
     /// Appends a value to what the next Commit of this report posts.
     void AddPendingValue(int reportId, std::string value);
-    /// What has not been posted yet, in its order.
+    /// What the next Commit of this report posts, in its order.
     std::vector<std::string> GetPendingValues(int reportId);
 
     /// Posts the pending values as one message (0x490085), packed into 1,024 bytes with 4 bytes before each value, also
-    /// when there are none. Values that do not fit are neither cut nor lost: they stay pending for the next Commit, and
-    /// the host log says how many. A value that no message could hold stays too, and does not hold up those behind it.
-    /// What has been packed is gone from here, whether or not a server took the message.
+    /// when there are none. Nothing is pending afterwards, whether or not there is a server: a value that has no room
+    /// any more is left out as a whole, those behind it are tried, and the host log says how many were left out.
     void Commit(int reportId);
 
     /// Keeps the present time in milliseconds since 1970-01-01 UTC.

@@ -16,7 +16,7 @@ bool EventDataReport::SendMsg(LogInfo& info) noexcept {
         record.values.reserve(info.values.size());
         for (const auto& [index, value] : info.values) record.values.push_back({std::to_string(index), value, false});
         return pelora::Outbox::GetInstance().Put(record).empty();
-    } catch (const std::bad_alloc&) {
+    } catch (const std::exception&) {
         return false;
     }
 }

@@ -2,24 +2,40 @@
 
 #include <algorithm>
 
+#include "base/utf_codec.h"
+
 namespace {
 
-// As a JSON string; the bytes beyond ASCII stay as they are.
+void AppendHex(unsigned value, int digits, std::string& out) {
+    for (int shift = 4 * (digits - 1); shift >= 0; shift -= 4) out += "0123456789abcdef"[value >> shift & 15];
+}
+
+// What would end a line or steer a terminal.
+bool IsControl(char32_t code) {
+    return code < 0x20 || (code >= 0x7F && code < 0xA0) || code == 0x2028 || code == 0x2029;
+}
+
+// As a JSON string; a byte that belongs to no UTF-8 character as "\xFF", which is none of JSON's escapes.
 void AppendQuoted(const std::string& text, std::string& out) {
-    constexpr const char* kDigits = "0123456789abcdef";
+    const auto* in = reinterpret_cast<const unsigned char*>(text.data());
+    const unsigned char* const end = in + text.size();
     out += '"';
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (c == '"' || c == '\\') {
-            out += '\\';
-            out += c;
-        } else if (byte < 0x20 || byte == 0x7F) {
-            out += "\\u00";
-            out += kDigits[byte >> 4];
-            out += kDigits[byte & 15];
-        } else {
-            out += c;
+    while (in != end) {
+        const auto [code, length] =
+            *in < 0x80 ? tandor::utf::Sequence{*in, 1} : tandor::utf::ReadSequence(in, end - in);
+        if (length == 0) {
+            out += "\\x";
+            AppendHex(*in++, 2, out);
+            continue;
         }
+        if (IsControl(code)) {
+            out += "\\u";
+            AppendHex(code, 4, out);
+        } else {
+            if (code == '"' || code == '\\') out += '\\';
+            out.append(reinterpret_cast<const char*>(in), static_cast<std::size_t>(length));
+        }
+        in += length;
     }
     out += '"';
 }

@@ -47,7 +47,7 @@ bool KoView::Report(KoEvent& event) noexcept {
         }
         for (const std::string& path : event.impl_->files) payload.record.files.push_back(FileAsItIs(path));
         return pelora::Outbox::GetInstance().Put(payload.record).empty();
-    } catch (const std::bad_alloc&) {
+    } catch (const std::exception&) {
         return false;
     }
 }

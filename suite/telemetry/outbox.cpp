@@ -2,44 +2,43 @@
 
 #include <windows.h>
 
+#include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <mutex>
 #include <optional>
 
+#include "base/send_interval.h"
 #include "base/utf.h"
+#include "base/wall_clock.h"
 #include "pelora/file_info.h"
 #include "pelora/log_service.h"
 #include "suite/sqlite/damaged_file.h"
-#include "suite/telemetry/group_commit.h"
+#include "suite/telemetry/outbox_journal.h"
 #include "suite/telemetry/outbox_tables.h"
-#include "suite/telemetry/record_codec.h"
-#include "suite/telemetry/writer_turn.h"
 
 namespace pelora {
 namespace {
 
 using namespace std::chrono_literals;
-constexpr auto kTurnWait = 2000ms;    // for the other processes' turns
-constexpr int kSqliteWait = 1000;     // ms, when somebody writes without a turn
-constexpr auto kGatherWait = 3000ms;  // for the own process's writer, before it begins with this record
+constexpr int kSqliteWait = 1000;                     // ms, for programs that write the file without a turn
+constexpr auto kThreadsWait = 2000ms;                 // for the own process's other threads
+constexpr std::uint64_t kFlushInterval = 1000;        // ms
+constexpr unsigned long long kTellInterval = 60'000;  // ms
+constexpr std::size_t kLargestRecord = 4 * 1024 * 1024;
 constexpr std::uint64_t kMinBytes = 64 * 1024;
 constexpr const char* kNoMemory = "out of memory";
+constexpr const char* kNoTurn = "other processes held it too long";
 
-// FNV-1a, 64 bits: http://www.isthe.com/chongo/tech/comp/fnv/
-std::wstring TurnName(const std::filesystem::path& file) {
-    std::error_code error;
-    std::wstring whole = std::filesystem::absolute(file, error).native();
-    ::CharLowerBuffW(whole.data(), static_cast<DWORD>(whole.size()));
-    std::uint64_t hash = 14695981039346656037ULL;
-    for (const wchar_t unit : whole) hash = (hash ^ unit) * 1099511628211ULL;
-    return L"PeloraOutbox-" + std::to_wstring(hash);
-}
+std::int64_t Now() { return static_cast<std::int64_t>(tandor::WallClockMilliseconds()); }
 
-void WriteHostLog(const std::string& trouble) noexcept {
+// `more` lines like it were not written.
+void WriteHostLog(const std::string& line, unsigned more = 0) noexcept {
     try {
         std::wstringstream message;
-        message << L"[Outbox]" << tandor::WideFromUtf8Lossy(trouble);
+        message << L"[Outbox]" << tandor::WideFromUtf8Lossy(line);
+        if (more > 0) message << L" (and " << more << L" more records were refused since the last line)";
         VxLogger::GetInstance().Log(LOG_MESSAGE_ERROR, message);
     } catch (const std::exception&) {  // no memory to say it with
     }
@@ -53,36 +52,34 @@ public:
         : file_(tandor::WideFromUtf8Lossy(file)), utf8_(tandor::Utf8FromWideLossy(file_.native())) {}
 
     std::string Put(OutboxRecord& record) noexcept {
+        std::string trouble;
         try {
-            PendingRecord pending{&record, EncodeContent(record), kNoMemory};
-            if (pending.content.size() > kLargestRecord) {
-                pending.trouble = "a record of " + std::to_string(pending.content.size()) +
-                                  " bytes is beyond the largest, 1 MiB; report less at once";
+            const std::string content = EncodeContent(record);
+            if (content.size() > kLargestRecord) {
+                trouble = "a record of " + std::to_string(content.size()) +
+                          " bytes is beyond the largest, 4 MiB; report less at once";
             } else {
-                record.process = ::GetCurrentProcessId();
-                const auto deadline = Gathering::Clock::now() + kGatherWait;
-                const bool written = gathering_.Submit(pending, deadline, [this](auto take) { Write(take); });
-                if (!written) pending.trouble = "other threads held it for 3 s";
+                trouble = InTurn([&] { return Store(record, content); });
+                if (trouble.empty()) journal_->Flush(journal_->Words().flush_all != 0 ? 0 : kFlushInterval);
             }
-            Tell(pending.trouble);
-            return pending.trouble;
+        } catch (const std::system_error& error) {
+            trouble = error.what();
         } catch (const std::exception&) {
-            return kNoMemory;
+            trouble = kNoMemory;
         }
+        if (!trouble.empty()) Tell(trouble);
+        return trouble;
     }
 
-    // An operation that changes something waits for its turn; one that reads alone does not.
+    // An operation on the tables, which hold all records then.
     template <class Operation>
-    std::string Run(bool changes, Operation operation) noexcept {
-        try {
-            std::optional<WriterTurn::Hold> hold;
-            const std::lock_guard lock(mutex_);
-            if (changes) hold.emplace(Turn(), kTurnWait);
-            const std::string trouble = Attempt(operation);
-            return trouble.empty() ? trouble : utf8_ + ": " + trouble;
-        } catch (const std::exception&) {
-            return kNoMemory;
-        }
+    std::string Run(Operation operation) noexcept {
+        return InTurn([&]() -> std::string {
+            TakeIn();
+            operation(*tables_);
+            Publish(*tables_);
+            return {};
+        });
     }
 
     OutboxStatus Status(OutboxTables& tables) {
@@ -92,82 +89,131 @@ public:
     }
 
 private:
-    using Gathering = GroupCommit<PendingRecord>;
-
-    void Write(const Gathering::Take& take) noexcept {
-        Gathering::Batch batch;
+    // Runs the operation, whose result is what went wrong, as the only thread of all processes, on an outbox that is
+    // open.
+    template <class Operation>
+    std::string InTurn(Operation operation) noexcept {
+        std::string trouble, set_aside;
         try {
-            const std::lock_guard lock(mutex_);
-            const WriterTurn::Hold hold(Turn(), kTurnWait);
-            batch = take();
-            for (PendingRecord* const pending : batch) pending->trouble.clear();
-            const std::string trouble = Attempt([&](OutboxTables& tables) { tables.Put(batch); });
-            if (trouble.empty()) return;
-            for (PendingRecord* const pending : batch) pending->trouble = utf8_ + ": " + trouble;
+            if (!mutex_.try_lock() && !mutex_.try_lock_for(kThreadsWait))
+                return utf8_ + ": other threads held it too long";
+            const std::lock_guard held(mutex_, std::adopt_lock);
+            trouble = Attempt(operation);
+            set_aside.swap(set_aside_);
         } catch (const std::exception&) {
-            for (PendingRecord* const pending : batch) pending->trouble.assign(kNoMemory);
+            return kNoMemory;
+        }
+        // Under no lock: whoever observes the log may report.
+        if (!set_aside.empty()) WriteHostLog(utf8_ + ": " + set_aside);
+        return trouble.empty() ? trouble : utf8_ + ": " + trouble;
+    }
+
+    template <class Operation>
+    std::string Attempt(Operation operation) {
+        try {
+            if (!journal_) {
+                std::error_code ignored;  // the open below fails with the cause that matters
+                std::filesystem::create_directories(file_.parent_path(), ignored);
+                journal_ = std::make_unique<OutboxJournal>(file_);
+            }
+            const OutboxJournal::Turn turn(*journal_);
+            return turn.Held() ? Repaired(operation) : kNoTurn;
+        } catch (const std::bad_alloc&) {
+            return kNoMemory;
+        } catch (const SqliteError& error) {
+            if (error.Busy()) return kNoTurn;
+            tables_.reset();
+            return error.what();
+        } catch (const std::system_error& error) {
+            return error.what();
         }
     }
 
     // A damaged file is set aside, and the operation done with a new one.
     template <class Operation>
-    std::string Attempt(Operation operation) {
+    std::string Repaired(Operation operation) {
         try {
-            try {
-                operation(Opened());
-            } catch (const SqliteError& error) {
-                if (!error.Damaged()) throw;
-                tables_.reset();
-                const std::string done =
-                    SetAsideDamaged(file_, error.what(), [this] { OutboxTables(utf8_, kSqliteWait).CheckWhole(); });
-                if (!done.empty()) WriteHostLog(utf8_ + ": " + done);
-                operation(Opened());
-            }
-            return {};
-        } catch (const std::bad_alloc&) {
-            return kNoMemory;
+            Open();
+            return operation();
         } catch (const SqliteError& error) {
-            if (error.Busy()) return "other processes held it too long";
+            if (!error.Damaged()) throw;
             tables_.reset();
-            return error.what();
+            set_aside_ =
+                SetAsideDamaged(file_, error.what(), [this] { OutboxTables(utf8_, kSqliteWait).CheckWhole(); });
         }
+        Open();
+        return operation();
     }
 
-    OutboxTables& Opened() {
-        if (tables_) return *tables_;
-        std::error_code ignored;  // the open below fails with the cause that matters
-        std::filesystem::create_directories(file_.parent_path(), ignored);
-        tables_ = std::make_unique<OutboxTables>(utf8_, kSqliteWait);
-        return *tables_;
+    // Only the journal's own bytes say what lies in it when this process comes first: the shared words may be those of
+    // a time before the power failed.
+    void Open() {
+        if (tables_) return;
+        auto tables = std::make_unique<OutboxTables>(utf8_, kSqliteWait);
+        tables->TakeIn(journal_->Read());
+        Publish(*tables);
+        journal_->Clear();
+        tables_ = std::move(tables);
     }
 
-    const WriterTurn& Turn() {
-        if (!turn_) turn_.emplace(TurnName(file_));
-        return *turn_;
+    void TakeIn() {
+        const std::size_t size = journal_->Size();
+        if (size == 0) return;
+        const std::string bytes = journal_->Read();
+        const std::string_view entries = std::string_view(bytes).substr(0, size);
+        const std::size_t rest = tables_->TakeIn(entries).size() + (size - entries.size());
+        if (rest > 0) set_aside_ = std::to_string(rest) + " bytes of new records were damaged and are lost";
+        Publish(*tables_);
+        journal_->Clear();
     }
 
-    // A trouble that stays is told once, until a record is stored again.
-    void Tell(const std::string& trouble) {
-        {
-            const std::lock_guard lock(told_mutex_);
-            if (trouble == told_) return;
-            told_ = trouble;
+    void Publish(OutboxTables& tables) {
+        const OutboxTables::Head head = tables.ReadHead();
+        journal_->Words().identity = head.identity;
+        journal_->Words().next = head.next;
+        journal_->Words().flush_all = head.flush ? 1 : 0;
+    }
+
+    std::string Store(OutboxRecord& record, const std::string& content) {
+        const bool small = content.size() <= OutboxJournal::kLargestContent;
+        if (!small || !journal_->HasRoomFor(kEntryHead + content.size())) TakeIn();
+        OutboxJournal::Shared& words = journal_->Words();
+        const JournalEntry entry{words.next, Now(), ::GetCurrentProcessId(), record.kind, content};
+        if (small) {
+            journal_->Append(EncodeEntry(entry));
+        } else if (!tables_->Put(entry)) {
+            return "the record's " + std::to_string(content.size()) +
+                   " bytes do not fit the outbox's limit; raise the limit";
         }
-        if (!trouble.empty()) WriteHostLog(trouble);
+        record.sequence = entry.sequence;
+        record.identifier = OutboxIdentifier(words.identity, entry.sequence);
+        record.time = entry.time;
+        record.process = entry.process;
+        words.next = entry.sequence + 1;
+        return {};
+    }
+
+    // Troubles come with each record; one a minute is told.
+    void Tell(const std::string& trouble) noexcept {
+        if (tell_.Pass(::GetTickCount64())) {
+            WriteHostLog(trouble, untold_.exchange(0));
+        } else {
+            ++untold_;
+        }
     }
 
     const std::filesystem::path file_;
     const std::string utf8_;
-    Gathering gathering_;
-    std::mutex mutex_;  // of what follows
-    std::optional<WriterTurn> turn_;
+    std::timed_mutex mutex_;  // of what follows; the journal stays once it is there
+    std::unique_ptr<OutboxJournal> journal_;
     std::unique_ptr<OutboxTables> tables_;
-    std::mutex told_mutex_;
-    std::string told_;
+    std::string set_aside_;  // what is to be told of it
+    tandor::SendInterval tell_{kTellInterval};
+    std::atomic<unsigned> untold_{0};
 };
 
 // The process's own outbox is not closed at unload: other threads may have been ended inside SQLite by then, and its
-// locks with them. The system closes the files, and whoever opens them next goes on from the journal.
+// locks with them. The system closes the files, and whoever opens them next goes on from the journals.
 Outbox& Outbox::GetInstance() {
     static Outbox* const instance = new Outbox(FileInfo::GetPeloraCommDir() + "\\telemetry\\outbox.db");
     return *instance;
@@ -181,30 +227,43 @@ std::string Outbox::Put(OutboxRecord& record) noexcept { return impl_->Put(recor
 
 std::string Outbox::Read(unsigned long long after, std::size_t count, std::size_t bytes,
                          std::vector<OutboxRecord>& records) noexcept {
-    return impl_->Run(false, [&](OutboxTables& tables) { records = tables.Read(after, count, bytes); });
+    return impl_->Run([&](OutboxTables& tables) { records = tables.Read(after, count, bytes); });
 }
 
 std::string Outbox::ReadLast(std::size_t count, std::vector<OutboxRecord>& records) noexcept {
-    return impl_->Run(false, [&](OutboxTables& tables) { records = tables.ReadLast(count); });
+    return impl_->Run([&](OutboxTables& tables) { records = tables.ReadLast(count); });
 }
 
 std::string Outbox::Remove(const std::vector<unsigned long long>& sequences, unsigned long long& removed) noexcept {
-    return impl_->Run(true, [&](OutboxTables& tables) { removed = tables.Remove(sequences); });
+    return impl_->Run([&](OutboxTables& tables) { removed = tables.Remove(sequences); });
 }
 
 std::string Outbox::RemoveThrough(unsigned long long sequence, unsigned long long& removed) noexcept {
-    return impl_->Run(true, [&](OutboxTables& tables) { removed = tables.RemoveThrough(sequence); });
+    return impl_->Run([&](OutboxTables& tables) { removed = tables.RemoveThrough(sequence); });
+}
+
+std::string Outbox::RemoveBefore(long long time, unsigned long long& removed) noexcept {
+    return impl_->Run([&](OutboxTables& tables) { removed = tables.RemoveBefore(time); });
+}
+
+std::string Outbox::TellDrops() noexcept {
+    return impl_->Run([](OutboxTables& tables) {
+        JournalEntry from;
+        from.time = Now();
+        from.process = ::GetCurrentProcessId();
+        tables.TellDrops(from);
+    });
 }
 
 std::string Outbox::Status(OutboxStatus& status) noexcept {
-    return impl_->Run(false, [&](OutboxTables& tables) { status = impl_->Status(tables); });
+    return impl_->Run([&](OutboxTables& tables) { status = impl_->Status(tables); });
 }
 
 std::string Outbox::SetLimits(const OutboxLimits& limits) noexcept {
     if (limits.records < 1 || limits.bytes < kMinBytes || limits.records > INT64_MAX || limits.bytes > INT64_MAX) {
         return "limits: at least 1 record and 65,536 bytes";
     }
-    return impl_->Run(true, [&](OutboxTables& tables) { tables.SetLimits(limits); });
+    return impl_->Run([&](OutboxTables& tables) { tables.SetLimits(limits); });
 }
 
 }  // namespace pelora

@@ -6,6 +6,14 @@ namespace pelora {
 namespace {
 
 constexpr std::uint8_t kVersion = 1;
+constexpr std::size_t kCheckHead = 12;  // length and check
+
+// FNV-1a, 64 bits: http://www.isthe.com/chongo/tech/comp/fnv/
+std::uint64_t CheckOf(std::string_view bytes) {
+    std::uint64_t hash = 14695981039346656037ULL;
+    for (const char byte : bytes) hash = (hash ^ static_cast<unsigned char>(byte)) * 1099511628211ULL;
+    return hash;
+}
 
 bool TakeValue(tandor::ByteReader& reader, OutboxValue& value) {
     std::uint8_t number = 0;
@@ -59,6 +67,41 @@ bool DecodeContent(std::string_view bytes, OutboxRecord& record) {
     return reader.Take(version) && version == kVersion && reader.TakeText(record.event) &&
            reader.TakeText(record.extra) && TakeAll(reader, TakeValue, record.values) &&
            TakeAll(reader, TakeFile, record.files) && reader.AtEnd();
+}
+
+std::string EncodeEntry(const JournalEntry& entry) {
+    using tandor::AppendLittle;
+    std::string body;
+    body.reserve(kEntryHead - kCheckHead + entry.content.size());
+    AppendLittle(entry.sequence, body);
+    AppendLittle(static_cast<std::uint64_t>(entry.time), body);
+    AppendLittle(entry.process, body);
+    AppendLittle(static_cast<std::uint8_t>(entry.kind), body);
+    body += entry.content;
+    std::string out;
+    out.reserve(kCheckHead + body.size());
+    AppendLittle(static_cast<std::uint32_t>(body.size()), out);
+    AppendLittle(CheckOf(body), out);
+    return out += body;
+}
+
+bool TakeEntry(std::string_view& bytes, JournalEntry& entry) {
+    tandor::ByteReader head(bytes);
+    std::uint32_t length = 0;
+    std::uint64_t check = 0;
+    std::string_view body;
+    if (!head.Take(length) || !head.Take(check) || !head.TakeBytes(length, body) || CheckOf(body) != check)
+        return false;
+    tandor::ByteReader reader(body);
+    JournalEntry taken;
+    std::uint8_t kind = 0;
+    if (!reader.Take(taken.sequence) || !reader.Take(taken.time) || !reader.Take(taken.process) || !reader.Take(kind))
+        return false;
+    taken.kind = static_cast<OutboxKind>(kind);
+    taken.content = reader.Rest();
+    entry = taken;
+    bytes.remove_prefix(kCheckHead + length);
+    return true;
 }
 
 }  // namespace pelora

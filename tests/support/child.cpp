@@ -3,6 +3,7 @@
 
 #include <shellapi.h>
 
+#include <atomic>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -13,9 +14,11 @@
 
 #include "base/utf.h"
 #include "base/win_handle.h"
+#include "pelora/data_report_service.h"
 #include "pelora/log_service.h"
 #include "pelora/outbox.h"
 #include "support/child_roles.h"
+#include "tandor/data_report.h"
 #include "tandor/event_reporter.h"
 #include "tandor/screen_config.h"
 #include "tandor/sealing.h"
@@ -102,16 +105,49 @@ int CommitReports(const Arguments& arguments) {
     return 0;
 }
 
+// report-and-exit WAY FILE: reports on eight threads, appends to FILE what was recorded, and leaves with 7 meanwhile,
+// by a return from main or by ExitProcess.
+int ReportAndExit(const Arguments& arguments) {
+    static const tandor::FileHandle file(::CreateFileW(arguments.at(1).c_str(), FILE_APPEND_DATA | SYNCHRONIZE,
+                                                       FILE_SHARE_READ, nullptr, OPEN_ALWAYS, 0, nullptr));
+    static std::atomic<int> recorded{0};
+    if (!file) return 1;
+    const auto acknowledge = [](int thread) {
+        for (int number = 0;; ++number) {
+            const std::string value = std::to_string(::GetCurrentProcessId()) + "-" + std::to_string(thread) + "-" +
+                                      std::to_string(number) + "\n";
+            LogInfo info{"606000081", "", {{0, value.substr(0, value.size() - 1)}}};
+            if (!EventDataReport::Instance().SendMsg(info)) continue;
+            ++recorded;
+            DWORD written = 0;
+            ::WriteFile(file.Get(), value.data(), static_cast<DWORD>(value.size()), &written, nullptr);
+        }
+    };
+    const auto other = [](int thread) {
+        const auto reporter = Tandor::ReporterFactory::GetInstance().CreateReporter(82, 2);
+        for (int number = 0;; ++number) {
+            reporter->RecordTimeStamp(number % 2);
+            reporter->Commit();
+            TandorDataReportClass::ReportConnectEntry(thread, number);
+        }
+    };
+    for (int thread = 0; thread < 6; ++thread) std::thread(acknowledge, thread).detach();
+    for (int thread = 6; thread < 8; ++thread) std::thread(other, thread).detach();
+    while (recorded < 50) ::Sleep(1);
+    if (arguments.at(0) == L"ExitProcess") ::ExitProcess(7);
+    return 7;
+}
+
 // outbox-put FILE REPORT: puts records without end, and appends to REPORT the identifier of each that was stored.
 int OutboxPut(const Arguments& arguments) {
     pelora::Outbox outbox(tandor::Utf8FromWide(arguments.at(0)));
     const tandor::FileHandle report(::CreateFileW(arguments.at(1).c_str(), FILE_APPEND_DATA | SYNCHRONIZE,
                                                   FILE_SHARE_READ, nullptr, OPEN_ALWAYS, 0, nullptr));
     if (!report) return 1;
-    for (;;) {
+    for (std::size_t number = 0;; ++number) {
         pelora::OutboxRecord record;
         record.event = "606009101";
-        record.values = {{"0", std::string(record.sequence % 5000, 'x')}};
+        record.values = {{"0", std::string(number % 50 == 0 ? 20'000 : number * 977 % 5000, 'x')}};
         if (!outbox.Put(record).empty()) return 3;
         const std::string line = record.identifier + "\n";
         DWORD written = 0;
@@ -151,6 +187,7 @@ int main() {
         {L"host-log", tandor::test::HostLog},
         {L"log-lines", tandor::test::LogLines},
         {L"outbox-put", OutboxPut},
+        {L"report-and-exit", ReportAndExit},
         {L"screen-values", ScreenValues},
         {L"seal-vectors", SealVectors},
         {L"store-attributes", tandor::test::StoreAttributes},

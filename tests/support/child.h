@@ -37,10 +37,13 @@ public:
         const std::optional<DWORD> code = WaitForExit(process_, milliseconds);
         return code.has_value() ? static_cast<int>(*code) : -1;
     }
-    void Kill() {
-        if (!process_.handle) return;
+    // Whether it was still alive.
+    bool Kill() {
+        if (!process_.handle) return false;
+        const bool alive = ::WaitForSingleObject(process_.handle.Get(), 0) == WAIT_TIMEOUT;
         ::TerminateProcess(process_.handle.Get(), 99);
         ::WaitForSingleObject(process_.handle.Get(), 10'000);
+        return alive;
     }
     [[nodiscard]] DWORD Id() const { return process_.id; }
 

@@ -144,8 +144,8 @@ LoopbackServer::LoopbackServer(const ServerOptions& options, std::function<void(
     listener_ = std::make_unique<Listener>(options.threads, [this](SOCKET connection) { Serve(connection); });
 }
 
-std::string LoopbackServer::Url(const std::string& host) const {
-    return (context_ ? "https://" : "http://") + host + ":" + std::to_string(listener_->Port()) + "/config";
+std::string LoopbackServer::Url(const std::string& host, const std::string& path) const {
+    return (context_ ? "https://" : "http://") + host + ":" + std::to_string(listener_->Port()) + path;
 }
 
 void LoopbackServer::Serve(SOCKET connection) {

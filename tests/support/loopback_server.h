@@ -76,7 +76,7 @@ public:
     // `handle` is called on several threads.
     LoopbackServer(const ServerOptions& options, std::function<void(Exchange&)> handle);
 
-    [[nodiscard]] std::string Url(const std::string& host = "127.0.0.1") const;
+    [[nodiscard]] std::string Url(const std::string& host = "127.0.0.1", const std::string& path = "/config") const;
     [[nodiscard]] int Connections() const { return listener_->Connections(); }
     // Each connection's first one alone: those that a handler reads itself are its own to count.
     [[nodiscard]] int Requests() const { return requests_; }

@@ -31,7 +31,7 @@ TEST(DataProcessReport, PostsThePendingValuesOfOneReport) {
     Assistant().Commit(2);
 }
 
-TEST(DataProcessReport, WhatDoesNotFitStaysPendingAndALineSaysSo) {
+TEST(DataProcessReport, WhatDoesNotFitIsLeftOutAsAWholeAndALineSaysSo) {
     AssistantPipe pipe;
     const std::string endless(2000, 'x');
     const std::string large(500, 'a');
@@ -40,20 +40,15 @@ TEST(DataProcessReport, WhatDoesNotFitStaysPendingAndALineSaysSo) {
         Assistant().AddPendingValue(4, value);
     HostLog log;
     Assistant().Commit(4);
-    EXPECT_THAT(log.Take(), ElementsAre(L"3 [DataCal]message is full, report:4,values still pending:3"
+    EXPECT_THAT(log.Take(), ElementsAre(L"3 [DataCal]message is full, report:4,values left out:3"
                                         L"(Tandor::DataProcessReport::Commit)"));
     EXPECT_THAT(pipe.Take().at(0).values, ElementsAre(large, large, rest));
-    EXPECT_THAT(Assistant().GetPendingValues(4), ElementsAre(endless, "next", "s"));
-    Assistant().Commit(4);
-    EXPECT_THAT(pipe.Take().at(0).values, ElementsAre("next", "s"));
-    EXPECT_THAT(Assistant().GetPendingValues(4), ElementsAre(endless));
+    EXPECT_THAT(Assistant().GetPendingValues(4), IsEmpty());
 }
 
 TEST(DataProcessReport, WithoutAServerNothingWaitsAndNothingIsKept) {
     Assistant().AddPendingValue(5, "lost");
-    const ULONGLONG begin = ::GetTickCount64();
     Assistant().Commit(5);
-    EXPECT_LT(::GetTickCount64() - begin, 5000u);
     EXPECT_THAT(Assistant().GetPendingValues(5), IsEmpty());
 }
 

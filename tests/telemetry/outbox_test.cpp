@@ -26,6 +26,13 @@ OutboxStatus StatusOf(Outbox& outbox) {
     return status;
 }
 
+int CountAside(const std::filesystem::path& folder) {
+    int aside = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(folder))
+        aside += entry.path().filename().native().starts_with(L"outbox.damaged-") ? 1 : 0;
+    return aside;
+}
+
 std::vector<OutboxRecord> All(Outbox& outbox) {
     std::vector<OutboxRecord> records;
     EXPECT_EQ(outbox.Read(0, 1'000'000, ~std::size_t{0}, records), "");
@@ -86,11 +93,20 @@ TEST(Outbox, NeverPassesItsLimitsAndCountsWhatGaveWay) {
     EXPECT_EQ(std::pair(status.records, status.displaced), std::pair(3ULL, put - 3));
     EXPECT_NE(outbox.SetLimits({0, kBytes}), "");
     EXPECT_NE(outbox.SetLimits({1, 4096}), "");
-    for (const std::size_t size : {200'000, 2'000'000}) {
+    for (const std::size_t size : {200'000, 5'000'000}) {
         OutboxRecord large = Record(std::string(size, 'x'));
         EXPECT_NE(outbox.Put(large), "");
     }
     EXPECT_EQ(All(outbox).size(), 3u) << "nothing gives way for what cannot be held";
+    for (int round = 0; round < 2; ++round) {  // what gave way is told once, as a record
+        ASSERT_EQ(outbox.TellDrops(), "");
+        const auto told = All(outbox);
+        ASSERT_EQ(told.size(), 3u);
+        EXPECT_EQ(told[2].kind, pelora::OutboxKind::kDropped);
+        EXPECT_EQ(told[2].sequence, put + 1);
+        EXPECT_EQ(LineOf(told[2]), "outbox.dropped: " + std::to_string(put - 2) + ", " + std::to_string(put - 2));
+    }
+    EXPECT_EQ(StatusOf(outbox).displaced, put - 2);
 }
 
 TEST(Outbox, RecordsOfManyThreadsAreAllThereOnce) {
@@ -119,12 +135,14 @@ TEST(Outbox, AStoreThatCannotBeUsedFailsInTimeWithOneLine) {
     const std::string trouble = outbox.Put(record);
     EXPECT_NE(trouble.find("outbox.db: "), std::string::npos) << trouble;
     EXPECT_EQ(outbox.Put(record), trouble);
-    EXPECT_THAT(log.Take(), ElementsAre(StartsWith(L"4 [Outbox]")));
+    OutboxRecord large = Record(std::string(5'000'000, 'x'));
+    EXPECT_THAT(outbox.Put(large), HasSubstr("beyond the largest"));
+    EXPECT_THAT(log.Take(), ElementsAre(StartsWith(L"4 [Outbox]"))) << "one line in a minute, whatever the trouble";
     std::filesystem::remove(file);
     EXPECT_EQ(outbox.Put(record), "") << "it works again as soon as it can";
 }
 
-TEST(Outbox, ABusyStoreIsWaitedForABoundedTime) {
+TEST(Outbox, ABusyStoreHoldsUpNoRecordAndIsWaitedForABoundedTime) {
     const TemporaryFolder folder;
     const std::string file = Utf8(folder.path / L"outbox.db");
     Outbox outbox(file);
@@ -133,22 +151,181 @@ TEST(Outbox, ABusyStoreIsWaitedForABoundedTime) {
     pelora::Database other(file);
     {
         pelora::Transaction holder(other);
-        EXPECT_NE(outbox.Put(record), "");  // returns at all, while the other never ends
+        EXPECT_EQ(outbox.Put(record), "");
+        OutboxStatus status;
+        EXPECT_NE(outbox.Status(status), "");  // returns at all, while the other never ends
+        OutboxRecord large = Record(std::string(20'000, 'x'));
+        EXPECT_NE(outbox.Put(large), "");
     }
     EXPECT_EQ(outbox.Put(record), "");
+    EXPECT_EQ(All(outbox).size(), 3u);
 }
 
-TEST(Outbox, ADamagedFileIsSetAsideAndTheRecordKept) {
+TEST(Outbox, ARecordThatIsDamagedIsHandedOutAndHoldsNothingUp) {
+    const TemporaryFolder folder;
+    const std::string file = Utf8(folder.path / L"outbox.db");
+    Outbox outbox(file);
+    std::vector<OutboxRecord> put{Record("a"), Record("b"), Record("c")};
+    for (OutboxRecord& record : put) ASSERT_EQ(outbox.Put(record), "");
+    EXPECT_EQ(All(outbox), put);
+    pelora::Database(file).Execute("UPDATE records SET content = x'00' WHERE sequence = 2");
+    const auto records = All(outbox);
+    ASSERT_EQ(records.size(), 3u);
+    EXPECT_EQ(records[1].event, "outbox.damaged");
+    EXPECT_EQ(records[1].identifier, put[1].identifier);
+    EXPECT_EQ(records[1].values.at(0).text, std::string(1, '\0'));
+    EXPECT_EQ(records[2], put[2]);
+    unsigned long long removed = 0;
+    EXPECT_EQ(outbox.RemoveBefore(put[2].time + 1, removed), "");
+    EXPECT_EQ(removed, 3u);
+}
+
+// Bytes of the journal that are no whole entry: changed ones, and the half of one that a process left which died.
+TEST(Outbox, OfADamagedJournalTheRecordsBeforeTheDamageAreKept) {
+    const TemporaryFolder folder;
+    const auto journal = folder.path / L"outbox.db-new";
+    const std::string file = Utf8(folder.path / L"outbox.db");
+    OutboxRecord first = Record("first"), second = Record("second"), third = Record("third");
+    {
+        Outbox outbox(file);
+        for (OutboxRecord* const record : {&first, &second}) ASSERT_EQ(outbox.Put(*record), "");
+        std::string bytes = ReadAll(journal);
+        bytes[bytes.size() - 2] ^= 1;
+        WriteAll(journal, bytes);
+        HostLog log;
+        EXPECT_EQ(All(outbox), std::vector{first});
+        EXPECT_THAT(log.Take(), ElementsAre(HasSubstr(L"bytes of new records were damaged and are lost")));
+        ASSERT_EQ(outbox.Put(third), "");
+        EXPECT_EQ(third.sequence, 2u) << "the lost one was never seen";
+    }
+    WriteAll(journal, ReadAll(journal) + ReadAll(journal).substr(0, 40));
+    Outbox outbox(file);
+    EXPECT_EQ(All(outbox), (std::vector{first, third}));
+}
+
+std::atomic<int> flushes{0};
+BOOL WINAPI CountFlush(HANDLE file) {
+    ++flushes;
+    return ::FlushFileBuffers(file);
+}
+
+TEST(Outbox, RecordsReachTheDiskOnceASecondOrEachBeforeItsReturn) {
+    const TemporaryFolder folder;
+    Outbox outbox(Utf8(folder.path / L"outbox.db"));
+    OutboxRecord record = Record("x");
+    ASSERT_EQ(outbox.Put(record), "");
+    const ImportPatch patch(L"PeloraSuite.dll", "FlushFileBuffers", CountFlush);
+    flushes = 0;
+    int records = 0;
+    for (const ULONGLONG begin = ::GetTickCount64(); ::GetTickCount64() - begin < 1100; ++records)
+        ASSERT_EQ(outbox.Put(record), "");
+    EXPECT_GE(flushes, 1);
+    EXPECT_LT(flushes, records);
+    pelora::OutboxLimits limits;
+    limits.flush = true;
+    ASSERT_EQ(outbox.SetLimits(limits), "");
+    EXPECT_TRUE(StatusOf(outbox).limits.flush);
+    for (int i = 0; i < 5; ++i) {
+        flushes = 0;
+        ASSERT_EQ(outbox.Put(record), "");
+        EXPECT_EQ(flushes, 1);
+    }
+}
+
+// The line about it comes under no lock: whoever observes it may report.
+TEST(Outbox, ADamagedFileIsSetAsideAndTheRecordsKept) {
     const TemporaryFolder folder;
     WriteAll(folder.path / L"outbox.db", std::string(10'000, '?'));
     Outbox outbox(Utf8(folder.path / L"outbox.db"));
-    OutboxRecord record = Record("x");
+    OutboxRecord record = Record("x"), observed = Record("y");
+    std::string trouble = "nothing was observed";
+    const auto subscription = VxLogger::GetInstance().Subscribe(LOG_MESSAGE_ERROR, [&](auto, auto) {
+        trouble = outbox.Put(observed);
+        StatusOf(outbox);
+    });
     EXPECT_EQ(outbox.Put(record), "");
-    EXPECT_EQ(All(outbox).size(), 1u);
-    int aside = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(folder.path))
-        aside += entry.path().filename().native().starts_with(L"outbox.damaged-") ? 1 : 0;
-    EXPECT_EQ(aside, 1);
+    VxLogger::GetInstance().Unsubscribe(subscription);
+    EXPECT_EQ(trouble, "");
+    EXPECT_EQ(All(outbox), (std::vector{record, observed}));
+    EXPECT_EQ(CountAside(folder.path), 1);
+}
+
+// Which calls of WriteFile fail: each n-th, or all.
+std::atomic<int> fail_each{0}, writes{0};
+BOOL WINAPI FailingWrite(HANDLE file, LPCVOID data, DWORD size, LPDWORD written, LPOVERLAPPED place) {
+    if (++writes % fail_each != 0) return ::WriteFile(file, data, size, written, place);
+    ::SetLastError(fail_each == 1 ? ERROR_DISK_FULL : ERROR_IO_DEVICE);
+    return FALSE;
+}
+
+TEST(Outbox, WhatItAcknowledgedIsThereWhicheverWriteFails) {
+    const auto most = Amount("TANDOR_OUTBOX_ERRORS", 12);
+    std::size_t acknowledged = 0, refused = 0;
+    for (unsigned long long n = 1; n <= most; ++n) {
+        SCOPED_TRACE(n);
+        const TemporaryFolder folder;
+        const std::string file = Utf8(folder.path / L"outbox.db");
+        std::set<std::string> identifiers;
+        {
+            Outbox outbox(file);
+            OutboxRecord before = Record("before");
+            ASSERT_EQ(outbox.Put(before), "");
+            HostLog log;
+            fail_each = static_cast<int>(n);
+            const ImportPatch patch(L"PeloraSuite.dll", "WriteFile", FailingWrite);
+            for (int i = 0; i < 60; ++i) {
+                OutboxRecord record = Record(std::string(i % 7 == 0 ? 20'000U : 100U, 'x'));
+                outbox.Put(record).empty() ? void(identifiers.insert(record.identifier)) : void(++refused);
+                OutboxStatus status;
+                if (i % 5 == 0) (void)outbox.Status(status);
+            }
+            EXPECT_LE(log.Take().size(), 1u);
+        }
+        acknowledged += identifiers.size();
+        if (n == 1) {
+            EXPECT_TRUE(identifiers.empty()) << "the disk was full";
+        }
+        Outbox outbox(file);
+        OutboxRecord after = Record("after");
+        EXPECT_EQ(outbox.Put(after), "");
+        const auto stored = Identifiers(All(outbox));
+        for (const std::string& identifier : identifiers) EXPECT_TRUE(stored.contains(identifier)) << identifier;
+        EXPECT_EQ(CountAside(folder.path), 0);
+    }
+    EXPECT_GT(refused, 0u);
+    RecordProperty("figures", std::to_string(acknowledged) + " acknowledged, " + std::to_string(refused) + " refused");
+}
+
+TEST(Outbox, PagesOverwrittenAtRandomCostNoNewRecord) {
+    unsigned random = 7;
+    const auto next = [&random] { return (random = random * 1664525 + 1013904223) >> 8; };
+    for (int round = 0; round < 12; ++round) {
+        SCOPED_TRACE(round);
+        const TemporaryFolder folder;
+        const std::string file = Utf8(folder.path / L"outbox.db");
+        {
+            Outbox outbox(file);
+            for (int i = 0; i < 100; ++i) {
+                OutboxRecord record = Record(std::string(200, 'x'));
+                ASSERT_EQ(outbox.Put(record), "");
+            }
+            ASSERT_EQ(All(outbox).size(), 100u);
+        }
+        std::string bytes = ReadAll(folder.path / L"outbox.db");
+        ASSERT_GT(bytes.size(), 20'000u);
+        for (int i = 0; i < 3; ++i) {
+            const std::size_t place = next() % (bytes.size() - 600);
+            for (std::size_t at = place; at < place + 600; ++at) bytes[at] = static_cast<char>(next());
+        }
+        WriteAll(folder.path / L"outbox.db", bytes);
+        Outbox outbox(file);
+        OutboxRecord record = Record("after");
+        ASSERT_EQ(outbox.Put(record), "");
+        std::vector<OutboxRecord> last;
+        ASSERT_EQ(outbox.ReadLast(1, last), "");
+        EXPECT_EQ(last.at(0).values, record.values);
+        (void)outbox.Read(0, 1'000'000, ~std::size_t{0}, last);  // all that is asked of it is to return
+    }
 }
 
 // Four processes report and are killed again and again. What each had acknowledged it appended to its own file.
@@ -171,7 +348,7 @@ TEST(Outbox, NothingAcknowledgedIsLostWhenProcessesAreKilled) {
         random = random * 1664525 + 1013904223;
         ::Sleep(random >> 16 & 127);
         Child& writer = writers[static_cast<std::size_t>(kill % 4)];
-        writer.Kill();
+        ASSERT_TRUE(writer.Kill()) << "a record was refused";
         writer = Child(command(kill % 4));
     }
     writers.clear();
@@ -186,6 +363,7 @@ TEST(Outbox, NothingAcknowledgedIsLostWhenProcessesAreKilled) {
             EXPECT_TRUE(stored.contains(line)) << line;
     }
     EXPECT_GT(acknowledged, 0u);
+    EXPECT_EQ(CountAside(folder.path), 0) << "the file was taken for a damaged one";
     RecordProperty("figures",
                    std::to_string(acknowledged) + " acknowledged, " + std::to_string(records.size()) + " stored");
 }

@@ -24,4 +24,30 @@ TEST(RecordCodec, GivesBackWhatItTookAndRefusesEverythingElse) {
     EXPECT_FALSE(pelora::DecodeContent(huge, read));
 }
 
+TEST(RecordCodec, EntriesEndAtTheFirstThatIsNotWhole) {
+    const pelora::JournalEntry first{1ULL << 40, -1, 7, pelora::OutboxKind::kFault, "one"};
+    const pelora::JournalEntry second{2, 3, 4, pelora::OutboxKind::kBusiness, ""};
+    const std::string bytes = pelora::EncodeEntry(first) + pelora::EncodeEntry(second);
+    EXPECT_EQ(bytes.size(), 2 * pelora::kEntryHead + 3);
+    const auto count = [](std::string_view rest) {
+        int entries = 0;
+        for (pelora::JournalEntry entry; pelora::TakeEntry(rest, entry);) ++entries;
+        return std::pair(entries, rest.size());
+    };
+    std::string_view rest = bytes;
+    pelora::JournalEntry read;
+    ASSERT_TRUE(pelora::TakeEntry(rest, read));
+    EXPECT_EQ(std::tie(read.sequence, read.time, read.process, read.kind, read.content),
+              std::tie(first.sequence, first.time, first.process, first.kind, first.content));
+    EXPECT_EQ(count(bytes + "rest"), std::pair(2, std::size_t{4}));
+    const std::size_t length = bytes.size() - rest.size();
+    for (std::size_t at = 0; at < bytes.size(); ++at) {
+        std::string broken = bytes;
+        broken[at] = static_cast<char>(broken[at] ^ 1);
+        const int whole = at < length ? 0 : 1;
+        EXPECT_EQ(count(broken).first, whole) << at;
+        EXPECT_EQ(count(bytes.substr(0, at)).first, whole) << at;
+    }
+}
+
 }  // namespace

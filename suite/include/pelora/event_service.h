@@ -34,8 +34,8 @@ public:
     KoEvent& Reset();
 
     /// The event as one printable line: 992614403 {"deviceType":1,"duration":"12 s"} ["C:\\log\\a.log"]. Control
-    /// characters are escaped as in JSON; the list of files is left out when there is none. Valid until the next call
-    /// on this object.
+    /// characters and line separators are escaped as in JSON, a byte that is not UTF-8 as "\xff"; the list of files is
+    /// left out when there is none. Valid until the next call on this object.
     const std::string& Flatten();
 
     /// As given to the constructor.

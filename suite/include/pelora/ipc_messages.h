@@ -85,21 +85,24 @@ struct TagIPCMessageItem {
 ///     48      dataLength
 ///     52      the name in UTF-8, then the data
 ///
-/// Threads: every operation may be called from any thread; posts go out one after the other. Nothing throws.
+/// A post never waits: a frame that the pipe has no room for goes out when the server reads, behind those before it. At
+/// most 256 frames and 1 MiB are under way. What a server had not taken when it went away goes to the next one, with
+/// the next post; what it had taken and not read is lost with it, and a frame of which it read a part comes again.
+///
+/// Threads: every operation may be called from any thread; frames go out in the order of the posts. Nothing throws.
 class PELORA_API IPCMessageClient {
 public:
-    /// Does not connect yet and never blocks. `reconnect`: a post after the server went away connects anew; otherwise
-    /// the first lost connection ends this client. `waitForServer`: a post waits up to 200 ms for a server or for one
-    /// of its instances to be free; otherwise it fails at once.
+    /// Does not connect yet. `reconnect`: a post after the server went away connects anew; otherwise the first lost
+    /// connection ends this client. `waitForServer`: without a server frames wait here for the first post that finds
+    /// one; otherwise such a post fails.
     IPCMessageClient(int clientId, bool reconnect, bool waitForServer, const std::wstring& pipeName);
-    /// Closes the connection. No post may be under way.
+    /// Closes the connection; frames that the pipe has not taken are lost. No post may be under way.
     ~IPCMessageClient();
     IPCMessageClient(const IPCMessageClient&) = delete;
     IPCMessageClient& operator=(const IPCMessageClient&) = delete;
 
-    /// True when the pipe has taken the whole frame. False: no server, a message that is too long or has a length
-    /// without data, or a server that did not read for 200 ms (the connection is given up then, as part of the frame
-    /// may be in it).
+    /// True when the frame is in the pipe or on its way into it. False, and the frame goes nowhere: no server, a
+    /// message that is too long or has a length without data, or too much under way to a server that does not read.
     bool PostIPCMessage(const TagIPCMessageItem& item) noexcept;
 
 private:

@@ -1,11 +1,10 @@
-#pragma once
-
 #include <chrono>
+
+#include "base/wall_clock.h"
 
 namespace tandor {
 
-// Milliseconds since 1970-01-01 UTC, rounded toward zero.
-inline unsigned long long WallClockMilliseconds() {
+unsigned long long WallClockMilliseconds() noexcept {
     using namespace std::chrono;
     return static_cast<unsigned long long>(duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count());
 }
