@@ -149,7 +149,7 @@ int main() {
     const Arguments arguments(words + (count < 2 ? count : 2), words + count);
     const std::map<std::wstring, int (*)(const Arguments&)> roles{
         {L"announce", Announce},
-        {L"check-records", tandor::test::CheckRecords},
+        {L"check-changes", tandor::test::CheckChanges},
         {L"commit-reports", CommitReports},
         {L"console-without", tandor::test::ConsoleWithout},
         {L"hold-file", HoldFile},
@@ -159,7 +159,7 @@ int main() {
         {L"outbox-put", OutboxPut},
         {L"screen-values", ScreenValues},
         {L"store-attributes", tandor::test::StoreAttributes},
-        {L"store-records", tandor::test::StoreRecords},
+        {L"store-changes", tandor::test::StoreChanges},
     };
     const auto role = count < 2 ? roles.end() : roles.find(words[1]);
     return role == roles.end() ? 2 : role->second(arguments);
