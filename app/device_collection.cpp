@@ -9,6 +9,8 @@ namespace {
 
 DM::DeviceMgr& Manager() { return DM::DeviceMgr::GetInstance(); }
 
+std::string Folder() { return FileInfo::GetPeloraCommDir() + "\\device"; }
+
 }  // namespace
 
 void DeviceCollection::Check(int status, const std::string& device, const std::string& attribute) const {
@@ -28,15 +30,20 @@ void DeviceCollection::Check(int status, const std::string& device, const std::s
         case DM::DEVICE_BAD_NAME:
             throw CommandError(named, "the name cannot be used", "names are not empty, and DeviceId is only read");
         case DM::DEVICE_TRUSTED:
-            throw CommandError(thing, "it is trusted", "delete it with --even-trusted");
+            throw CommandError(thing, "it is trusted", "forget it with --even-trusted");
         case DM::DEVICE_STORE_BUSY:
             throw CommandError(thing, "other programs keep the store busy", "try again");
         case DM::DEVICE_STORE_DAMAGED:
             throw CommandError(thing, "the store was damaged and has been set aside",
                                "a new one is begun; --follow shows where the old one lies");
+        case DM::DEVICE_STORE_LATER_VERSION:
+            throw CommandError(thing, "a later version of the suite wrote the store under " + Folder(),
+                               "use that version's tandorctl");
+        case DM::DEVICE_STORE_FULL:
+            throw CommandError(thing, "the disk has no room for the store under " + Folder(),
+                               "free some, then try again; what was stored before is as it was");
         default:
-            throw CommandError(thing, "the store under " + FileInfo::GetPeloraCommDir() + "\\device cannot be used",
-                               "--follow shows why");
+            throw CommandError(thing, "the store under " + Folder() + " cannot be used", "--follow shows why");
     }
 }
 

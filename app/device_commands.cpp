@@ -1,4 +1,5 @@
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 
@@ -8,6 +9,7 @@
 #include "base/decimal.h"
 #include "base/hex.h"
 #include "base/utf.h"
+#include "tandor/paired_device_config.h"
 
 namespace tandor::app {
 namespace {
@@ -46,6 +48,7 @@ struct Options {
     bool add = false;
     bool even_trusted = false;
     bool simple = false;
+    bool dry_run = false;
     std::string device, attribute, value, file;
 };
 
@@ -105,6 +108,10 @@ void Show(const Context& context, const Options& options) {
 
 void Set(const Options& options) {
     const DeviceCollection devices = In(options);
+    if (std::ranges::find(kMembers, options.attribute) == std::end(kMembers)) {
+        throw CommandError(options.attribute, "a device's record has no such member",
+                           "tandorctl device show lists those that it has; tandorctl device attr set writes others");
+    }
     if (options.add && !devices.Contains(options.device)) {
         BluetoothDeviceSummary record;
         record.DevName = options.device;
@@ -113,7 +120,7 @@ void Set(const Options& options) {
     devices.SetText(options.device, options.attribute, options.value);
 }
 
-void Get(const Context& context, const Options& options) {
+void GetAttribute(const Context& context, const Options& options) {
     const std::string value = In(options).Text(options.device, options.attribute);
     if (context.json) {
         return PrintJson({{"device", options.device}, {"attribute", options.attribute}, {"value", Shown(value)}});
@@ -121,7 +128,16 @@ void Get(const Context& context, const Options& options) {
     PrintLine(Shown(value));
 }
 
-void Export(const Options& options) {
+// A bound record that is there keeps what a summary does not tell, such as its times and its account.
+void Bind(const Options& options) {
+    const BluetoothDeviceSummary present = DeviceCollection(false).Record(options.device);
+    const bool bound = DeviceCollection(true).Contains(options.device)
+                           ? TandorConfig::SetKoPlayDevice(options.device, present)
+                           : TandorConfig::BackupCurrentDataToKoplayDevice(options.device);
+    if (!bound) throw CommandError("bound device '" + options.device + "'", "it was not stored", "--follow shows why");
+}
+
+void Export(const Context& context, const Options& options) {
     const auto records = In(options).Records();
     std::string text;
     if (options.simple) {
@@ -139,19 +155,107 @@ void Export(const Options& options) {
     }
     if (options.file.empty() || options.file == "-") return PrintLine(text);
     WriteOutput(options.file, text);
+    if (context.json) return PrintJson({{"written", records.size()}, {"file", options.file}});
     PrintLine(fmt::format("{} {} devices written to {}", records.size(), In(options).Kind(), options.file));
+}
+
+void ShowChanges(const Context& context, const std::vector<DeviceChange>& changes) {
+    Json document = Json::array();
+    for (const DeviceChange& change : changes) {
+        const std::string device = Shown(change.record.DeviceId);
+        const char* const kind = change.is_new ? "new" : change.members.empty() ? "unchanged" : "changed";
+        document.push_back({{"device", device}, {"change", kind}, {"members", change.members}});
+        if (context.json) continue;
+        const bool details = !change.is_new && !change.members.empty();
+        PrintLine(fmt::format("{}: {}{}{}", device, kind, details ? " in " : "",
+                              details ? fmt::format("{}", fmt::join(change.members, ", ")) : ""));
+    }
+    if (context.json) PrintJson(document);
 }
 
 void Import(const Context& context, const Options& options) {
     const auto records = RecordsToImport(options.file, ReadInput(options.file));
     const DeviceCollection devices = In(options);
+    const auto changes = ChangesByImport(records, devices.Records());
+    if (options.dry_run) return ShowChanges(context, changes);
     Progress progress("storing " + options.file);
-    for (std::size_t i = 0; i < records.size(); ++i) {
-        devices.SetRecord(records[i].DeviceId, records[i]);
-        progress.Show(i + 1, records.size());
+    for (std::size_t i = 0; i < changes.size(); ++i) {
+        if (changes[i].Changes()) devices.SetRecord(changes[i].record.DeviceId, changes[i].record);
+        progress.Show(i + 1, changes.size());
     }
     if (context.json) return PrintJson({{"stored", records.size()}});
     PrintLine(fmt::format("{} {} devices stored", records.size(), devices.Kind()));
+}
+
+using SharedOptions = std::shared_ptr<Options>;
+
+// A verb about one device.
+CLI::App* AddVerb(CLI::App& parent, const char* verb, const char* what, const char* example,
+                  const SharedOptions& options) {
+    CLI::App* const added = parent.add_subcommand(verb, what);
+    added->add_option("NAME", options->device, "The device's name in the store")->required();
+    added->footer(std::string("Example:\n  tandorctl device ") + example);
+    return added;
+}
+
+void AddRecordVerbs(CLI::App& device, Context& context, const SharedOptions& options) {
+    CLI::App* const list = device.add_subcommand("list", "The devices with their most important members");
+    list->footer("Example:\n  tandorctl device list --bound");
+    list->callback([options, &context] { List(context, *options); });
+
+    CLI::App* const show = AddVerb(device, "show", "One device: its record, and the attributes that the feature keeps",
+                                   "show \"Lena's phone\" --json", options);
+    show->callback([options, &context] { Show(context, *options); });
+
+    CLI::App* const set =
+        AddVerb(device, "set", "Write a member of the record", "set --new \"Lena's phone\" IsTrusted 1", options);
+    set->add_option("MEMBER", options->attribute, "The member's name, exact case")->required();
+    set->add_option("VALUE", options->value, "Text; numbers are decimal, flags 1 or 0")->required();
+    set->add_flag("--new", options->add, "Remember the device first if it is not there");
+    set->callback([options] { Set(*options); });
+
+    CLI::App* const forget =
+        AddVerb(device, "forget", "Delete a device and its attributes", "forget \"Lena's phone\"", options);
+    forget->add_flag("--even-trusted", options->even_trusted, "Also a bound device that is trusted");
+    forget->callback([options] { In(*options).Delete(options->device, options->even_trusted); });
+
+    CLI::App* const bind = AddVerb(device, "bind", "Make a present device a bound one, or refresh the bound one",
+                                   "bind \"Lena's phone\"", options);
+    bind->callback([options] { Bind(*options); });
+}
+
+void AddAttributeVerbs(CLI::App& device, Context& context, const SharedOptions& options) {
+    CLI::App* const attribute = device.add_subcommand("attr", "One attribute, or member of the record, of a device");
+    attribute->require_subcommand(1);
+    attribute->footer("Example:\n  tandorctl device attr get \"Lena's phone\" peerDeviceVersion");
+    CLI::App* const get = AddVerb(*attribute, "get", "Read it", "attr get \"Lena's phone\" IsTrusted", options);
+    CLI::App* const set =
+        AddVerb(*attribute, "set", "Write it", "attr set \"Lena's phone\" peerDeviceVersion 10.0.0.100", options);
+    for (CLI::App* const verb : {get, set}) {
+        verb->add_option("ATTRIBUTE", options->attribute, "The attribute's name, exact case")->required();
+    }
+    set->add_option("VALUE", options->value, "Text; numbers are decimal, flags 1 or 0")->required();
+    get->callback([options, &context] { GetAttribute(context, *options); });
+    set->callback([options] { In(*options).SetText(options->device, options->attribute, options->value); });
+}
+
+void AddFileVerbs(CLI::App& device, Context& context, const SharedOptions& options) {
+    CLI::App* const exporting = device.add_subcommand("export", "All devices as JSON text");
+    exporting->add_flag("--simple", options->simple, "The short form: type, summary, name, flags and time of pairing");
+    exporting->add_option("-o,--output", options->file, "A file instead of standard output")->type_name("FILE");
+    exporting->footer("Example:\n  tandorctl device export --output devices.json");
+    exporting->callback([options, &context] { Export(context, *options); });
+
+    CLI::App* const importing = device.add_subcommand("import", "Remember the devices of a JSON file in the full form");
+    importing->add_option("FILE", options->file, "The file, or - for standard input")->required();
+    importing->add_flag("--dry-run", options->dry_run, "Say what would change, change nothing");
+    importing->footer(
+        "Each device is kept under its DevName. Of one that is there, what the file does not tell stays: its share "
+        "type, its times, its attributes and so on.\n"
+        "A file with anything that cannot be used is refused as a whole. The devices are stored one by one: where the "
+        "store fails, those before it are stored, and importing again does the rest.\n"
+        "Example:\n  tandorctl device import devices.json --dry-run");
+    importing->callback([options, &context] { Import(context, *options); });
 }
 
 }  // namespace
@@ -166,48 +270,9 @@ void AddDeviceCommands(CLI::App& app, Context& context) {
         "  tandorctl device import devices.json --bound");
     const auto options = std::make_shared<Options>();
     device->add_flag("--bound", options->bound, "The bound (paired) devices instead of the present ones");
-
-    CLI::App* const list = device->add_subcommand("list", "The devices with their most important members");
-    list->footer("Example:\n  tandorctl device list --bound");
-    list->callback([options, &context] { List(context, *options); });
-
-    CLI::App* const show = device->add_subcommand("show", "Everything that is known of one device");
-    CLI::App* const set = device->add_subcommand("set", "Write an attribute, or the member of the record of that name");
-    CLI::App* const get = device->add_subcommand("get", "Read an attribute, or the member of the record of that name");
-    CLI::App* const remove = device->add_subcommand("delete", "Forget a device and its attributes");
-    for (CLI::App* const verb : {show, set, get, remove}) {
-        verb->add_option("NAME", options->device, "The device's name in the store")->required();
-    }
-    for (CLI::App* const verb : {set, get}) {
-        verb->add_option("ATTRIBUTE", options->attribute, "The attribute's name, exact case")->required();
-    }
-    set->add_option("VALUE", options->value, "Text; numbers are decimal, flags 1 or 0")->required();
-    set->add_flag("--new", options->add, "Remember the device first if it is not there");
-    remove->add_flag("--even-trusted", options->even_trusted, "Also a bound device that is trusted");
-    show->footer("Example:\n  tandorctl device show \"Lena's phone\" --json");
-    set->footer("Example:\n  tandorctl device set --new \"Lena's phone\" peerDeviceVersion 10.0.0.100");
-    get->footer("Example:\n  tandorctl device get \"Lena's phone\" IsTrusted");
-    remove->footer("Example:\n  tandorctl device delete \"Lena's phone\"");
-    show->callback([options, &context] { Show(context, *options); });
-    set->callback([options] { Set(*options); });
-    get->callback([options, &context] { Get(context, *options); });
-    remove->callback([options] { In(*options).Delete(options->device, options->even_trusted); });
-
-    CLI::App* const exporting = device->add_subcommand("export", "All devices as JSON text");
-    exporting->add_flag("--simple", options->simple, "The short form: type, summary, name, flags and time of pairing");
-    exporting->add_option("-o,--output", options->file, "A file instead of standard output")->type_name("FILE");
-    exporting->footer("Example:\n  tandorctl device export --output devices.json");
-    exporting->callback([options] { Export(*options); });
-
-    CLI::App* const importing =
-        device->add_subcommand("import", "Remember the devices of a JSON file in the full form");
-    importing->add_option("FILE", options->file, "The file, or - for standard input")->required();
-    importing->footer(
-        "Each device is kept under its DevName; the attributes of one that is there stay, and its share type becomes "
-        "1.\n"
-        "A file with anything that cannot be used is refused as a whole.\n"
-        "Example:\n  tandorctl device import devices.json --bound");
-    importing->callback([options, &context] { Import(context, *options); });
+    AddRecordVerbs(*device, context, options);
+    AddAttributeVerbs(*device, context, options);
+    AddFileVerbs(*device, context, options);
 }
 
 }  // namespace tandor::app

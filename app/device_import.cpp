@@ -1,6 +1,7 @@
 #include "app/device_import.h"
 
 #include <algorithm>
+#include <map>
 #include <set>
 
 #include "app/command.h"
@@ -71,6 +72,32 @@ private:
     const Json& object_;
 };
 
+// Takes over what a summary tells; returns the names of the members that it changed.
+std::vector<std::string> TakeOver(const BluetoothDeviceSummary& from, BluetoothDeviceSummary& to) {
+    using Record = BluetoothDeviceSummary;
+    std::vector<std::string> changed;
+    const auto take = [&](const char* name, auto member) {
+        if (to.*member == from.*member) return;
+        to.*member = from.*member;
+        changed.emplace_back(name);
+    };
+    take("DevType", &Record::DevType);
+    take("Summary", &Record::Summary);
+    take("DevName", &Record::DevName);
+    take("UserName", &Record::UserName);
+    take("NickName", &Record::NickName);
+    take("MacAddr", &Record::MacAddr);
+    take("MacAddrInt", &Record::MacAddrInt);
+    take("IsReverseChannel", &Record::IsReverseChannel);
+    take("IsPaired", &Record::IsPaired);
+    take("IsWifi5GAbility", &Record::IsWifi5GAbility);
+    take("IsAuthor", &Record::IsAuthor);
+    take("ModelName", &Record::ModelName);
+    take("PeerUuid", &Record::PeerUuid);
+    take("IsTrusted", &Record::IsTrusted);
+    return changed;
+}
+
 }  // namespace
 
 std::vector<BluetoothDeviceSummary> RecordsToImport(const std::string& file, const std::string& text) {
@@ -88,6 +115,22 @@ std::vector<BluetoothDeviceSummary> RecordsToImport(const std::string& file, con
         if (!names.insert(records[i].DeviceId).second) element.Refuse("DevName", "an element before has the same");
     }
     return records;
+}
+
+std::vector<DeviceChange> ChangesByImport(const std::vector<BluetoothDeviceSummary>& imported,
+                                          const std::vector<BluetoothDeviceSummary>& stored) {
+    std::map<std::string_view, const BluetoothDeviceSummary*> known;
+    for (const BluetoothDeviceSummary& record : stored) known.emplace(record.DeviceId, &record);
+    std::vector<DeviceChange> changes;
+    for (const BluetoothDeviceSummary& record : imported) {
+        const auto found = known.find(record.DeviceId);
+        DeviceChange& change = changes.emplace_back();
+        change.is_new = found == known.end();
+        if (!change.is_new) change.record = *found->second;
+        change.record.DeviceId = record.DeviceId;
+        change.members = TakeOver(record, change.record);
+    }
+    return changes;
 }
 
 }  // namespace tandor::app

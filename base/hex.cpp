@@ -27,24 +27,29 @@ void WriteBlock(const unsigned char* in, int letters, char* out) {
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 16), digits(_mm_unpackhi_epi8(high, low)));
 }
 
-// All ones in the bytes from `first` to `last`, both below 128; bytes above 127 are negative and lie in no range.
-__m128i Within(__m128i bytes, char first, char last) {
-    return _mm_and_si128(_mm_cmpgt_epi8(bytes, _mm_set1_epi8(static_cast<char>(first - 1))),
-                         _mm_cmpgt_epi8(_mm_set1_epi8(static_cast<char>(last + 1)), bytes));
+// The values of sixteen digits, and whether all of them are digits. A digit's low nibble is its value, a letter's is 9
+// less.
+bool ReadDigits(const char* in, __m128i& values) {
+    const auto between = [](__m128i bytes, char first, char last) {
+        return _mm_and_si128(_mm_cmpgt_epi8(bytes, _mm_set1_epi8(static_cast<char>(first - 1))),
+                             _mm_cmpgt_epi8(_mm_set1_epi8(static_cast<char>(last + 1)), bytes));
+    };
+    const __m128i digits = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in));
+    const __m128i numerals = between(digits, '0', '9');
+    const __m128i letters = between(_mm_or_si128(digits, _mm_set1_epi8(0x20)), 'a', 'f');
+    values = _mm_add_epi8(_mm_and_si128(digits, _mm_set1_epi8(0x0F)), _mm_and_si128(letters, _mm_set1_epi8(9)));
+    return _mm_movemask_epi8(_mm_or_si128(numerals, letters)) == 0xFFFF;
 }
 
-// Decodes sixteen digits into eight bytes; false, and nothing written, when there is another character.
+// Thirty-two digits at a time; false when one of them is none.
 bool ReadBlock(const char* in, unsigned char* out) {
-    const __m128i text = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in));
-    const __m128i lower = _mm_or_si128(text, _mm_set1_epi8(0x20));
-    const __m128i numbers = Within(text, '0', '9'), letters = Within(lower, 'a', 'f');
-    if (_mm_movemask_epi8(_mm_or_si128(numbers, letters)) != 0xFFFF) return false;
-    const __m128i nibbles = _mm_or_si128(_mm_and_si128(numbers, _mm_sub_epi8(text, _mm_set1_epi8('0'))),
-                                         _mm_and_si128(letters, _mm_sub_epi8(lower, _mm_set1_epi8('a' - 10))));
-    // In each pair the first digit is the low byte: it goes up by four bits, the second comes down by a byte.
-    const __m128i pairs = _mm_or_si128(_mm_slli_epi16(nibbles, 4), _mm_srli_epi16(nibbles, 8));
-    const __m128i bytes = _mm_packus_epi16(_mm_and_si128(pairs, _mm_set1_epi16(0xFF)), _mm_setzero_si128());
-    _mm_storel_epi64(reinterpret_cast<__m128i*>(out), bytes);
+    __m128i first, second;
+    if (!ReadDigits(in, first) || !ReadDigits(in + kBlock, second)) return false;
+    const auto joined = [](__m128i values) {  // of each pair the first is the high nibble
+        return _mm_and_si128(_mm_or_si128(_mm_slli_epi16(values, 4), _mm_srli_epi16(values, 8)),
+                             _mm_set1_epi16(0x00FF));
+    };
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_packus_epi16(joined(first), joined(second)));
     return true;
 }
 
@@ -68,13 +73,13 @@ std::string HexFromBytes(std::string_view bytes, HexCase digits) {
 
 std::size_t ReadHex(std::string_view digits, unsigned char* out) {
     const std::size_t size = digits.size() / 2;
-    std::size_t done = 0;
-    while (size - done >= kBlock / 2 && ReadBlock(digits.data() + 2 * done, out + done)) done += kBlock / 2;
-    for (; done < size; ++done) {
-        const int high = HexValue(digits[2 * done]);
-        const int low = HexValue(digits[2 * done + 1]);
-        if ((high | low) < 0) break;
-        out[done] = static_cast<unsigned char>(high << 4 | low);
+    std::size_t i = 0;
+    while (size - i >= kBlock && ReadBlock(digits.data() + 2 * i, out + i)) i += kBlock;
+    for (; i < size; ++i) {
+        const int high = HexValue(digits[2 * i]);
+        const int low = HexValue(digits[2 * i + 1]);
+        if ((high | low) < 0) return i;
+        out[i] = static_cast<unsigned char>(high << 4 | low);
     }
     return done;
 }

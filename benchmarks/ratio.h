@@ -42,6 +42,7 @@ void Compare(const std::string& operation, const std::string& baseline, Target t
 // The families' rows, each in benchmarks/<family>/.
 void AddConcurrency();
 void AddDevice();
+void AddDeviceStore();  // by AddDevice
 void AddFoundation();
 void AddLoading();
 void AddLogging();

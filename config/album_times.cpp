@@ -3,7 +3,7 @@
 #include <optional>
 
 #include "base/decimal.h"
-#include "config/device_access.h"
+#include "config/device_attributes.h"
 #include "foundation/sharing_key.h"
 #include "pelora/registry.h"
 #include "tandor/paired_device_config.h"
@@ -12,14 +12,14 @@ namespace {
 
 using tandor::kInfo;
 using tandor::LogMessage;
+using namespace tandor::attribute;
 
 constexpr unsigned long long kLongTime = 7 * 24 * 60 * 60;  // s
-constexpr const wchar_t* kFirstOpen = L"FirstAlbumOpenTime";
-constexpr const wchar_t* kLastOpen = L"LastAlbumOpenTime";
+using TextAttribute = tandor::Attribute<std::string>;
 
 struct Album {
-    const wchar_t* timespan;   // attribute: seconds that it was open in all
-    const wchar_t* open_time;  // registry: since when it is open
+    const TextAttribute& timespan;  // seconds that it was open in all
+    const wchar_t* open_time;       // registry: since when it is open
     const wchar_t* function;
 };
 
@@ -32,14 +32,10 @@ unsigned long long Now() {
 // A clock that was set back counts no seconds.
 unsigned long long Between(unsigned long long begin, unsigned long long end) { return end > begin ? end - begin : 0; }
 
-std::optional<unsigned long long> Seconds(const std::string& device, const wchar_t* key) {
+std::optional<unsigned long long> Seconds(const std::string& device, const TextAttribute& row) {
     std::string text;
-    if (tandor::ReadAttribute(device, key, text) != DM::DEVICE_OK) return std::nullopt;
+    if (row.Fetch(device, text) != DM::DEVICE_OK) return std::nullopt;
     return tandor::ParseDecimal<unsigned long long>(text);
-}
-
-int Store(const std::string& device, const wchar_t* key, unsigned long long seconds) {
-    return tandor::StoreAttribute(device, key, std::to_string(seconds));
 }
 
 bool Open(const Album& album, unsigned long long now) {
@@ -58,8 +54,8 @@ bool Close(const std::string& device, const Album& album, unsigned long long now
         return false;
     }
     const unsigned long long span = Seconds(device, album.timespan).value_or(0) + Between(*opened, now);
-    const int result = Store(device, album.timespan, span);
-    LogMessage(kInfo, album.function, L"save ", album.timespan, L"=", span, L" ,ret:", result);
+    const int result = album.timespan.Store(device, std::to_string(span));
+    LogMessage(kInfo, album.function, L"save ", album.timespan.key, L"=", span, L" ,ret:", result);
     return result == DM::DEVICE_OK &&
            DE::Registry::DeleteValue(DE::RegistryRoot::kUser, tandor::kSharingKey, album.open_time);
 }
@@ -69,9 +65,10 @@ bool Update(const std::string& device, bool opened, const Album& album) {
 }
 
 bool RememberOpening(const std::string& device, unsigned long long now, const wchar_t* function) {
-    const int first = Seconds(device, kFirstOpen) ? DM::DEVICE_OK : Store(device, kFirstOpen, now);
-    const int last = Store(device, kLastOpen, now);
-    LogMessage(kInfo, function, L"save ", kLastOpen, L"=", now, L" ,ret:", last);
+    const std::string text = std::to_string(now);
+    const int first = Seconds(device, kFirstAlbumOpen) ? DM::DEVICE_OK : kFirstAlbumOpen.Store(device, text);
+    const int last = kLastAlbumOpen.Store(device, text);
+    LogMessage(kInfo, function, L"save ", kLastAlbumOpen.key, L"=", now, L" ,ret:", last);
     return first == DM::DEVICE_OK && last == DM::DEVICE_OK;
 }
 
@@ -80,23 +77,23 @@ bool RememberOpening(const std::string& device, unsigned long long now, const wc
 bool TandorConfig::UpdateOpenAlbumTime(const std::string& deviceName, bool opened) {
     constexpr const wchar_t* kFunction = L"TandorConfig::UpdateOpenAlbumTime";
     if (opened && !RememberOpening(deviceName, Now(), kFunction)) return false;
-    return Update(deviceName, opened, {L"OpenAlbumTimespan", L"OpenAlbumTime", kFunction});
+    return Update(deviceName, opened, {kAlbumTimespan, L"OpenAlbumTime", kFunction});
 }
 
 bool TandorConfig::UpdateOpenMusicAlbumTime(const std::string& deviceName, bool opened) {
     return Update(deviceName, opened,
-                  {L"OpenMusicAlbumTimespan", L"OpenMusicAlbumTime", L"TandorConfig::UpdateOpenMusicAlbumTime"});
+                  {kMusicAlbumTimespan, L"OpenMusicAlbumTime", L"TandorConfig::UpdateOpenMusicAlbumTime"});
 }
 
 bool TandorConfig::UpdateOpenVideoTime(const std::string& deviceName, bool opened) {
-    return Update(deviceName, opened, {L"OpenVideoTimespan", L"OpenVideoTime", L"TandorConfig::UpdateOpenVideoTime"});
+    return Update(deviceName, opened, {kVideoTimespan, L"OpenVideoTime", L"TandorConfig::UpdateOpenVideoTime"});
 }
 
 bool TandorConfig::IsLongTimeAfterLastAlbumOpen(const std::string& deviceName) {
-    auto last = Seconds(deviceName, kLastOpen);
-    if (!last) last = Seconds(deviceName, kFirstOpen);
+    auto last = Seconds(deviceName, kLastAlbumOpen);
+    if (!last) last = Seconds(deviceName, kFirstAlbumOpen);
     const bool long_time = last && Between(*last, Now()) > kLongTime;
-    LogMessage(kInfo, L"TandorConfig::IsLongTimeAfterLastAlbumOpen", L"get ", kLastOpen, L"=", last.value_or(0),
-               L",long time:", long_time);
+    LogMessage(kInfo, L"TandorConfig::IsLongTimeAfterLastAlbumOpen", L"get ", kLastAlbumOpen.key, L"=",
+               last.value_or(0), L",long time:", long_time);
     return long_time;
 }

@@ -4,7 +4,7 @@
 #include "base/decimal.h"
 #include "base/hex.h"
 #include "base/utf.h"
-#include "config/device_access.h"
+#include "config/device_attributes.h"
 #include "tandor/paired_device_config.h"
 
 namespace {
@@ -13,8 +13,8 @@ using tandor::Devices;
 using tandor::kInfo;
 using tandor::LogMessage;
 using tandor::Report;
+using tandor::attribute::kKeyStore;
 
-constexpr const wchar_t* kKeyStore = L"hks_keystore";
 constexpr std::size_t kSha256Digits = 64;
 
 // The members that the device itself tells, DevType to IsTrusted.
@@ -170,10 +170,9 @@ int TandorConfig::GetShieldDevicesNumber() {
 }
 
 bool TandorConfig::DeleteKoPlayDeviceBySummary(const std::string& summary, bool deleteTrustDevice) {
-    const int result = Devices().DeleteBoundDeviceInfo(summary, deleteTrustDevice);
-    LogMessage(kInfo, L"TandorConfig::DeleteKoPlayDeviceBySummary", L"DeleteKoPlayDeviceBySummary, deleteTrustDevice:",
-               deleteTrustDevice, L" ,ret:", result);
-    return result == DM::DEVICE_OK;
+    constexpr const wchar_t* kFunction = L"TandorConfig::DeleteKoPlayDeviceBySummary";
+    LogMessage(kInfo, kFunction, L"DeleteKoPlayDeviceBySummary, deleteTrustDevice:", deleteTrustDevice);
+    return Report(kFunction, L"delete bound device", Devices().DeleteBoundDeviceInfo(summary, deleteTrustDevice));
 }
 
 bool TandorConfig::GetBoundDeviceCoreLaneAbility(const std::string& deviceName) {
@@ -184,11 +183,9 @@ bool TandorConfig::GetBoundDeviceCoreLaneAbility(const std::string& deviceName) 
 }
 
 bool TandorConfig::GetKoPlayKeyStoreData(const std::string& deviceName, std::string& data) {
-    return Report(L"TandorConfig::GetKoPlayKeyStoreData", L"get keyStore",
-                  Devices().GetBoundDeviceInfoByName(deviceName, tandor::Utf8FromWide(kKeyStore), data));
+    return Report(L"TandorConfig::GetKoPlayKeyStoreData", kKeyStore.get, kKeyStore.Fetch(deviceName, data));
 }
 
 bool TandorConfig::SetKoPlayKeyStoreData(const std::string& deviceName, const std::string& data) {
-    return Report(L"TandorConfig::SetKoPlayKeyStoreData", L"save keyStore",
-                  Devices().SetBoundDeviceInfoByName(deviceName, tandor::Utf8FromWide(kKeyStore), data));
+    return Report(L"TandorConfig::SetKoPlayKeyStoreData", kKeyStore.save, kKeyStore.Store(deviceName, data));
 }

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 
 #include "base/utf.h"
 #include "foundation/message.h"
@@ -16,18 +15,6 @@ inline DM::DeviceMgr& Devices() { return DM::DeviceMgr::GetInstance(); }
 inline bool Report(const wchar_t* function, const wchar_t* text, int result) {
     LogMessage(kInfo, function, text, L" ,ret:", result);
     return result == DM::DEVICE_OK;
-}
-
-// A present device's attribute as the type that the call asks for. How that and the value in hand differ is part of
-// each attribute: the device manager converts.
-template <class Stored>
-int StoreAttribute(const std::string& device, std::wstring_view key, Stored value) {
-    return Devices().SetPresentDeviceInfoByName(device, Utf8FromWide(key), value);
-}
-
-template <class Stored>
-int ReadAttribute(const std::string& device, std::wstring_view key, Stored& value) {
-    return Devices().GetPresentDeviceInfoByName(device, Utf8FromWide(key), value);
 }
 
 // The record's flag once `result` says that it was read; `failed` is the text for when it was not.

@@ -1,129 +1,113 @@
-// The attribute members of TandorConfig. The types in which an attribute is written and read differ on purpose.
-#include "config/device_access.h"
+// The attribute members of TandorConfig over the table of attributes.
+#include "config/device_attributes.h"
 #include "tandor/paired_device_config.h"
 #include "tandor/text.h"
 
 namespace {
 
-using tandor::Devices;
+namespace attribute = tandor::attribute;
 using tandor::kInfo;
 using tandor::LogMessage;
-using tandor::ReadAttribute;
-using tandor::StoreAttribute;
-
-constexpr const wchar_t* kApkVersionNotMatch = L"ApkVersionNotMatch";
-constexpr const wchar_t* kIsPhoneMirrorSupported = L"IsPhoneMirrorSupported";
-constexpr const wchar_t* kPairedIsAuthorized = L"PairedIsAuthorized";
-constexpr const wchar_t* kPairedDeviceIsTrusted = L"PairedDeviceIsTrusted";
-constexpr const wchar_t* kDevicePairedTime = L"DevicePairedTime";
-constexpr const wchar_t* kDevicePairedTimeCycle = L"DevicePairedTimeCycle";
-constexpr const wchar_t* kPairedDeviceIsReconnect = L"PairedDeviceIsReconnect";
-constexpr const wchar_t* kReconnectPermit = L"pairedDeviceReconnectPermit";
-constexpr const wchar_t* kBussUseState = L"PairedDeviceBussUseState";
-constexpr const wchar_t* kSyncSwitch = L"MultiDeviceSyncSwitch";
-
-// What a setter or getter is: the attribute, the text before the value, and the function's name.
-struct Access {
-    const wchar_t* key;
-    const wchar_t* text;
-    const wchar_t* function;
-    const wchar_t* before_result = L" ,ret:";
-};
 
 // `shown` is what the log says of the value.
-template <class Stored, class Shown>
-bool Save(const std::string& device, const Access& access, const Stored& value, const Shown& shown) {
-    const int result = StoreAttribute<Stored>(device, access.key, value);
-    LogMessage(kInfo, access.function, access.text, shown, access.before_result, result);
+template <class Attribute, class Shown>
+bool Save(const Attribute& row, const std::string& device, const typename Attribute::Value& value, const Shown& shown,
+          const wchar_t* function) {
+    const int result = row.Store(device, value);
+    LogMessage(kInfo, function, row.save, shown, row.before_ret, result);
     return result == DM::DEVICE_OK;
 }
 
-template <class Stored>
-bool Save(const std::string& device, const Access& access, const Stored& value) {
-    return Save(device, access, value, value);
+template <class Attribute>
+bool Save(const Attribute& row, const std::string& device, const typename Attribute::Value& value,
+          const wchar_t* function) {
+    return Save(row, device, value, value, function);
 }
 
-template <class Stored>
-Stored Load(const std::string& device, const Access& access, Stored value) {
-    ReadAttribute(device, access.key, value);  // a read that fails leaves the initial value
-    LogMessage(kInfo, access.function, access.text, value);
+// False, with the row's line, when nothing was saved; the caller says what is to be said of the other case.
+template <class Attribute>
+bool SaveOrComplain(const Attribute& row, const std::string& device, const typename Attribute::Value& value,
+                    const wchar_t* function) {
+    const bool saved = row.Store(device, value) == DM::DEVICE_OK;
+    if (!saved) LogMessage(kInfo, function, row.not_saved);
+    return saved;
+}
+
+// The value, or the row's initial one when it cannot be read.
+template <class Attribute>
+typename Attribute::Result Load(const Attribute& row, const std::string& device, const wchar_t* function) {
+    typename Attribute::Result value = row.initial;
+    [[maybe_unused]] const int failure_leaves_the_initial_value = row.Fetch(device, value);
+    LogMessage(kInfo, function, row.get, value);
     return value;
 }
 
 // Asks by setting: the device manager may change the value that it takes by reference.
-bool SetAndJudge(const std::string& device, const wchar_t* key, const wchar_t* function) {
+template <class Attribute>
+bool SetAndJudge(const Attribute& row, const std::string& device, const wchar_t* function) {
     bool value = false;
-    const int result = Devices().SetPresentDeviceInfoByName(device, tandor::Utf8FromWide(key), value);
-    LogMessage(kInfo, function, L"get isAuthorized=", value, L" ,ret:", result);
+    const int result = tandor::Devices().SetPresentDeviceInfoByName(device, tandor::Utf8FromWide(row.key), value);
+    LogMessage(kInfo, function, row.get, value, row.before_ret, result);
     return value && result == DM::DEVICE_OK;
+}
+
+bool IsSyncSwitch(Tandor::DeviceStateType type, const wchar_t* unknown, const wchar_t* function) {
+    if (type == Tandor::DeviceStateType::MULTI_DEVICE_SYNC_SWITCH) return true;
+    LogMessage(kInfo, function, unknown, type);
+    return false;
 }
 
 }  // namespace
 
 void TandorConfig::SetApkVersionNotMatch(const std::string& deviceName, bool value) {
-    if (StoreAttribute(deviceName, kApkVersionNotMatch, value) == DM::DEVICE_OK) return;
-    LogMessage(kInfo, L"TandorConfig::SetApkVersionNotMatch",
-               L"SetApkVersionNotMatch SetPresentDeviceInfoByName failed.");
+    SaveOrComplain(attribute::kApkVersionNotMatch, deviceName, value, L"TandorConfig::SetApkVersionNotMatch");
 }
 
 bool TandorConfig::IsApkVersionNotMatch(const std::string& deviceName) {
-    return Load(deviceName, {kApkVersionNotMatch, L"get apkVersionNotMatch=", L"TandorConfig::IsApkVersionNotMatch"},
-                0) != 0;
+    return Load(attribute::kApkVersionNotMatch, deviceName, L"TandorConfig::IsApkVersionNotMatch") != 0;
 }
 
 void TandorConfig::SetPairDeviceConnect(const std::string& deviceName, bool value) {
-    if (StoreAttribute(deviceName, L"isConnected", value ? 1 : 0) == DM::DEVICE_OK) return;
-    LogMessage(kInfo, L"TandorConfig::SetPairDeviceConnect",
-               L"SetPairDeviceConnect  SetPresentDeviceInfoByName failed.");
+    SaveOrComplain(attribute::kConnect, deviceName, value ? 1 : 0, L"TandorConfig::SetPairDeviceConnect");
 }
 
 bool TandorConfig::SetPairDevicebluetoothName(const std::string& deviceName, const std::string& bluetoothName) {
-    return Save(deviceName, {L"devName", L"save bluetoothName=", L"TandorConfig::SetPairDevicebluetoothName"},
-                bluetoothName, TandorUtilClass::SenstiveContent(tandor::WideFromUtf8Lossy(bluetoothName)));
+    return Save(attribute::kBluetoothName, deviceName, bluetoothName,
+                TandorUtilClass::SenstiveContent(tandor::WideFromUtf8Lossy(bluetoothName)),
+                L"TandorConfig::SetPairDevicebluetoothName");
 }
 
 bool TandorConfig::SetIsPhoneMirrorSupported(const std::string& deviceName, bool value) {
-    return Save(deviceName,
-                {kIsPhoneMirrorSupported, L"save phoneMirrorSupported=", L"TandorConfig::SetIsPhoneMirrorSupported"},
-                value);
+    return Save(attribute::kPhoneMirror, deviceName, value, L"TandorConfig::SetIsPhoneMirrorSupported");
 }
 
 bool TandorConfig::GetIsPhoneMirrorSupported(const std::string& deviceName) {
-    return Load(deviceName,
-                {kIsPhoneMirrorSupported, L"get phoneMirrorSupported=", L"TandorConfig::GetIsPhoneMirrorSupported"},
-                0) != 0;
+    return Load(attribute::kPhoneMirror, deviceName, L"TandorConfig::GetIsPhoneMirrorSupported") != 0;
 }
 
 bool TandorConfig::SetIsFileSystemSupported(const std::string& deviceName, bool value) {
-    return Save(deviceName,
-                {L"IsFileSystemSupported", L"save FileSystemSupporte=", L"TandorConfig::SetIsFileSystemSupported"},
-                value);
+    return Save(attribute::kFileSystem, deviceName, value, L"TandorConfig::SetIsFileSystemSupported");
 }
 
 bool TandorConfig::SetPairedIsAuthorized(const std::string& deviceName, bool value) {
-    return Save(deviceName, {kPairedIsAuthorized, L"save isAuthorized=", L"TandorConfig::SetPairedIsAuthorized"},
-                value);
+    return Save(attribute::kAuthorized, deviceName, value, L"TandorConfig::SetPairedIsAuthorized");
 }
 
 bool TandorConfig::GetPairedIsAuthorized(const std::string& deviceName) {
-    return SetAndJudge(deviceName, kPairedIsAuthorized, L"TandorConfig::GetPairedIsAuthorized");
+    return SetAndJudge(attribute::kAuthorized, deviceName, L"TandorConfig::GetPairedIsAuthorized");
 }
 
 bool TandorConfig::GetPairedDevConnectState(const std::string& deviceName) {
-    return SetAndJudge(deviceName, L"IsConnected", L"TandorConfig::GetPairedDevConnectState");
+    return SetAndJudge(attribute::kConnectState, deviceName, L"TandorConfig::GetPairedDevConnectState");
 }
 
 bool TandorConfig::SetDevicePairedTimeCycle(const std::string& deviceName, bool trusted,
                                             const unsigned long long& pairedTime, const unsigned long long& timeCycle) {
     constexpr const wchar_t* kFunction = L"TandorConfig::SetDevicePairedTimeCycle";
-    constexpr const wchar_t* kRet = L", ret: ";
-    const bool trust_saved =
-        Save(deviceName, {kPairedDeviceIsTrusted, L"save trustedValue=", kFunction, kRet}, trusted ? 1 : 0);
-    const bool time_saved = Save(deviceName, {kDevicePairedTime, L"save pairedTime= ", kFunction, kRet},
-                                 std::to_wstring(pairedTime), pairedTime);
-    const bool cycle_saved = Save(deviceName, {kDevicePairedTimeCycle, L"save timeCycle= ", kFunction, kRet},
-                                  std::to_wstring(timeCycle), timeCycle);
-    return trust_saved && time_saved && cycle_saved;
+    const bool trust = Save(attribute::kTrusted, deviceName, trusted ? 1 : 0, kFunction);
+    const bool time = Save(attribute::kPairedTime, deviceName, std::to_wstring(pairedTime), kFunction);
+    const bool cycle = Save(attribute::kPairedTimeCycle, deviceName, std::to_wstring(timeCycle), kFunction);
+    return trust && time && cycle;
 }
 
 bool TandorConfig::GetDevicePairedTimeCycle(const std::string& deviceName, bool& trusted,
@@ -131,65 +115,55 @@ bool TandorConfig::GetDevicePairedTimeCycle(const std::string& deviceName, bool&
     trusted = false;
     pairedTime = 0;
     timeCycle = 0;
-    const bool trust_read = ReadAttribute(deviceName, kPairedDeviceIsTrusted, trusted) == DM::DEVICE_OK;
-    LogMessage(kInfo, L"TandorConfig::GetDevicePairedTimeCycle", L"get trustedValue=", trusted);
-    const bool time_read = ReadAttribute(deviceName, kDevicePairedTime, pairedTime) == DM::DEVICE_OK;
-    const bool cycle_read = ReadAttribute(deviceName, kDevicePairedTimeCycle, timeCycle) == DM::DEVICE_OK;
-    return trust_read && time_read && cycle_read;
+    const bool trust = attribute::kTrusted.Fetch(deviceName, trusted) == DM::DEVICE_OK;
+    LogMessage(kInfo, L"TandorConfig::GetDevicePairedTimeCycle", attribute::kTrusted.get, trusted);
+    const bool time = attribute::kPairedTime.Fetch(deviceName, pairedTime) == DM::DEVICE_OK;
+    const bool cycle = attribute::kPairedTimeCycle.Fetch(deviceName, timeCycle) == DM::DEVICE_OK;
+    return trust && time && cycle;
 }
 
 bool TandorConfig::SetIsReConnectSupported(const std::string& deviceName, bool value) {
-    return Save(deviceName, {kPairedDeviceIsReconnect, L"save IsReconnect=", L"TandorConfig::SetIsReConnectSupported"},
-                value ? 1 : 0);
+    return Save(attribute::kReconnect, deviceName, value ? 1 : 0, L"TandorConfig::SetIsReConnectSupported");
 }
 
 bool TandorConfig::GetIsReConnectSupported(const std::string& deviceName) {
-    return Load(deviceName, {kPairedDeviceIsReconnect, L"get IsReconnect=", L"TandorConfig::GetIsReConnectSupported"},
-                true);
+    return Load(attribute::kReconnect, deviceName, L"TandorConfig::GetIsReConnectSupported");
 }
 
 void TandorConfig::SetReconnectPermission(const std::string& deviceName, bool permit) {
     constexpr const wchar_t* kFunction = L"TandorConfig::SetReconnectPermission";
-    if (StoreAttribute(deviceName, kReconnectPermit, permit) != DM::DEVICE_OK) {
-        return LogMessage(kInfo, kFunction, L"SetValue of reconnect_permit failed");
-    }
-    LogMessage(kInfo, kFunction, L"save reconnect_permit=", permit);
+    if (!SaveOrComplain(attribute::kReconnectPermit, deviceName, permit, kFunction)) return;
+    LogMessage(kInfo, kFunction, attribute::kReconnectPermit.save, permit);
 }
 
 bool TandorConfig::GetReconnectPermission(const std::string& deviceName) {
     constexpr const wchar_t* kFunction = L"TandorConfig::GetReconnectPermission";
     std::string permit;
-    if (ReadAttribute(deviceName, kReconnectPermit, permit) != DM::DEVICE_OK) {
+    if (attribute::kReconnectPermit.Fetch(deviceName, permit) != DM::DEVICE_OK) {
         LogMessage(kInfo, kFunction, L"read reconnect_permit failed, use default value:1");
         return true;
     }
-    LogMessage(kInfo, kFunction, L"get reconnect_permit=", permit);
+    LogMessage(kInfo, kFunction, attribute::kReconnectPermit.get, permit);
     return permit != "0" && permit != "false";
 }
 
 bool TandorConfig::SetBussinessUseState(const std::string& deviceName, bool value) {
-    Save(deviceName, {kBussUseState, L"save UseState=", L"TandorConfig::SetBussinessUseState"}, value);
+    Save(attribute::kBusinessUse, deviceName, value, L"TandorConfig::SetBussinessUseState");
     return true;
 }
 
 bool TandorConfig::GetBussinessUseState(const std::string& deviceName) {
-    return Load(deviceName, {kBussUseState, L"get UseState=", L"TandorConfig::GetBussinessUseState"}, false);
+    return Load(attribute::kBusinessUse, deviceName, L"TandorConfig::GetBussinessUseState");
 }
 
 bool TandorConfig::SetSyncDeviceState(const std::string& deviceName, Tandor::DeviceStateType type, int value) {
     constexpr const wchar_t* kFunction = L"TandorConfig::SetSyncDeviceState";
-    if (type != Tandor::DeviceStateType::MULTI_DEVICE_SYNC_SWITCH) {
-        LogMessage(kInfo, kFunction, L"SetSyncDeviceState unknown type=", type);
-        return false;
-    }
-    return Save(deviceName, {kSyncSwitch, L"SetSyncDeviceState MULTI_DEVICE_SYNC_SWITCH value=", kFunction}, value);
+    return IsSyncSwitch(type, L"SetSyncDeviceState unknown type=", kFunction) &&
+           Save(attribute::kSyncSwitch, deviceName, value, kFunction);
 }
 
 int TandorConfig::GetSyncDeviceState(const std::string& deviceName, Tandor::DeviceStateType type) {
     constexpr const wchar_t* kFunction = L"TandorConfig::GetSyncDeviceState";
-    if (type != Tandor::DeviceStateType::MULTI_DEVICE_SYNC_SWITCH) {
-        LogMessage(kInfo, kFunction, L"GetSyncDeviceState unknown type=", type);
-        return 0;
-    }
-    return Load(deviceName, {kSyncSwitch, L"GetSyncDeviceState MULTI_DEVICE_SYNC_SWITCH value=", kFunction}, 0);
+    if (!IsSyncSwitch(type, L"GetSyncDeviceState unknown type=", kFunction)) return 0;
+    return Load(attribute::kSyncSwitch, deviceName, kFunction);
 }

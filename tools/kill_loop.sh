@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Kills a program that stores device records and reports each, again and again, and looks after every kill whether the
-# store opens and holds all that was reported. A new store is begun after every 20 kills, so that its creation is
+# Kills a program that makes, changes and deletes devices and reports each step, again and again, and looks after every kill
+# whether the store opens and is as the reported steps left it. A new store is begun after every 20 kills, so that its creation is
 # killed as well.
 #   tools/kill_loop.sh [TIMES]        1000 unless told; TANDOR_SEED gives the moments
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -16,7 +16,7 @@ RANDOM=${TANDOR_SEED:-$SRANDOM}
 cd "$root/build/mingw-release/bin"
 child() { "$wine" test_child.exe "$1" "Z:$store/devices.db" "Z:$store/report"; }
 
-records=0 killed=0
+changes=0 killed=0
 for ((round = 1; round <= times; ++round)); do
     if ((round % 20 == 1)); then
         store=$WINEPREFIX/store-$round
@@ -24,14 +24,14 @@ for ((round = 1; round <= times; ++round)); do
         : >"$store/report"
         echo "kill $round of $times"
     fi
-    "$wine" test_child.exe store-records "Z:$store/devices.db" "Z:$store/report" & pid=$!
+    "$wine" test_child.exe store-changes "Z:$store/devices.db" "Z:$store/report" & pid=$!
     printf -v moment %03d $((RANDOM % 250))  # a subshell would draw from a place of its own
     sleep "0.$moment"
     if kill -9 $pid 2>/dev/null; then killed=$((killed + 1)); else fail "round $round: the program ended by itself"; fi
     { wait $pid; } 2>/dev/null || true
-    child check-records || fail "round $round: see above; the store is in $store"
-    if ((round % 20 == 0 || round == times)); then records=$((records + $(wc -l <"$store/report"))); fi
+    child check-changes || fail "round $round: see above; the store is in $store"
+    if ((round % 20 == 0 || round == times)); then changes=$((changes + $(wc -l <"$store/report"))); fi
     if [ -t 1 ]; then printf '\r%d of %d' "$round" "$times"; fi
     if compgen -G "$store/devices.damaged-*" >/dev/null; then fail "round $round: the store was set aside in $store"; fi
 done
-echo "$killed kills, $records records reported, none missing, the store opened every time"
+echo "$killed kills, $changes changes reported, none lost, the store opened every time"

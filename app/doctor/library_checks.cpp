@@ -20,9 +20,9 @@ namespace tandor::app {
 namespace {
 
 // What the libraries load of the system's when it is needed; no import table has them.
-constexpr const wchar_t* kOnFirstUse[] = {L"advapi32.dll", L"bcrypt.dll",   L"crypt32.dll", L"gdi32.dll",
-                                          L"gdiplus.dll",  L"newdev.dll",   L"ntdll.dll",   L"ole32.dll",
-                                          L"oleaut32.dll", L"setupapi.dll", L"user32.dll",  L"ws2_32.dll"};
+constexpr const wchar_t* kOnFirstUse[] = {
+    L"advapi32.dll", L"bcrypt.dll",   L"crypt32.dll",  L"gdi32.dll",  L"gdiplus.dll", L"newdev.dll",  L"ntdll.dll",
+    L"ole32.dll",    L"oleaut32.dll", L"setupapi.dll", L"user32.dll", L"ws2_32.dll",  L"wtsapi32.dll"};
 
 bool IsOfSystem(const std::filesystem::path& path) {
     return ::CompareStringOrdinal(path.parent_path().c_str(), -1, SystemFolder().c_str(), -1, TRUE) == CSTR_EQUAL;

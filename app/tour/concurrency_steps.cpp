@@ -5,11 +5,9 @@
 #include <set>
 #include <thread>
 
-#include "app/places.h"
 #include "app/tour.h"
+#include "app/tour/second_process.h"
 #include "base/utf.h"
-#include "base/win_error.h"
-#include "base/win_process.h"
 #include "tandor/operation_queue.h"
 #include "tandor/state_watch.h"
 #include "tandor/thread_pool.h"
@@ -29,38 +27,6 @@ std::uint64_t WaitUntil(Condition holds, const char* what) {
     }
     return ::GetTickCount64() - begin;
 }
-
-// This program once more, as another process of the suite, with a file for what it prints.
-class SecondProcess {
-public:
-    SecondProcess(const std::wstring& arguments, const std::filesystem::path& output) {
-        SECURITY_ATTRIBUTES inherited{sizeof(inherited), nullptr, TRUE};
-        const FileHandle file(::CreateFileW(output.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE,
-                                            &inherited, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
-        if (!file)
-            throw CommandError(TextOf(output), WindowsErrorText(::GetLastError()), "name another folder with --output");
-        STARTUPINFOW startup{};
-        startup.dwFlags = STARTF_USESTDHANDLES;
-        startup.hStdOutput = startup.hStdError = file.Get();
-        process_ = StartProcess(ProgramFile().c_str(), L"tandorctl " + arguments, startup);
-        if (!process_.handle)
-            throw CommandError("a second process", WindowsErrorText(::GetLastError()), "see 'tandorctl doctor'");
-    }
-    ~SecondProcess() { Kill(); }
-    SecondProcess(const SecondProcess&) = delete;
-    SecondProcess& operator=(const SecondProcess&) = delete;
-
-    void Kill() {
-        ::TerminateProcess(process_.handle.Get(), 1);
-        WaitForExit(process_, kPatience);
-    }
-    // Whether it ended by itself, and well.
-    [[nodiscard]] bool EndsWell() const { return WaitForExit(process_, kPatience) == DWORD{0}; }
-    [[nodiscard]] unsigned long Id() const { return process_.id; }
-
-private:
-    StartedProcess process_;
-};
 
 std::wstring LongForm(const std::filesystem::path& path) {
     wchar_t text[32768];

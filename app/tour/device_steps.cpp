@@ -6,6 +6,8 @@
 #include "app/command.h"
 #include "app/device_collection.h"
 #include "app/tour.h"
+#include "app/tour/second_process.h"
+#include "base/utf.h"
 #include "pelora/device_manager.h"
 #include "tandor/paired_device_config.h"
 
@@ -24,6 +26,15 @@ BluetoothDeviceSummary Phone() {
     phone.ModelName = "TOUR-1";
     phone.PeerUuid = "6f1c9a52-7c1e-4d0a-9b7e-000000000001";
     return phone;
+}
+
+// What another process reads of the phone.
+Json SeenByASecondProcess(const std::filesystem::path& output) {
+    const SecondProcess reader(L"--json device show \"" + WideFromUtf8(TourPhone()) + L"\"", output);
+    Expect(reader.EndsWell(), "the second process's look");
+    Json seen = Json::parse(ReadInput(TextOf(output)));
+    std::filesystem::remove(output);
+    return seen;
 }
 
 }  // namespace
@@ -56,6 +67,10 @@ void TourRemember(TourReport& report) {
     report.Result("present devices", std::to_string(records.size()), records.size());
     const auto listed = [](const BluetoothDeviceSummary& record) { return record.DeviceId == TourPhone(); };
     Expect(std::any_of(records.begin(), records.end(), listed), "the list of present devices");
+    const Json seen = SeenByASecondProcess(report.Folder() / L"zweiter Prozess 手机.json");
+    const std::string name = seen.at("record").at("DevName"), paired = seen.at("attributes").at("DevicePairedTime");
+    Expect(name == TourPhone() && paired == std::to_string(time), "what a second process reads");
+    report.Result("a second process reads", fmt::format("{}, paired at {}", name, paired));
 }
 
 void TourExport(TourReport& report) {

@@ -39,6 +39,19 @@ void CheckEqual(const Devices& devices) {
     }
 }
 
+void AddHexadecimal() {
+    for (const auto& [size, name] : {std::pair{std::size_t{64}, "64 B"}, {std::size_t{1024 * 1024}, "1 MB"}}) {
+        std::string bytes(size, '\0');
+        for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>(i * 7 + i / 256);
+        const std::string text = test::PlainHex(bytes);
+        if (Serialize::HexStringToBytes(text) != bytes || test::PlainBytes(text) != bytes)
+            throw std::logic_error("hexadecimal text: the outputs differ");
+        Compare(std::string("HexStringToBytes, ") + name, "isxdigit, substr and stoi for each byte", AtLeastAsFast(10),
+                Repeat([text] { return Serialize::HexStringToBytes(text); }),
+                Repeat([text] { return test::PlainBytes(text); }));
+    }
+}
+
 }  // namespace
 
 void AddDevice() {
@@ -54,6 +67,8 @@ void AddDevice() {
                 Repeat([text] { return Serialize::FromString(text); }),
                 Repeat([text] { return test::PlainFromString(text); }));
     }
+    AddHexadecimal();
+    AddDeviceStore();
 }
 
 }  // namespace tandor::bench

@@ -7,6 +7,7 @@
 #include <cctype>
 #include <limits>
 #include <string>
+#include <typeinfo>
 #include <vector>
 
 #include "tandor/device_summary.h"
@@ -98,13 +99,14 @@ inline std::vector<BluetoothDeviceSummary> PlainFromString(const std::string& te
     return devices;
 }
 
-// What reading gave: the records written again, or the error's text. Comparable as a whole.
+// What reading gave: the records written again, or the JSON library's error with its type, number and text. Comparable
+// as a whole. Another error is none that reading may give: it goes on.
 template <class Read>
 std::string Outcome(Read read, const std::string& text) {
     try {
         return PlainToString(read(text));
-    } catch (const std::exception& error) {
-        return error.what();
+    } catch (const nlohmann::json::exception& error) {
+        return std::string(typeid(error).name()) + " " + std::to_string(error.id) + " " + error.what();
     }
 }
 

@@ -35,6 +35,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::string out(size / 2, '\0');
     const std::size_t decoded = tandor::ReadHex(bytes, reinterpret_cast<unsigned char*>(out.data()));
     TANDOR_HOLDS(decoded <= size / 2);
+    for (std::size_t i = 0; i < decoded; ++i) {
+        const int high = tandor::HexValue(bytes[2 * i]), low = tandor::HexValue(bytes[2 * i + 1]);
+        TANDOR_HOLDS(high >= 0 && low >= 0 && static_cast<unsigned char>(out[i]) == high * 16 + low);
+    }
     TANDOR_HOLDS(decoded == size / 2 || tandor::HexValue(bytes[2 * decoded]) < 0 ||
                  tandor::HexValue(bytes[2 * decoded + 1]) < 0);
     TANDOR_HOLDS(TandorUtilClass::hexToDec(bytes) == Model(bytes));

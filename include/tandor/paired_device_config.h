@@ -161,8 +161,8 @@ public:
 
     /// Whether the bound device of that name is authorised (IsAuthor). False when the list cannot be read.
     static bool IsKoPlayDeviceAuthed(const std::string& deviceName);
-    /// Whether it is so by its account's SHA-256: IsSha256Auth is set and AuthDigest holds 64 hexadecimal digits. False
-    /// when the list cannot be read.
+    /// Whether it is authorised (IsAuthor) by its account's SHA-256: IsSha256Auth is set and AuthDigest holds 64
+    /// hexadecimal digits. False when the list cannot be read.
     static bool IsKoPlayDeviceSha256Authed(const std::string& deviceName);
     /// How many bound devices the user has shielded (ShieldState is not 0); 0 when the list cannot be read.
     static int GetShieldDevicesNumber();

@@ -123,4 +123,6 @@ int DeviceMgr::SetBoundDeviceInfoByName(const std::string& device, const std::st
     return impl_->Set(Collection::kBound, device, name, value);
 }
 
+int DeviceMgr::GetChangeCount(unsigned long long& count) noexcept { return impl_->store.ChangeCount(count); }
+
 }  // namespace DM

@@ -17,31 +17,39 @@ bool GoodName(const std::string& name) { return !name.empty() && name != kKeptNa
 
 }  // namespace
 
-DeviceStore::DeviceStore(std::filesystem::path file, Report report)
-    : file_(std::move(file)), report_(std::move(report)) {}
+DeviceStore::DeviceStore(std::filesystem::path file, Report report, std::chrono::milliseconds patience)
+    : file_(std::move(file)), report_(std::move(report)), patience_(patience) {}
 
 DeviceStore::~DeviceStore() = default;
 
-DeviceStore::Tables& DeviceStore::Opened() {
+DeviceStore::Tables& DeviceStore::Opened(Deadline deadline) {
     if (tables_) return *tables_;
     std::error_code ignored;  // the open below fails with the cause that matters
     std::filesystem::create_directories(file_.parent_path(), ignored);
-    tables_ = std::make_unique<Tables>(Utf8(file_));
-    told_.clear();
+    auto tables = std::make_unique<Tables>(Utf8(file_), deadline);
+    others_ = tables->ChangesOfOthers();
+    ++changes_;  // nobody counted what was changed while the file was closed
+    tables_ = std::move(tables);
     return *tables_;
 }
 
 template <class Operation>
-int DeviceStore::Run(Operation operation) noexcept {
+int DeviceStore::Run(Use use, Operation operation) noexcept {
     if (retired_) return DM::DEVICE_STORE_UNAVAILABLE;
     try {
-        const std::lock_guard lock(mutex_);
+        const Deadline deadline = std::chrono::steady_clock::now() + patience_;
+        std::unique_lock lock(mutex_, std::try_to_lock);
+        if (!lock && !lock.try_lock_until(deadline)) return DM::DEVICE_STORE_BUSY;
         try {
-            return operation(Opened());
+            Tables& tables = Opened(deadline);
+            tables.Connection().WaitUntil(deadline);
+            const int result = operation(tables);
+            if (result == DM::DEVICE_OK) Succeeded(use);
+            return result;
         } catch (const std::bad_alloc&) {
             throw;
         } catch (const std::exception& error) {
-            return Failed(error);
+            return Failed(use, deadline, error);
         }
     } catch (const std::bad_alloc&) {
         return DM::DEVICE_OUT_OF_MEMORY;
@@ -50,34 +58,44 @@ int DeviceStore::Run(Operation operation) noexcept {
     }
 }
 
-int DeviceStore::Failed(const std::exception& error) {
+// Reading says nothing of a store that cannot be written: what a writer was told stays told until one succeeds.
+void DeviceStore::Succeeded(Use use) {
+    if (use == Use::kWrite) ++changes_;
+    if (use == Use::kWrite || told_of_ == Use::kRead) told_.clear();
+}
+
+int DeviceStore::Failed(Use use, Deadline deadline, const std::exception& error) {
     if (dynamic_cast<const std::range_error*>(&error) != nullptr) {
-        Tell(error.what());
+        Tell(Use::kWrite, error.what());  // it takes a write to mend it
         return DM::DEVICE_VALUE_UNSUITABLE;
     }
     const auto* const sqlite = dynamic_cast<const SqliteError*>(&error);
-    if (sqlite != nullptr && sqlite->Damaged()) return SetAside(error.what());
-    Tell(error.what());
+    if (sqlite != nullptr && sqlite->Damaged()) return SetAside(use, deadline, error.what());
+    Tell(use, error.what());
     if (sqlite != nullptr && sqlite->Busy()) return DM::DEVICE_STORE_BUSY;
+    if (sqlite != nullptr && sqlite->Full()) return DM::DEVICE_STORE_FULL;
     tables_.reset();
-    return DM::DEVICE_STORE_UNAVAILABLE;
+    const bool later = dynamic_cast<const LaterVersion*>(&error) != nullptr;
+    return later ? DM::DEVICE_STORE_LATER_VERSION : DM::DEVICE_STORE_UNAVAILABLE;
 }
 
-void DeviceStore::Tell(const std::string& trouble) {
+void DeviceStore::Tell(Use use, const std::string& trouble) {
     if (trouble == told_) return;  // a store that stays as it is is reported once, not with each call
     told_ = trouble;
+    told_of_ = use;
     report_("device store " + Utf8(file_) + ": " + trouble);
 }
 
-int DeviceStore::SetAside(const std::string& cause) {
+int DeviceStore::SetAside(Use use, Deadline deadline, const std::string& cause) {
     tables_.reset();
-    const std::string done = SetAsideDamaged(file_, cause, [this] { Tables(Utf8(file_)).Connection().CheckWhole(); });
-    if (!done.empty()) Tell(done);
+    const std::string done =
+        SetAsideDamaged(file_, cause, [&] { Tables(Utf8(file_), deadline).Connection().CheckWhole(); });
+    if (!done.empty()) Tell(use, done);
     return DM::DEVICE_STORE_DAMAGED;
 }
 
 int DeviceStore::GetRecord(Collection collection, const std::string& device, BluetoothDeviceSummary& record) noexcept {
-    return Run([&](Tables& tables) {
+    return Run(Use::kRead, [&](Tables& tables) {
         auto found = tables.Record(collection, device);
         if (!found) return DM::DEVICE_NOT_FOUND;
         record = std::move(*found);
@@ -87,7 +105,7 @@ int DeviceStore::GetRecord(Collection collection, const std::string& device, Blu
 
 int DeviceStore::SetRecord(Collection collection, const std::string& device,
                            const BluetoothDeviceSummary& record) noexcept {
-    return Run([&](Tables& tables) {
+    return Run(Use::kWrite, [&](Tables& tables) {
         if (device.empty()) return DM::DEVICE_BAD_NAME;
         tables.SetRecord(collection, device, record);
         return DM::DEVICE_OK;
@@ -95,9 +113,9 @@ int DeviceStore::SetRecord(Collection collection, const std::string& device,
 }
 
 int DeviceStore::Delete(Collection collection, const std::string& device, bool even_trusted) noexcept {
-    return Run([&](Tables& tables) {
+    return Run(Use::kWrite, [&](Tables& tables) {
         Transaction transaction(tables.Connection());
-        if (!even_trusted && tables.Text(collection, device, "IsTrusted") == "1") return DM::DEVICE_TRUSTED;
+        if (!even_trusted && tables.Text(collection, device, "IsTrusted").text == "1") return DM::DEVICE_TRUSTED;
         if (!tables.Delete(collection, device)) return DM::DEVICE_NOT_FOUND;
         transaction.Commit();
         return DM::DEVICE_OK;
@@ -105,7 +123,7 @@ int DeviceStore::Delete(Collection collection, const std::string& device, bool e
 }
 
 int DeviceStore::List(Collection collection, std::vector<BluetoothDeviceSummary>& records) noexcept {
-    return Run([&](Tables& tables) {
+    return Run(Use::kRead, [&](Tables& tables) {
         records = tables.Records(collection);
         return DM::DEVICE_OK;
     });
@@ -113,27 +131,26 @@ int DeviceStore::List(Collection collection, std::vector<BluetoothDeviceSummary>
 
 int DeviceStore::GetText(Collection collection, const std::string& device, const std::string& name,
                          std::string& text) noexcept {
-    return Run([&](Tables& tables) {
-        if (name == kKeptName && tables.Contains(collection, device)) {
-            text = device;
-            return DM::DEVICE_OK;
-        }
+    return Run(Use::kRead, [&](Tables& tables) {
         auto found = tables.Text(collection, device, name);
-        if (!found && !tables.Contains(collection, device)) return DM::DEVICE_NOT_FOUND;
-        if (!found) {
+        if (!found.device) return DM::DEVICE_NOT_FOUND;
+        if (name == kKeptName) {
+            text = device;
+        } else if (found.text) {
+            text = std::move(*found.text);
+        } else {
             // Stored by an earlier version that did not know this member.
             const RecordMember* const member = FindRecordMember(name);
             if (member == nullptr) return DM::DEVICE_NO_ATTRIBUTE;
-            found = member->Text({});
+            text = member->Text({});
         }
-        text = std::move(*found);
         return DM::DEVICE_OK;
     });
 }
 
 int DeviceStore::SetText(Collection collection, const std::string& device, const std::string& name,
                          std::string_view text) noexcept {
-    return Run([&](Tables& tables) {
+    return Run(Use::kWrite, [&](Tables& tables) {
         if (!GoodName(name)) return DM::DEVICE_BAD_NAME;
         std::optional<std::string> normalized;
         if (const RecordMember* const member = FindRecordMember(name)) {
@@ -142,6 +159,16 @@ int DeviceStore::SetText(Collection collection, const std::string& device, const
             text = *normalized;
         }
         return tables.SetText(collection, device, name, text) ? DM::DEVICE_OK : DM::DEVICE_NOT_FOUND;
+    });
+}
+
+int DeviceStore::ChangeCount(unsigned long long& count) noexcept {
+    return Run(Use::kRead, [&](Tables& tables) {
+        const std::uint32_t others = tables.ChangesOfOthers();
+        changes_ += others - others_;
+        others_ = others;
+        count = changes_;
+        return DM::DEVICE_OK;
     });
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -17,13 +18,15 @@ namespace pelora {
 enum class Collection : int { kPresent = 0, kBound = 1 };
 
 // Every operation returns a DM::DeviceStatus, is atomic, and may be called from any thread. The file is opened with the
-// first one, and anew after a failure.
+// first one, and anew after a failure. One that finds the file held waits at most `patience` for processes and threads
+// together.
 class DeviceStore {
 public:
-    // Hears, once, what is wrong with the file. Must not throw.
+    // Hears, once until an operation succeeds again, what is wrong with the file. Must not throw.
     using Report = std::function<void(const std::string& trouble)>;
 
-    DeviceStore(std::filesystem::path file, Report report);
+    DeviceStore(std::filesystem::path file, Report report,
+                std::chrono::milliseconds patience = std::chrono::milliseconds(kPatience));
     ~DeviceStore();
     DeviceStore(const DeviceStore&) = delete;
     DeviceStore& operator=(const DeviceStore&) = delete;
@@ -41,22 +44,33 @@ public:
     int SetText(Collection collection, const std::string& device, const std::string& name,
                 std::string_view text) noexcept;
 
+    // A count that only grows, by every change that anyone makes to either collection; sometimes without one.
+    int ChangeCount(unsigned long long& count) noexcept;
+
 private:
     class Tables;
+    using Deadline = std::chrono::steady_clock::time_point;
+    enum class Use { kRead, kWrite };
+    static constexpr int kPatience = 10'000;  // ms
 
     template <class Operation>
-    int Run(Operation operation) noexcept;
-    Tables& Opened();
-    int Failed(const std::exception& error);
-    int SetAside(const std::string& cause);
-    void Tell(const std::string& trouble);
+    int Run(Use use, Operation operation) noexcept;
+    Tables& Opened(Deadline deadline);
+    void Succeeded(Use use);
+    int Failed(Use use, Deadline deadline, const std::exception& error);
+    int SetAside(Use use, Deadline deadline, const std::string& cause);
+    void Tell(Use use, const std::string& trouble);
 
     std::filesystem::path file_;
     Report report_;
+    std::chrono::milliseconds patience_;
     std::atomic<bool> retired_{false};
-    std::mutex mutex_;
+    std::timed_mutex mutex_;
     std::unique_ptr<Tables> tables_;
     std::string told_;
+    Use told_of_ = Use::kRead;
+    unsigned long long changes_ = 0;
+    std::uint32_t others_ = 0;  // what the tables said last of the changes of others
 };
 
 }  // namespace pelora

@@ -36,21 +36,24 @@ struct DeviceStore::Tables::Statements {
           list(database.Prepare("SELECT device.id, device.name, attribute.name, value FROM device"
                                 " LEFT JOIN attribute ON attribute.device=device.id"
                                 " WHERE collection=?1 ORDER BY device.name")),
-          text(database.Prepare("SELECT value FROM attribute JOIN device ON attribute.device=device.id"
-                                " WHERE collection=?1 AND device.name=?2 AND attribute.name=?3")),
+          text(database.Prepare("SELECT value FROM device"
+                                " LEFT JOIN attribute ON attribute.device=device.id AND attribute.name=?3"
+                                " WHERE collection=?1 AND device.name=?2")),
           set_text(database.Prepare("INSERT INTO attribute (device, name, value) SELECT id, ?3, ?4 FROM device"
                                     " WHERE collection=?1 AND name=?2"
                                     " ON CONFLICT (device, name) DO UPDATE SET value=excluded.value")),
           set_member(database.Prepare("INSERT INTO attribute (device, name, value) VALUES (?1, ?2, ?3)"
                                       " ON CONFLICT (device, name) DO UPDATE SET value=excluded.value"
-                                      " WHERE value<>excluded.value")) {}
+                                      " WHERE value<>excluded.value")),
+          data_version(database.Prepare("PRAGMA data_version")) {}
 
-    Statement find, add, remove, members, list, text, set_text, set_member;
+    Statement find, add, remove, members, list, text, set_text, set_member, data_version;
 };
 
 void DeviceStore::Tables::Destroy::operator()(Statements* statements) const noexcept { delete statements; }
 
-DeviceStore::Tables::Tables(const std::string& utf8_path) : database_(utf8_path) {
+DeviceStore::Tables::Tables(const std::string& utf8_path, Deadline deadline)
+    : database_(utf8_path, MillisecondsUntil(deadline)) {
     CreateTables();
     statements_.reset(new Statements(database_));
 }
@@ -58,8 +61,8 @@ DeviceStore::Tables::Tables(const std::string& utf8_path) : database_(utf8_path)
 void DeviceStore::Tables::CreateTables() {
     const std::int64_t version = database_.Number("PRAGMA user_version");
     if (version > kVersion) {
-        throw std::runtime_error("it is of version " + std::to_string(version) + ", this program knows up to " +
-                                 std::to_string(kVersion));
+        throw LaterVersion("it is of version " + std::to_string(version) + ", this program knows up to " +
+                           std::to_string(kVersion));
     }
     if (version == kVersion) return;
     Transaction transaction(database_);
@@ -115,15 +118,18 @@ bool DeviceStore::Tables::Delete(Collection collection, std::string_view device)
     return database_.Changes() > 0;
 }
 
-bool DeviceStore::Tables::Contains(Collection collection, std::string_view device) {
-    return statements_->find.Query(Number(collection), device).Next();
-}
-
-std::optional<std::string> DeviceStore::Tables::Text(Collection collection, std::string_view device,
+DeviceStore::Tables::Found DeviceStore::Tables::Text(Collection collection, std::string_view device,
                                                      std::string_view name) {
     Rows rows = statements_->text.Query(Number(collection), device, name);
-    if (!rows.Next()) return std::nullopt;
-    return std::string(rows.Bytes(0));
+    Found found{rows.Next(), std::nullopt};
+    if (found.device && !rows.IsNull(0)) found.text = rows.Bytes(0);
+    return found;
+}
+
+std::uint32_t DeviceStore::Tables::ChangesOfOthers() {
+    Rows rows = statements_->data_version.Query();
+    rows.Next();
+    return static_cast<std::uint32_t>(rows.Integer(0));
 }
 
 bool DeviceStore::Tables::SetText(Collection collection, std::string_view device, std::string_view name,

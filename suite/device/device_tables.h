@@ -11,10 +11,16 @@
 
 namespace pelora {
 
+// The store was written by a later version of this program.
+class LaterVersion : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
 class DeviceStore::Tables {
 public:
-    // Opens or creates the database. Throws SqliteError, and std::runtime_error for one of a later version.
-    explicit Tables(const std::string& utf8_path);
+    // Opens or creates the database. Throws SqliteError and LaterVersion.
+    Tables(const std::string& utf8_path, Deadline deadline);
 
     // The record with the name in DeviceId; nothing for a device that is not there. Throws std::range_error for a
     // member whose stored text is none of its type.
@@ -23,10 +29,16 @@ public:
     void SetRecord(Collection collection, std::string_view device, const BluetoothDeviceSummary& record);
     bool Delete(Collection collection, std::string_view device);
 
-    bool Contains(Collection collection, std::string_view device);
-    std::optional<std::string> Text(Collection collection, std::string_view device, std::string_view name);
+    struct Found {
+        bool device = false;              // it is there
+        std::optional<std::string> text;  // of the attribute, when the device has it
+    };
+    Found Text(Collection collection, std::string_view device, std::string_view name);
     // False when the device is not there.
     bool SetText(Collection collection, std::string_view device, std::string_view name, std::string_view text);
+
+    // Another number after each change that another connection, of this process or another, has made.
+    std::uint32_t ChangesOfOthers();
 
     Database& Connection() { return database_; }
 

@@ -2,36 +2,21 @@
 
 #include <windows.h>
 
-#include <sddl.h>
-
 #include <algorithm>
 #include <limits>
 #include <sstream>
 
 #include "base/win_handle.h"
 #include "pelora/log_service.h"
+#include "suite/file/user_identifier.h"
 
 namespace DE {
 namespace {
 
 constexpr int kReadTries = 8;  // a value may grow between the question for its size and the read
 
-// The identifier, as text, of the user whom this process runs as. Empty when the system does not tell.
-std::wstring UserIdentifier() {
-    tandor::KernelHandle token;
-    if (::OpenProcessToken(::GetCurrentProcess(), TOKEN_QUERY, token.Receive()) == 0) return {};
-    alignas(TOKEN_USER) unsigned char user[sizeof(TOKEN_USER) + SECURITY_MAX_SID_SIZE];
-    DWORD size = sizeof(user);
-    if (::GetTokenInformation(token.Get(), TokenUser, user, size, &size) == 0) return {};
-    wchar_t* text = nullptr;
-    if (::ConvertSidToStringSidW(reinterpret_cast<TOKEN_USER*>(user)->User.Sid, &text) == 0) return {};
-    std::wstring identifier = text;
-    ::LocalFree(text);
-    return identifier;
-}
-
 struct Place {
-    HKEY root;
+    HKEY root;  // none when the place cannot be told
     std::wstring path;
 };
 
@@ -45,8 +30,8 @@ Place Locate(RegistryRoot root, std::wstring_view key) {
         case RegistryRoot::kUser:
             break;
     }
-    static const std::wstring user = UserIdentifier();
-    return {HKEY_USERS, user + L"\\" + std::wstring(key)};
+    const std::wstring user = pelora::UserIdentifier();
+    return {user.empty() ? nullptr : HKEY_USERS, user + L"\\" + std::wstring(key)};
 }
 
 tandor::RegistryKey Open(RegistryRoot root, std::wstring_view key, REGSAM access) {

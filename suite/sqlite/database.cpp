@@ -2,7 +2,7 @@
 
 #include <sqlite3.h>
 
-#include <chrono>
+#include <algorithm>
 #include <thread>
 
 namespace pelora {
@@ -16,12 +16,20 @@ void Check(int code, sqlite3* database) {
 
 }  // namespace
 
+int MillisecondsUntil(Deadline deadline) {
+    using std::chrono::milliseconds;
+    const auto left = std::chrono::duration_cast<milliseconds>(deadline - std::chrono::steady_clock::now());
+    return static_cast<int>(std::max<milliseconds::rep>(left.count(), 0));
+}
+
 bool SqliteError::Busy() const noexcept { return code_ == SQLITE_BUSY || code_ == SQLITE_LOCKED; }
 
 // SQLITE_ERROR comes from preparing our own, constant statements: the tables are not what they should be.
 bool SqliteError::Damaged() const noexcept {
     return code_ == SQLITE_CORRUPT || code_ == SQLITE_NOTADB || code_ == SQLITE_ERROR;
 }
+
+bool SqliteError::Full() const noexcept { return code_ == SQLITE_FULL; }
 
 Rows::~Rows() {
     if (statement_ == nullptr) return;
@@ -43,6 +51,8 @@ std::string_view Rows::Bytes(int column) const {
 
 std::int64_t Rows::Integer(int column) const { return ::sqlite3_column_int64(statement_, column); }
 
+bool Rows::IsNull(int column) const { return ::sqlite3_column_type(statement_, column) == SQLITE_NULL; }
+
 Statement::Statement(sqlite3* database, const char* sql) {
     sqlite3_stmt* statement = nullptr;
     const int code = ::sqlite3_prepare_v3(database, sql, -1, SQLITE_PREPARE_PERSISTENT, &statement, nullptr);
@@ -62,22 +72,35 @@ void Statement::Bind(int index, std::string_view bytes) {
           ::sqlite3_db_handle(statement_.get()));
 }
 
-Database::Database(const std::string& utf8_path, int busy_wait) {
+Database::Connection Database::Opened(const std::string& utf8_path) {
     sqlite3* database = nullptr;
     const int code = ::sqlite3_open_v2(utf8_path.c_str(), &database,
                                        SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
-    database_.reset(database);
+    Connection connection(database);
     if (database == nullptr) throw std::bad_alloc();
     Check(code, database);
-    Check(::sqlite3_busy_timeout(database, busy_wait), database);
-    UseWriteAheadLog(busy_wait);
+    return connection;
+}
+
+Database::Database(const std::string& utf8_path, int busy_wait)
+    : database_(Opened(utf8_path)),
+      begin_(Prepare("BEGIN IMMEDIATE")),
+      commit_(Prepare("COMMIT")),
+      roll_back_(Prepare("ROLLBACK")) {
+    UseWriteAheadLog(std::chrono::steady_clock::now() + std::chrono::milliseconds(busy_wait));
+    BusyTimeout(busy_wait);
     Execute("PRAGMA synchronous=NORMAL; PRAGMA foreign_keys=ON");
 }
 
+void Database::WaitUntil(Deadline deadline) { BusyTimeout(MillisecondsUntil(deadline)); }
+
+void Database::BusyTimeout(int milliseconds) {
+    Check(::sqlite3_busy_timeout(database_.get(), milliseconds), database_.get());
+}
+
 // The change to this mode, and the recovery of a log that a killed process left, can report "busy" without asking the
-// busy handler: that is waited for here.
-void Database::UseWriteAheadLog(int busy_wait) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(busy_wait);
+// busy handler: that is waited for here, and by the handler not at all.
+void Database::UseWriteAheadLog(Deadline deadline) {
     for (;;) {
         try {
             Statement mode = Prepare("PRAGMA journal_mode=WAL");
@@ -113,13 +136,13 @@ void Database::Close::operator()(sqlite3* database) const noexcept { ::sqlite3_c
 Transaction::~Transaction() {
     if (!open_) return;
     try {
-        database_.Execute("ROLLBACK");
+        database_.roll_back_.Run();
     } catch (const SqliteError&) {  // it was rolled back with the failure that led here
     }
 }
 
 void Transaction::Commit() {
-    database_.Execute("COMMIT");
+    database_.commit_.Run();
     open_ = false;
 }
 

@@ -1,6 +1,7 @@
 // SQLite for the suite's stores: databases that several processes write, as values and exceptions.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <stdexcept>
@@ -15,6 +16,10 @@ namespace pelora {
 // How long a call waits at most for other processes.
 inline constexpr int kBusyWait = 10'000;  // ms
 
+// When a call has waited long enough for others.
+using Deadline = std::chrono::steady_clock::time_point;
+int MillisecondsUntil(Deadline deadline);  // 0 when it is past
+
 // For contents that contradict themselves where SQLite cannot see it.
 inline constexpr int kDamagedCode = 11;  // SQLITE_CORRUPT
 
@@ -24,6 +29,8 @@ public:
     [[nodiscard]] bool Busy() const noexcept;
     // The file is not a database, its pages contradict one another, or tables are missing.
     [[nodiscard]] bool Damaged() const noexcept;
+    // The disk has no room for it.
+    [[nodiscard]] bool Full() const noexcept;
 
 private:
     int code_;
@@ -41,6 +48,7 @@ public:
     // Valid until the next call of Next.
     [[nodiscard]] std::string_view Bytes(int column) const;
     [[nodiscard]] std::int64_t Integer(int column) const;
+    [[nodiscard]] bool IsNull(int column) const;
 
 private:
     sqlite3_stmt* statement_;
@@ -78,9 +86,12 @@ private:
 // One connection, in WAL mode; used by one thread at a time.
 class Database {
 public:
-    // Opens or creates the file. `busy_wait` in milliseconds. Throws SqliteError.
+    // Opens or creates the file. Here and in each operation it waits for other processes for at most `busy_wait`
+    // milliseconds. Throws SqliteError.
     explicit Database(const std::string& utf8_path, int busy_wait = kBusyWait);
 
+    // How long the operations from here on wait.
+    void WaitUntil(Deadline deadline);
     void Execute(const char* sql);
     Statement Prepare(const char* sql) { return {database_.get(), sql}; }
     [[nodiscard]] std::int64_t Number(const char* sql) { return First(Prepare(sql)); }
@@ -93,16 +104,21 @@ private:
     struct Close {
         void operator()(sqlite3* database) const noexcept;
     };
+    friend class Transaction;
+    using Connection = std::unique_ptr<sqlite3, Close>;
+    static Connection Opened(const std::string& utf8_path);
     static std::int64_t First(Statement statement);
-    void UseWriteAheadLog(int busy_wait);
+    void UseWriteAheadLog(Deadline deadline);
+    void BusyTimeout(int milliseconds);
 
-    std::unique_ptr<sqlite3, Close> database_;
+    Connection database_;
+    Statement begin_, commit_, roll_back_;
 };
 
 // Everything until Commit happens as a whole or not at all. Holds the store against other writers.
 class Transaction {
 public:
-    explicit Transaction(Database& database) : database_(database) { database_.Execute("BEGIN IMMEDIATE"); }
+    explicit Transaction(Database& database) : database_(database) { database_.begin_.Run(); }
     ~Transaction();
     Transaction(const Transaction&) = delete;
     Transaction& operator=(const Transaction&) = delete;

@@ -33,46 +33,77 @@ protected:
     TemporaryFolder folder_;
 };
 
-TEST_F(DeviceCommand, SetsReadsListsAndDeletesDevices) {
-    Bad(L"set \"Lena's 手机\" a 1", "present device 'Lena's 手机': there is no such device; tandorctl device list");
+TEST_F(DeviceCommand, SetsReadsListsAndForgetsDevices) {
+    Bad(L"attr set \"Lena's 手机\" a 1",
+        "present device 'Lena's 手机': there is no such device; tandorctl device list");
     Good(L"set --new \"Lena's 手机\" IsTrusted true");
-    Good(L"set \"Lena's 手机\" peerDeviceVersion 10.0.0.100");
-    EXPECT_EQ(Good(L"get \"Lena's 手机\" IsTrusted"), "1\n");
-    EXPECT_EQ(Good(L"get \"Lena's 手机\" DevName"), "Lena's 手机\n");
+    Good(L"attr set \"Lena's 手机\" peerDeviceVersion 10.0.0.100");
+    Bad(L"set \"Lena's 手机\" peerDeviceVersion 1", "no such member; tandorctl device show");
+    EXPECT_EQ(Good(L"attr get \"Lena's 手机\" IsTrusted"), "1\n");
+    EXPECT_EQ(Good(L"attr get \"Lena's 手机\" DevName"), "Lena's 手机\n");
     EXPECT_EQ(RunTandorctl(L"version device \"Lena's 手机\"").out, "0x0A000064 (at least 10.0.0.100)\n");
     Bad(L"set \"Lena's 手机\" DevType phone",
         "attribute 'DevType': the value is none of its type; numbers are decimal");
-    Bad(L"set \"Lena's 手机\" DeviceId x", "DeviceId is only read");
-    Bad(L"get \"Lena's 手机\" nothing", "attribute 'nothing': there is no such attribute");
+    Bad(L"attr set \"Lena's 手机\" DeviceId x", "DeviceId is only read");
+    Bad(L"attr get \"Lena's 手机\" nothing", "attribute 'nothing': there is no such attribute");
     Bad(L"show nobody", "there is no such device");
-    Bad(L"get one", "see 'tandorctl device get --help'", 2);
+    Bad(L"attr get one", "see 'tandorctl device attr get --help'", 2);
     EXPECT_THAT(Good(L"list"), HasSubstr("Lena's 手机"));
     const json shown = json::parse(Good(L"show \"Lena's 手机\" --json"));
     EXPECT_EQ(shown["record"]["IsTrusted"], "1");
     EXPECT_EQ(shown["record"]["DevSubType"], "-1");
     EXPECT_EQ(shown["attributes"]["peerDeviceVersion"], "10.0.0.100");
     Good(L"set --new --bound \"Lena's 手机\" IsTrusted 1");
-    Bad(L"delete --bound \"Lena's 手机\"", "bound device 'Lena's 手机': it is trusted; delete it with --even-trusted");
-    Good(L"delete --bound --even-trusted \"Lena's 手机\"");
-    Good(L"delete \"Lena's 手机\"");
-    Bad(L"delete \"Lena's 手机\"", "there is no such device");
+    Bad(L"forget --bound \"Lena's 手机\"", "bound device 'Lena's 手机': it is trusted; forget it with --even-trusted");
+    Good(L"forget --bound --even-trusted \"Lena's 手机\"");
+    Good(L"forget \"Lena's 手机\"");
+    Bad(L"forget \"Lena's 手机\"", "there is no such device");
 }
 
 TEST_F(DeviceCommand, WhatIsExportedCanBeImported) {
     Good(L"set --new 手机二 MacAddrInt 18446744073709551615");
-    Good(L"set 手机二 DevicePairedTime 77");
+    Good(L"attr set 手机二 DevicePairedTime 77");
+    Good(L"set 手机二 ExtInfo kept");
     const std::wstring file = L"\"" + (folder_.path / L"geräte.json").wstring() + L"\"";
     EXPECT_THAT(Good(L"export --output " + file), HasSubstr("devices written to"));
     EXPECT_EQ(ReadAll(folder_.path / L"geräte.json") + "\n", Good(L"export"));
+    EXPECT_GE(json::parse(Good(L"--json export --output " + file))["written"], 1);
     const json simple = json::parse(Good(L"export --simple"));
     const auto ours = std::find_if(simple.begin(), simple.end(),
                                    [](const json& element) { return element["DevName"] == "E6898BE69CBAE4BA8C"; });
     ASSERT_NE(ours, simple.end());
     EXPECT_EQ((*ours)["PairedTime"], 77);
-    Good(L"delete 手机二");
+    // What the file does not tell stays, and a dry run changes nothing.
+    const auto planned = [&] {
+        const json plan = json::parse(Good(L"--json import --dry-run " + file));
+        return std::find_if(plan.begin(), plan.end(), [](const json& one) { return one["device"] == "手机二"; })
+            ->dump();
+    };
+    EXPECT_EQ(planned(), R"({"change":"unchanged","device":"手机二","members":[]})");
+    Good(L"set 手机二 MacAddrInt 5");
+    Good(L"set 手机二 UserName Lena");
+    EXPECT_EQ(planned(), R"({"change":"changed","device":"手机二","members":["UserName","MacAddrInt"]})");
+    EXPECT_THAT(Good(L"import --dry-run " + file), HasSubstr("手机二: changed in UserName, MacAddrInt\n"));
+    EXPECT_EQ(Good(L"attr get 手机二 MacAddrInt"), "5\n");
     Good(L"import " + file);
-    EXPECT_EQ(Good(L"get 手机二 MacAddrInt"), "18446744073709551615\n");
+    EXPECT_EQ(Good(L"attr get 手机二 ExtInfo") + Good(L"attr get 手机二 MacAddrInt"), "kept\n18446744073709551615\n");
+    Good(L"forget 手机二");
+    EXPECT_THAT(Good(L"import --dry-run " + file), HasSubstr("手机二: new\n"));
+    Good(L"import " + file);
+    EXPECT_EQ(Good(L"attr get 手机二 MacAddrInt"), "18446744073709551615\n");
     Bad(L"export --output \"" + (folder_.path / L"none" / L"x.json").wstring() + L"\"", "cannot be written");
+}
+
+TEST_F(DeviceCommand, BindingAgainKeepsWhatOnlyTheBoundDeviceHas) {
+    Bad(L"bind one", "present device 'one': there is no such device");
+    Good(L"set --new one UserName Lena");
+    Good(L"set one ExtInfo present");
+    Good(L"bind one");
+    EXPECT_EQ(Good(L"attr get --bound one ExtInfo"), "present\n");
+    Good(L"set --bound one ExtInfo bound");
+    Good(L"set one UserName Max");
+    Good(L"bind one");
+    EXPECT_EQ(Good(L"attr get --bound one UserName") + Good(L"attr get --bound one ExtInfo"), "Max\nbound\n");
 }
 
 TEST_F(DeviceCommand, ABadFileIsRefusedAsAWhole) {
@@ -110,7 +141,7 @@ TEST_F(DeviceCommand, ABadFileIsRefusedAsAWhole) {
         Bad(L"import \"" + file.wstring() + L"\"", error);
     }
     Bad(L"import \"" + (folder_.path / L"none.json").wstring() + L"\"", "none.json: cannot be read");
-    Bad(L"get one DevName", "there is no such device");
+    Bad(L"attr get one DevName", "there is no such device");
 }
 
 }  // namespace

@@ -32,6 +32,22 @@ std::vector<std::wstring> Logged(const std::wstring& function, std::vector<std::
     return LinesFrom(L"TandorConfig::" + function, std::move(texts));
 }
 
+// Stand-ins for two of the services' operations.
+constexpr const char* kSetText =
+    "_ZN2DE8Registry8SetValueENS_12RegistryRootESt17basic_string_viewIwSt11char_traitsIwEERKNSt7__cxx1112basic_"
+    "stringIwS4_SaIwEEESB_";
+const wchar_t* unwritable = L"";
+bool WriteAllBut(RegistryRoot, std::wstring_view, const std::wstring& name, const std::wstring&) {
+    return name != unwritable;
+}
+constexpr const char* kSetFlag =
+    "_ZN2DM9DeviceMgr26SetPresentDeviceInfoByNameERKNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEES8_Rb";
+int answer = DM::DEVICE_OK;
+int TurnTrue(DM::DeviceMgr*, const std::string&, const std::string&, bool& value) {
+    value = true;
+    return answer;
+}
+
 class PairedDeviceConfig : public testing::Test {
 protected:
     void SetUp() override {
@@ -141,6 +157,12 @@ TEST_F(PairedDeviceConfig, TwoGettersWriteFalse) {
     EXPECT_THAT(log_.Take(), ElementsAre(L"3 get isAuthorized=0 ,ret:0(TandorConfig::GetPairedIsAuthorized)",
                                          L"3 get isAuthorized=0 ,ret:0(TandorConfig::GetPairedDevConnectState)",
                                          L"3 get isAuthorized=0 ,ret:1(TandorConfig::GetPairedIsAuthorized)"));
+    const ImportPatch manager(L"TandorUtil.dll", kSetFlag, TurnTrue);
+    for (const int code : {DM::DEVICE_OK, DM::DEVICE_STORE_BUSY}) {
+        answer = code;
+        EXPECT_EQ(Config::GetPairedIsAuthorized(kDevice), code == DM::DEVICE_OK);
+        EXPECT_EQ(Config::GetPairedDevConnectState(kDevice), code == DM::DEVICE_OK);
+    }
 }
 
 TEST_F(PairedDeviceConfig, ReconnectPermissionIsWrittenAsBoolAndReadAsText) {
@@ -218,6 +240,14 @@ TEST_F(PairedDeviceConfig, DeletingResetsTheSharingKeyIfThereIsOne) {
         EXPECT_EQ(Shared<std::uint32_t>(name), 0u);
     for (const auto* const name : {L"PCRSAPrivateKeyCipher", L"PCRSAPublicKeyCipher", L"PhoneRSAPublicKeyCipher"})
         EXPECT_EQ(Shared<std::wstring>(name), L"No");
+    const ImportPatch registry(L"TandorUtil.dll", kSetText, WriteAllBut);
+    for (const auto* const name : {L"PCRSAPrivateKeyCipher", L"PhoneRSAPublicKeyCipher"}) {
+        unwritable = name;
+        log_.Take();
+        EXPECT_TRUE(Config::DeletePairDeviceParam(kDevice));  // the last write counts
+        EXPECT_THAT(log_.Take(), Contains(std::wstring(L"4 TandorConfig::DeletePairDeviceParam SetValue No To ") +
+                                          name + L",failed(TandorConfig::DeletePairDeviceParam)"));
+    }
 }
 
 TEST_F(PairedDeviceConfig, AlbumTimesAddUpFromOpeningToClosing) {
@@ -336,8 +366,10 @@ TEST_F(PairedDeviceConfig, TheBoundListIsJudgedByItsRecords) {
                                   {L"get isSupportCorelane=0", L"GetPresentDeviceInfo failed, result:1"}));
     EXPECT_FALSE(Config::DeleteKoPlayDeviceBySummary(kDevice, false));
     EXPECT_TRUE(Config::DeleteKoPlayDeviceBySummary(kDevice, true));
-    const std::wstring deleted = L"DeleteKoPlayDeviceBySummary, deleteTrustDevice:";
-    EXPECT_EQ(log_.Take(), Logged(L"DeleteKoPlayDeviceBySummary", {deleted + L"0 ,ret:5", deleted + L"1 ,ret:0"}));
+    const std::wstring flag = L"DeleteKoPlayDeviceBySummary, deleteTrustDevice:",
+                       deleted = L"delete bound device ,ret:";
+    EXPECT_EQ(log_.Take(),
+              Logged(L"DeleteKoPlayDeviceBySummary", {flag + L"0", deleted + L"5", flag + L"1", deleted + L"0"}));
 }
 
 TEST_F(PairedDeviceConfig, TheRegistryKeepsOneKeyForEachMediaDevice) {

@@ -22,16 +22,47 @@ void OnRelease(const volatile void* block) {
     if (counting && block != nullptr) held -= __sanitizer_get_allocated_size(block);
 }
 
-TEST(DeviceSummary, WritingNeedsNoMemoryBesideTheText) {
-    ASSERT_NE(__sanitizer_install_malloc_and_free_hooks(OnAllocation, OnRelease), 0);
-    std::vector<BluetoothDeviceSummary> devices(10'000);
-    for (auto& device : devices) device.DevName = "device";
-    devices[5].Summary = std::string(100'000, 's');
+struct Memory {
+    std::size_t peak;
+    std::size_t result;
+};
+
+// What `work` takes at most, and what its result holds.
+template <class Work>
+Memory MemoryOf(Work work) {
+    static const int hooked = __sanitizer_install_malloc_and_free_hooks(OnAllocation, OnRelease);
+    EXPECT_NE(hooked, 0);
+    held = peak = 0;
     counting = true;
-    const std::string text = BluetoothDeviceSummarySerialize::ToString(devices);
+    const auto result = work();
     counting = false;
-    EXPECT_GE(peak, text.size());
-    EXPECT_LE(static_cast<double>(peak), 1.2 * static_cast<double>(text.size()));
+    EXPECT_FALSE(result.empty());
+    return {peak, held};
+}
+
+using Serialize = BluetoothDeviceSummarySerialize;
+
+double Ratio(const Memory& memory) { return static_cast<double>(memory.peak) / static_cast<double>(memory.result); }
+
+TEST(DeviceSummary, TakesLittleMemoryBesideTheResult) {
+    for (const std::size_t count : {std::size_t{1}, std::size_t{100}, std::size_t{10'000}}) {
+        std::vector<BluetoothDeviceSummary> devices(count);
+        for (auto& device : devices) device.DevName = device.PeerUuid = "a text that lies on the heap";
+        const std::string text = Serialize::ToString(devices);
+        EXPECT_LE(Ratio(MemoryOf([&] { return Serialize::ToString(devices); })), 1.2) << count;
+        const Memory reading = MemoryOf([&] { return Serialize::FromString(text); });
+        EXPECT_LE(Ratio(reading), 3) << count;
+        RecordProperty("reading_" + std::to_string(count), std::to_string(Ratio(reading)));
+    }
+}
+
+// Objects that are no devices: the room that they made does not stay.
+TEST(DeviceSummary, KeepsNoRoomForWhatIsNoDevice) {
+    std::string objects = "{}";
+    while (objects.size() < 10'000) objects += "," + objects;
+    const std::string one = Serialize::ToString(std::vector<BluetoothDeviceSummary>(1));
+    const std::string text = "[{\"More\":[" + objects + "]," + one.substr(2);
+    EXPECT_LE(Serialize::FromString(text).capacity(), 2u);
 }
 
 }  // namespace

@@ -177,7 +177,7 @@ int main() {
     const Arguments arguments(words + (count < 2 ? count : 2), words + count);
     const std::map<std::wstring, int (*)(const Arguments&)> roles{
         {L"announce", Announce},
-        {L"check-records", tandor::test::CheckRecords},
+        {L"check-changes", tandor::test::CheckChanges},
         {L"commit-reports", CommitReports},
         {L"console-without", tandor::test::ConsoleWithout},
         {L"hold-file", HoldFile},
@@ -191,7 +191,7 @@ int main() {
         {L"screen-values", ScreenValues},
         {L"seal-vectors", SealVectors},
         {L"store-attributes", tandor::test::StoreAttributes},
-        {L"store-records", tandor::test::StoreRecords},
+        {L"store-changes", tandor::test::StoreChanges},
     };
     const auto role = count < 2 ? roles.end() : roles.find(words[1]);
     return role == roles.end() ? 2 : role->second(arguments);

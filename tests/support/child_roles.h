@@ -17,13 +17,13 @@ int HoldTurn(const Arguments& arguments);
 int HostLog(const Arguments& arguments);
 int LogLines(const Arguments& arguments);
 
-// store-records STORE REPORT: stores present devices "device-0", "device-1" and so on, each with its number as
-// MacAddrInt, and appends to REPORT, for each that was stored, its number and a line break. Goes on where REPORT ends;
-// never stops by itself.
-int StoreRecords(const Arguments& arguments);
+// store-changes STORE REPORT: makes present devices "device-0", "device-1" and so on, each with its number as
+// MacAddrInt, gives each an attribute, overwrites it and deletes every other device; appends to REPORT, for each of
+// these steps that was done, its number and a line break. Goes on where REPORT ends; never stops by itself.
+int StoreChanges(const Arguments& arguments);
 
-// check-records STORE REPORT: 0 when every number in REPORT is stored.
-int CheckRecords(const Arguments& arguments);
+// check-changes STORE REPORT: 0 when every device is as the steps in REPORT left it.
+int CheckChanges(const Arguments& arguments);
 
 // store-attributes STORE DEVICE PREFIX COUNT: writes COUNT attributes "PREFIX<number>", each a call of its own. 0 when
 // every call succeeded.

@@ -19,10 +19,12 @@ enum DeviceStatus : int {
     DEVICE_VALUE_UNSUITABLE = 3,  ///< the value does not convert to the type that was asked for, or that the member has
     DEVICE_BAD_NAME = 4,          ///< an empty device or attribute name, or one that is only read ("DeviceId")
     DEVICE_TRUSTED = 5,           ///< the device is trusted and the call does not delete trusted ones
-    DEVICE_STORE_BUSY = 6,        ///< other processes held the store for 10 s
-    DEVICE_STORE_UNAVAILABLE = 7,  ///< the store cannot be opened, read or written; the host log says why
-    DEVICE_STORE_DAMAGED = 8,      ///< the store was found damaged and set aside; the next call begins a new one
-    DEVICE_OUT_OF_MEMORY = 9,      ///< nothing was changed
+    DEVICE_STORE_BUSY = 6,        ///< other processes and threads held the store for 10 s; nothing was changed
+    DEVICE_STORE_UNAVAILABLE = 7,     ///< the store cannot be opened, read or written; the host log says why
+    DEVICE_STORE_DAMAGED = 8,         ///< the store was found damaged and set aside; the next call begins a new one
+    DEVICE_OUT_OF_MEMORY = 9,         ///< nothing was changed
+    DEVICE_STORE_LATER_VERSION = 10,  ///< a later version of the suite wrote the store; it is left alone
+    DEVICE_STORE_FULL = 11,           ///< the disk has no room for the change; nothing was changed
 };
 
 /// Two collections of records by device name, present (currently seen) and bound (paired) devices. Beside its record
@@ -30,8 +32,17 @@ enum DeviceStatus : int {
 /// case) is that member.
 ///
 /// A value is kept as text and converted on the way out: a bool is "1" or "0", numbers are decimal, wide text is UTF-8.
-/// As bool reads "1", "0", "true", "false" and any whole number (not 0: true); as a number reads what is a decimal
-/// number of that type in full; as text everything reads.
+/// - As bool reads "true", "false" (this case) and any whole number of at most 64 bits, "-" allowed: 0 is
+///   false, every other true.
+/// - As a number reads what is a decimal number in full: no blanks, no "+", no fraction, no exponent, not "". One
+///   beyond the range of the type that is asked for, and a negative one for an unsigned type, does not read: nothing is
+///   cut off.
+/// - As text everything reads.
+///
+/// What does not read gives DEVICE_VALUE_UNSUITABLE and leaves the caller's value. So does, on the way in, wide text
+/// that is not UTF-16, and for a member of the record a value that is none of the member's type; then nothing is
+/// stored. A list one of whose records does not read (another program wrote to the file) gives that code as a whole,
+/// and the host log names the device and the member.
 ///
 /// The store is "device\devices.db" under the suite's common directory (SQLite). What a call has reported as stored
 /// survives the death of every process; a power failure may take the last moments' changes, never the store. A damaged
@@ -92,6 +103,11 @@ public:
     [[nodiscard]] int SetBoundDeviceInfoByName(const std::string& device, const std::string& name,
                                                const std::string& value) noexcept;
     /// @}
+
+    /// A count to notice changes by, without reading a list: as long as it is the same, nobody in any process has
+    /// changed anything in either collection. It grows with each change, and sometimes without one (after a failure,
+    /// for one); it means nothing to another process, nor after a restart. Costs one look at the file's state.
+    [[nodiscard]] int GetChangeCount(unsigned long long& count) noexcept;
 
     DeviceMgr(const DeviceMgr&) = delete;
     DeviceMgr& operator=(const DeviceMgr&) = delete;

@@ -15,7 +15,8 @@ namespace DE {
 enum class RegistryRoot {
     kLocalMachine,  ///< HKEY_LOCAL_MACHINE
     kCurrentUser,   ///< HKEY_CURRENT_USER
-    kUser,          ///< HKEY_USERS and the identifier of the user whom the process runs as
+    kUser,          ///< HKEY_USERS and the user's identifier: whom the process runs as, or for a service the one at
+                    ///< the console (as long as nobody is signed in there, the service itself)
 };
 
 /// Values of keys, in the 64-bit view. A key is a path below its root; one leading backslash is left out.
