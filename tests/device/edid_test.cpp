@@ -56,13 +56,16 @@ TEST(Edid, ReadsTheBaseBlock) {
     Bytes edid = SampleEdid(tandor::kAdobeRgb);
     edid[126] = 2;
     FixChecksum(edid);
-    edid.resize(300);
+    edid.resize(450);
+    edid[128] = 0x02;  // its checksum is wrong; the next block, all zeros, has a right one
     const auto block = tandor::ReadEdid(edid);
     ASSERT_TRUE(block);
     const std::initializer_list<std::size_t> numbers = {
         block->product,  block->serial,   block->week,      block->year,       block->version,
-        block->revision, block->width_cm, block->height_cm, block->extensions, block->extensions_there};
-    EXPECT_THAT(numbers, ElementsAre(0x42, 0x01020304, 12, 2023, 1, 4, 34, 22, 2, 1));
+        block->revision, block->width_cm, block->height_cm, block->extensions, block->extensions_there.size()};
+    EXPECT_THAT(numbers, ElementsAre(0x42, 0x01020304, 12, 2023, 1, 4, 34, 22, 2, 2));
+    EXPECT_TRUE(block->extensions_there[0].tag == 2 && !block->extensions_there[0].checksum_right);
+    EXPECT_TRUE(block->extensions_there[1].checksum_right);
     EXPECT_THAT((std::vector{block->maker, block->name, block->serial_text}),
                 ElementsAre("VXT", "Pad Screen 14", "SN-7"));
     EXPECT_EQ(std::pair(block->preferred.width, block->preferred.height), std::pair(2160u, 1440u));
