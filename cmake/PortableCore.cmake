@@ -11,6 +11,7 @@ set(TANDOR_CORE_SOURCES
     concurrency/remote_command_line.cpp
     concurrency/thread_pool.cpp
     config/display_choice.cpp
+    config/resolution_reader.cpp
     config/screen_check.cpp
     config/screen_reader.cpp
     config/screen_settings.cpp

@@ -1,19 +1,15 @@
 #include "config/screen_reader.h"
 
 #include <algorithm>
-#include <optional>
 #include <span>
 
-#include "base/decimal.h"
 #include "base/trim.h"
 #include "base/utf.h"
-#include "foundation/message.h"
+#include "config/screen_notes.h"
 
 namespace tandor {
 namespace {
 
-using ExScreen::ResolutionList;
-using ExScreen::ResolutionTable;
 using Source = StoredValue::Source;
 using Values = std::span<const ScreenValue>;
 using enum ScreenValue;
@@ -26,37 +22,6 @@ constexpr ScreenValue kFollowPad[] = {kFollowPadHideWidth, kFollowPadHideHeight,
                                       kFollowPadShowHeight};
 constexpr ScreenValue kExtend[] = {kExtendPrimWidth,     kExtendPrimHeight,   kExtendHideSecWidth,
                                    kExtendHideSecHeight, kExtendShowSecWidth, kExtendShowSecHeight};
-
-std::optional<std::int64_t> Number(VxXmlElement element) {
-    const auto number = ParseDecimal<std::int64_t>(element.Value());
-    return number && *number > kGreatestNumber ? std::nullopt : number;
-}
-
-// A reader's messages carry its name.
-class Notes {
-public:
-    Notes(ScreenReading& reading, const wchar_t* function) : reading_(reading), function_(function) {}
-
-    void Say(LOG_MESSAGE_LEVEL level, const wchar_t* text) const {
-        reading_.findings.push_back({level, function_, text});
-    }
-    void Info(const wchar_t* text) const { Say(kInfo, text); }
-    void Info(const wchar_t* text, std::string subject, std::int64_t number = 0) const {
-        reading_.findings.push_back({kInfo, function_, text, std::move(subject), {number}});
-    }
-    void Info(const wchar_t* text, std::int64_t number, std::int64_t next = 0) const {
-        reading_.findings.push_back({kInfo, function_, text, {}, {number, next}});
-    }
-    // Whether the element is there; says so when not.
-    [[nodiscard]] bool Has(VxXmlElement element, const wchar_t* missing) const {
-        if (element.IsElementNull()) Info(missing);
-        return !element.IsElementNull();
-    }
-
-private:
-    ScreenReading& reading_;
-    const wchar_t* function_;
-};
 
 class ScreenReader {
 public:
@@ -273,78 +238,6 @@ private:
     ScreenReading& reading_;
 };
 
-class ListReader {
-public:
-    explicit ListReader(ScreenReading& reading) : reading_(reading), settings_(reading.settings) {}
-
-    void Read(VxXmlElement root) {
-        ReadResolutionConfig(root);
-        ReadTable(root, ScreenList::kMonitor, L"monitorResolutionConfig node is null", settings_.monitor,
-                  Notes(reading_, L"ExScreen::ConfigMgr::ReadMonitorResolutionConfig"));
-        ReadTable(root, ScreenList::kPad, L"padResolutionConfig node is null", settings_.pad,
-                  Notes(reading_, L"ExScreen::ConfigMgr::ReadPadResolutionConfig"));
-    }
-
-private:
-    void ReadResolutionConfig(VxXmlElement root) {
-        const Notes notes(reading_, L"ExScreen::ConfigMgr::ReadResolutionConfig");
-        const VxXmlElement section = root.FirstNode("ResolutionConfig");
-        if (!notes.Has(section, L"resolutionConfig node is null")) return;
-        const VxXmlElement mirror = section.FirstNode("Mirror");
-        if (notes.Has(mirror, L"mirror node is null"))
-            settings_.mirror = ReadResolutionList(mirror, ScreenList::kMirror);
-        const VxXmlElement extend = section.FirstNode("Extend");
-        if (notes.Has(extend, L"extend node is null"))
-            settings_.extend = ReadResolutionList(extend, ScreenList::kExtend);
-    }
-
-    void ReadTable(VxXmlElement root, ScreenList first, const wchar_t* missing, ResolutionTable& table,
-                   const Notes& notes) {
-        const VxXmlElement section = root.FirstNode(SectionOf(first));
-        if (!notes.Has(section, missing)) return;
-        static constexpr const wchar_t* kMissing[] = {L"Ratio3To2 node is null", L"Ratio16To10 node is null",
-                                                      L"Ratio16To9 node is null"};
-        for (std::size_t i = 0; i < kAspectRatios.size(); ++i) {
-            const VxXmlElement element = section.FirstNode(kAspectRatios[i].key);
-            if (!notes.Has(element, kMissing[i])) continue;
-            ResolutionList list =
-                ReadResolutionList(element, static_cast<ScreenList>(static_cast<std::size_t>(first) + i));
-            if (!list.empty()) table.emplace(kAspectRatios[i].key, std::move(list));
-        }
-    }
-
-    ResolutionList ReadResolutionList(VxXmlElement parent, ScreenList which) {
-        const Notes notes(reading_, L"ExScreen::ConfigMgr::ReadResolutionList");
-        settings_.list_lines[static_cast<std::size_t>(which)] = parent.Line();
-        ResolutionList list;
-        std::size_t entries = 0;
-        for (VxXmlElement element = parent.FirstNode("Resolution"); !element.IsElementNull();
-             element = element.NextSiblingElement("Resolution")) {
-            if (++entries > kMostResolutions) {
-                notes.Info(L"ReadResolutionList too many resolutions, the rest is left out");
-                break;
-            }
-            const ExScreen::Resolution resolution{Edge(element.FirstNode("Width")), Edge(element.FirstNode("Height"))};
-            if (resolution.width == 0 || resolution.height == 0) {
-                notes.Info(L"ReadResolutionList invalid resolution in line %d", element.Line());
-                continue;
-            }
-            notes.Info(L"ReadResolutionList width:%d,height:%d", resolution.width, resolution.height);
-            list.push_back(resolution);
-        }
-        return list;
-    }
-
-    // 0 for one that is not accepted.
-    static unsigned int Edge(VxXmlElement element) {
-        const std::int64_t number = Number(element).value_or(0);
-        return number < kLeastEdge || number > kGreatestEdge ? 0 : static_cast<unsigned int>(number);
-    }
-
-    ScreenReading& reading_;
-    ScreenSettings& settings_;
-};
-
 bool LoadConfigFile(const std::wstring& folder, const wchar_t* relative, VxXMLDocument& document,
                     ScreenReading& reading) {
     std::wstring path = folder + L"\\" + relative;
@@ -400,11 +293,6 @@ bool HasLayouts(VxXmlElement root) {
             return true;
     }
     return false;
-}
-
-ScreenReading ReadPadResolutions(VxXmlElement root, ScreenReading reading) {
-    ListReader(reading).Read(root);
-    return reading;
 }
 
 ScreenReading LoadScreenSettings(const std::wstring& folder, const std::string& device_type,

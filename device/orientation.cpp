@@ -104,9 +104,9 @@ Scaled Orientation(const Chromaticity& a, const Chromaticity& b, const Chromatic
         return scaled;
     }
     ExactSum positive, negative;
-    const auto add = [&](double left, double right, bool minus) {
-        const bool below = (std::signbit(left) != std::signbit(right)) != minus;
-        (below ? negative : positive).AddProduct(left, right);
+    const auto add = [&](double one, double other, bool minus) {
+        const bool below = (std::signbit(one) != std::signbit(other)) != minus;
+        (below ? negative : positive).AddProduct(one, other);
     };
     add(a.first, b.second, false);
     add(a.second, b.first, true);

@@ -1,5 +1,4 @@
 #include <cmath>
-#include <random>
 
 #include "device/edid.h"
 #include "support/edid_sample.h"
@@ -74,25 +73,6 @@ TEST(Edid, ReadsTheBaseBlock) {
     EXPECT_NEAR(block->gamut[1].second, 0.71, 0.0005);
     EXPECT_FALSE(block->preferred.interlaced);
     EXPECT_TRUE(block->header_right && block->checksum_right);
-}
-
-TEST(Edid, AnyBytesOfAnyLengthAreRead) {
-    std::mt19937 random(7);
-    for (int round = 0; round < 20000; ++round) {
-        Bytes edid(random() % 513);
-        for (auto& byte : edid) byte = static_cast<std::uint8_t>(random());
-        if (edid.size() > 2 && round % 2 == 0) edid[0] = 0, edid[1] = edid[2] = 0xFF;
-        const auto block = tandor::ReadEdid(edid);
-        ASSERT_EQ(block.has_value(), edid.size() >= 128);
-        if (block) {
-            ASSERT_TRUE(std::isfinite(block->preferred.refresh));
-        }
-        const auto coordinates = tandor::ReadCoordinates(edid);
-        if (!coordinates) continue;
-        const auto result =
-            tandor::Cover(tandor::TriangleOf(tandor::kP3), tandor::TriangleOf(tandor::GamutOf(*coordinates)));
-        ASSERT_TRUE(result.coverage >= 0 && result.coverage <= 1);
-    }
 }
 
 }  // namespace
