@@ -60,14 +60,14 @@ struct Bound {
         }
         const double side = std::max(most.first - least.first, most.second - least.second);
         const double square = side * side;
-        if (square < 1e-250 || !(square < 1e300)) return;  // products would underflow or overflow
+        if (!(square > 1e-250 && square < 1e300)) return;  // products would underflow or overflow
         doubt = 1e-15 * square;
         visible = square / 300;
     }
 
-    double doubt = std::numeric_limits<double>::infinity();    // of a smaller area the sign is not certain
-    double visible = std::numeric_limits<double>::infinity();  // areas that others are divided by must be larger, or
-                                                               // their rounding shows
+    // Nothing compares with what is not a number: without a bound nothing is certain.
+    double doubt = std::numeric_limits<double>::quiet_NaN();    // of a smaller area the sign is not certain
+    double visible = std::numeric_limits<double>::quiet_NaN();  // a smaller divisor lets rounding show
 };
 
 // False when the sign is in doubt. Corners in common are not.
@@ -96,7 +96,7 @@ bool Measure(const Bound& bound, const Triangle& reference, const Triangle& pane
                 return false;
             largest = std::max(largest, std::abs(sides.of_reference[k][i]));
         }
-        if (largest < bound.visible) return false;
+        if (!(largest >= bound.visible)) return false;
     }
     return true;
 }
@@ -307,7 +307,6 @@ Polygon Intersect(const Triangle& reference, const Triangle& other) noexcept {
 
 Coverage Cover(const Triangle& reference, const Triangle& panel) noexcept {
     Coverage result;
-    // What is not finite is beyond every bound, or compares with none.
     if (!CoverIn<double>(Bound(reference, panel), reference, panel, result) && IsFinite(reference) && IsFinite(panel))
         (void)CoverIn<Scaled>(NoBound{}, reference, panel, result);
     return result;
