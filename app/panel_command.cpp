@@ -1,12 +1,10 @@
 #include <fmt/format.h>
 
-#include <span>
-
 #include "app/commands.h"
 #include "app/panel_report.h"
-#include "base/hex.h"
 #include "base/utf.h"
 #include "device/gamut_diagram.h"
+#include "device/hex_dump.h"
 #include "tandor/edid.h"
 
 namespace tandor::app {
@@ -14,26 +12,32 @@ namespace {
 
 struct Options {
     std::string file;
+    std::string hex;
     std::string device;
     std::string svg;
 };
 
-// A file may hold the block itself, or its hexadecimal text as other tools print it.
+constexpr const char* kForms = "give the block as it is, or as hexadecimal text";
+
+std::vector<unsigned char> FromHex(const std::string& thing, std::string_view text) {
+    HexDump dump = ReadHexDump(text);
+    if (dump.fault == nullptr) return std::move(dump.bytes);
+    throw CommandError(thing, fmt::format("line {}, column {}: {}", dump.line, dump.column, dump.fault), kForms);
+}
+
+// A file may hold the block itself, or its hexadecimal text as other tools print it. A block begins with a zero byte,
+// and text has none near its beginning but in UTF-16, which has a mark.
 std::vector<unsigned char> FromFile(const std::string& file) {
-    std::string content = ReadInput(file);
-    std::vector<unsigned char> edid(content.begin(), content.end());
-    std::erase_if(content, [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; });
-    std::vector<unsigned char> decoded(content.size() / 2);
-    if (!content.empty() && content.size() % 2 == 0 && ReadHex(content, decoded.data()) == decoded.size())
-        return decoded;
-    return edid;
+    const std::string content = ReadInput(file);
+    if (content.empty() || content.find('\0') < 2) return {content.begin(), content.end()};
+    return FromHex(file, content);
 }
 
 std::vector<unsigned char> FromMachine(std::wstring device) {
     if (device.empty()) device = GetEdidData::GetPnpDeviceID();
     if (device.empty()) {
         throw CommandError("the panel", "the management service names no monitor of the maker's own make",
-                           "attach one, name a monitor with --device, or give a file");
+                           "attach one, name a monitor with --registry, or give --file or --hex");
     }
     std::vector<unsigned char> edid = GetEdidData::GetLcdEdidData(GetEdidData::GetEdidDataPath(device));
     if (edid.empty()) {
@@ -44,20 +48,17 @@ std::vector<unsigned char> FromMachine(std::wstring device) {
     return edid;
 }
 
-void Panel(const Context& context, const Options& options) {
-    const std::vector<unsigned char> edid =
-        options.file.empty() ? FromMachine(WideFromUtf8(options.device)) : FromFile(options.file);
+void Show(const Context& context, const Options& options) {
+    const std::string thing = !options.file.empty() ? options.file : !options.hex.empty() ? "--hex" : "the panel";
+    const std::vector<unsigned char> edid = !options.file.empty()  ? FromFile(options.file)
+                                            : !options.hex.empty() ? FromHex(thing, options.hex)
+                                                                   : FromMachine(WideFromUtf8(options.device));
     const auto block = ReadEdid(edid);
     if (!block) {
-        throw CommandError(options.file.empty() ? "the panel" : options.file,
-                           fmt::format("{} bytes are no EDID block, which has {}", edid.size(), kEdidBlock),
-                           "give the block as it is or as hexadecimal text");
+        throw CommandError(thing, fmt::format("{} bytes are no EDID block, which has {}", edid.size(), kEdidBlock),
+                           kForms);
     }
-    if (!ReadCoordinates(edid)) {
-        throw CommandError(options.file.empty() ? "the panel" : options.file,
-                           "it does not begin with 00 FF FF as an EDID does",
-                           "give the block as it is or as hexadecimal text");
-    }
+    if (!ReadCoordinates(edid)) throw CommandError(thing, "it does not begin with 00 FF FF as an EDID does", kForms);
     if (!options.svg.empty()) WriteOutput(options.svg, GamutDiagram(PanelTitle(*block), block->gamut));
     context.json ? PrintJson(PanelDocument(*block)) : PrintTable(PanelRows(*block));
 }
@@ -65,21 +66,30 @@ void Panel(const Context& context, const Options& options) {
 }  // namespace
 
 void AddPanelCommand(CLI::App& app, Context& context) {
-    CLI::App* const panel = app.add_subcommand("panel", "Read a panel's EDID and judge its colours");
+    CLI::App* const panel = app.add_subcommand("panel", "A panel's EDID and its colours");
+    panel->require_subcommand(1);
+    panel->footer("Example:\n  tandorctl panel show --file samples/wide-panel.edid --svg panel.svg");
+    CLI::App* const show = panel->add_subcommand("show", "Read a panel's EDID and judge its colours");
     const auto options = std::make_shared<Options>();
-    CLI::Option* const file = panel->add_option(
-        "FILE", options->file,
-        "An EDID block, binary or hexadecimal (- is standard input); this machine's panel when left out");
-    panel->add_option("--device", options->device, "The monitor with this device instance path")->excludes(file);
-    panel
-        ->add_option("--svg", options->svg,
+    CLI::Option* const file =
+        show->add_option("--file", options->file, "A block in a file, binary or hexadecimal text (- is standard input)")
+            ->type_name("FILE");
+    CLI::Option* const hex =
+        show->add_option("--hex", options->hex, "A block as hexadecimal text")->type_name("TEXT")->excludes(file);
+    show->add_option("--registry", options->device,
+                     "The EDID that the registry has for this device instance path; this machine's panel when left out")
+        ->type_name("ID")
+        ->excludes(file)
+        ->excludes(hex);
+    show->add_option("--svg", options->svg,
                      "Also write a picture: the CIE 1931 xy diagram with the panel over the references")
         ->type_name("FILE");
-    panel->footer(
+    show->footer(
+        "Hexadecimal text may have offsets, a column of characters, blanks, commas and 0x, or be a registry export.\n"
         "A panel supports a gamut when it covers more than 0.9 of it; one of P3, Adobe RGB and BT.2020 makes it "
         "wide-gamut.\n"
-        "Example:\n  tandorctl panel samples/wide-panel.edid --svg panel.svg");
-    panel->callback([options, &context] { Panel(context, *options); });
+        "Example:\n  tandorctl panel show --file samples/wide-panel.edid --svg panel.svg");
+    show->callback([options, &context] { Show(context, *options); });
 }
 
 }  // namespace tandor::app

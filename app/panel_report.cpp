@@ -12,8 +12,11 @@ struct Reference {
     const Gamut& gamut;
     bool judged;
 };
-constexpr Reference kReferences[] = {
-    {"P3", kP3, true}, {"Adobe RGB", kAdobeRgb, true}, {"BT.2020", kBt2020, true}, {"sRGB", kSrgb, false}};
+constexpr Reference kReferences[] = {{"P3", kP3, true},
+                                     {"Adobe RGB", kAdobeRgb, true},
+                                     {"BT.2020", kBt2020, true},
+                                     {"BT.2020 (standard)", kBt2020Standard, false},
+                                     {"sRGB", kSrgb, false}};
 constexpr const char* kPoints[] = {"red", "green", "blue", "white"};
 
 bool IsWide(const EdidBlock& block) {
@@ -26,6 +29,30 @@ bool IsWide(const EdidBlock& block) {
 std::string Made(const EdidBlock& block) {
     if (block.model_year) return fmt::format("model of {}", block.year);
     return block.week == 0 ? std::to_string(block.year) : fmt::format("week {} of {}", block.week, block.year);
+}
+
+double AreaOf(const Gamut& gamut) {
+    const Triangle triangle = TriangleOf(gamut);
+    return SignedArea(triangle.data(), triangle.size());
+}
+
+std::string KindOf(const EdidExtension& extension) {
+    switch (extension.tag) {
+        case 0x02:
+            return "CTA-861";
+        case 0x10:
+            return "video timings";
+        case 0x40:
+            return "display information";
+        case 0x50:
+            return "localized texts";
+        case 0x70:
+            return "DisplayID";
+        case 0xF0:
+            return "block map";
+        default:
+            return "unknown";
+    }
 }
 
 }  // namespace
@@ -44,6 +71,9 @@ Json PanelDocument(const EdidBlock& block) {
     Json points = Json::object();
     for (std::size_t i = 0; i < block.gamut.size(); ++i)
         points[kPoints[i]] = {block.gamut[i].first, block.gamut[i].second};
+    Json extensions = Json::array();
+    for (const EdidExtension& extension : block.extensions_there)
+        extensions.push_back({{"tag", extension.tag}, {"checksum_right", extension.checksum_right}});
     return {{"maker", block.maker},
             {"product", block.product},
             {"serial", block.serial},
@@ -62,23 +92,26 @@ Json PanelDocument(const EdidBlock& block) {
               {"refresh", block.preferred.refresh},
               {"interlaced", block.preferred.interlaced}}},
             {"chromaticities", points},
+            {"area", AreaOf(block.gamut)},
             {"gamuts", coverage},
             {"wide_gamut", IsWide(block)},
             {"header_right", block.header_right},
             {"checksum_right", block.checksum_right},
             {"extensions", block.extensions},
-            {"extensions_there", block.extensions_there}};
+            {"extensions_there", extensions}};
 }
 
 std::vector<std::vector<std::string>> PanelRows(const EdidBlock& block) {
     const EdidTiming& timing = block.preferred;
     std::vector<std::vector<std::string>> rows{
         {"panel", PanelTitle(block)},
-        {"product, serial", fmt::format("{:04X}, {:08X} {}", block.product, block.serial, block.serial_text)},
+        {"product, serial", fmt::format("{:04X}, {:08X}{}{}", block.product, block.serial,
+                                        block.serial_text.empty() ? "" : " ", block.serial_text)},
         {"made", Made(block)},
-        {"EDID", fmt::format("{}.{}, header {}, checksum {}, {} of {} extension blocks there", block.version,
-                             block.revision, block.header_right ? "right" : "WRONG",
-                             block.checksum_right ? "right" : "WRONG", block.extensions_there, block.extensions)},
+        {"EDID",
+         fmt::format("{}.{}, header {}, checksum {}, {} of {} extension blocks there", block.version, block.revision,
+                     block.header_right ? "right" : "WRONG", block.checksum_right ? "right" : "WRONG",
+                     block.extensions_there.size(), block.extensions)},
         {"size", block.width_cm == 0 || block.height_cm == 0
                      ? "not stated"
                      : fmt::format("{} x {} cm", block.width_cm, block.height_cm)},
@@ -86,9 +119,17 @@ std::vector<std::vector<std::string>> PanelRows(const EdidBlock& block) {
                                                : fmt::format("{} x {} at {:.2f} Hz{}", timing.width, timing.height,
                                                              timing.refresh, timing.interlaced ? ", interlaced" : "")},
         {"gamma", block.gamma == 0 ? "not stated" : fmt::format("{:.2f}", block.gamma)}};
+    for (std::size_t i = 0; i < block.extensions_there.size(); ++i) {
+        const EdidExtension& extension = block.extensions_there[i];
+        rows.insert(rows.begin() + 4 + static_cast<std::ptrdiff_t>(i),
+                    {fmt::format("extension {}", i + 1),
+                     fmt::format("{} ({:02X}), checksum {}", KindOf(extension), extension.tag,
+                                 extension.checksum_right ? "right" : "WRONG")});
+    }
     for (std::size_t i = 0; i < block.gamut.size(); ++i) {
         rows.push_back({kPoints[i], fmt::format("({:.4f}, {:.4f})", block.gamut[i].first, block.gamut[i].second)});
     }
+    rows.push_back({"area in the xy plane", fmt::format("{:.6f}", AreaOf(block.gamut))});
     for (const Reference& reference : kReferences) {
         const Coverage result = Cover(TriangleOf(reference.gamut), TriangleOf(block.gamut));
         const char* const verdict = !reference.judged      ? "for information"

@@ -3,6 +3,7 @@
 #include "app/commands.h"
 #include "app/places.h"
 #include "app/screen_view.h"
+#include "config/display_query.h"
 #include "tandor/screen_config.h"
 
 namespace tandor::app {
@@ -26,19 +27,45 @@ std::string Joined(const Json& list) {
     return text.empty() ? "(none)" : text;
 }
 
+struct ListRow {
+    std::string label;
+    const char* element;
+    ScreenList which;
+    Json list;
+};
+
+std::vector<ListRow> ListsOf(const ScreenSettings& settings) {
+    std::vector<ListRow> rows{{"mirror", "Mirror", ScreenList::kMirror, ListOf(settings.mirror)},
+                              {"extend", "Extend", ScreenList::kExtend, ListOf(settings.extend)}};
+    for (const auto& [name, first, table] :
+         {std::tuple("monitor", ScreenList::kMonitor, &settings.monitor), {"pad", ScreenList::kPad, &settings.pad}}) {
+        for (std::size_t i = 0; i < kAspectRatios.size(); ++i) {
+            const char* const key = kAspectRatios[i].key;
+            const auto entry = table->find(key);
+            rows.push_back({fmt::format("{}, {}", name, key), key,
+                            static_cast<ScreenList>(static_cast<std::size_t>(first) + i),
+                            entry == table->end() ? Json::array() : ListOf(entry->second)});
+        }
+    }
+    return rows;
+}
+
 void AddLists(const ScreenSettings& settings, Json& document, std::vector<std::vector<std::string>>& rows) {
     document["mirror"] = ListOf(settings.mirror);
     document["extend"] = ListOf(settings.extend);
     document["monitor"] = TableOf(settings.monitor);
     document["pad"] = TableOf(settings.pad);
-    for (const char* const name : {"mirror", "extend"}) {
-        rows.push_back({fmt::format("resolutions, {}", name), Joined(document[name]),
-                        document[name].empty() ? "default" : "file", ""});
-    }
-    for (const char* const name : {"monitor", "pad"}) {
-        for (const auto& [ratio, list] : document[name].items()) {
-            rows.push_back({fmt::format("resolutions, {}, {}", name, ratio), Joined(list), "file", ""});
+    Json& origins = document["lists"] = Json::array();
+    const std::string file = TextOf(std::filesystem::path(kPadResolutionFile).filename());
+    for (const ListRow& row : ListsOf(settings)) {
+        Origin origin{"", "", settings.list_lines[static_cast<std::size_t>(row.which)]};
+        if (origin.line != 0) origin.file = file;
+        if (row.list.empty()) {
+            origin.why = origin.line == 0 ? fmt::format("no <{}> in <{}>", row.element, SectionOf(row.which))
+                                          : "no resolution in it";
         }
+        origins.push_back({{"name", row.label}, {"file", origin.file}, {"line", origin.line}, {"why", origin.why}});
+        rows.push_back({"resolutions, " + row.label, Joined(row.list), TextOf(origin)});
     }
 }
 
@@ -63,35 +90,52 @@ void Show(Context& context, const Options& options) {
         throw CommandError("this PC's device type", "neither the registry nor the BIOS names one",
                            "give --device-type, or set the text value DeviceType under HKLM\\SOFTWARE\\Vextro\\Pelora");
     }
-    ScreenView viewer(type, Folder(options));
-    ScreenSettings settings;
-    LoadScreenSettings(viewer, settings);
-
-    std::vector<std::vector<std::string>> rows{{"VALUE", "ANSWER", "FROM", "LINE"}};
+    const ScreenReading reading = LookAtScreen(Folder(options), type);
+    const ScreenSettings& settings = reading.settings;
+    std::vector<std::vector<std::string>> rows{{"VALUE", "ANSWER", "FROM"}};
     Json values = Json::array();
     for (std::size_t i = 0; i < kScreenValues; ++i) {
         const auto value = static_cast<ScreenValue>(i);
-        const StoredValue& stored = settings.Stored(value);
-        const std::string line = stored.line == 0 ? "" : std::to_string(stored.line);
-        rows.push_back({RuleOf(value).name, std::to_string(settings.Answer(value)), Origin(settings, value), line});
+        const Origin origin = OriginOf(settings, value, type);
+        rows.push_back({RuleOf(value).name, std::to_string(settings.Answer(value)), TextOf(origin)});
         values.push_back({{"name", RuleOf(value).name},
                           {"answer", settings.Answer(value)},
-                          {"from", Origin(settings, value)},
-                          {"line", stored.line}});
+                          {"from", origin.why.empty() ? "file" : "default"},
+                          {"file", origin.file},
+                          {"line", origin.line},
+                          {"why", origin.why}});
     }
     Json document{{"device_type", type}, {"folder", TextOf(Folder(options))}, {"values", values}};
     AddLists(settings, document, rows);
-    document["messages"] = viewer.notes;
-    for (const Json& note : viewer.notes) {
-        if (note["level"] == static_cast<int>(LOG_MESSAGE_ERROR)) context.exit_code = 1;
-    }
+    document["messages"] = MessagesOf(reading, false);
+    const Json failures = MessagesOf(reading, true);
+    if (!failures.empty()) context.exit_code = 1;
     if (context.json) return PrintJson(document);
     PrintLine(fmt::format("device type {}, files below {}", type, TextOf(Folder(options))));
     PrintTable(rows);
-    for (const Json& note : viewer.notes) {
-        if (note["level"] != static_cast<int>(LOG_MESSAGE_ERROR)) continue;
-        PrintLine(fmt::format("{} ({})", note["text"].get<std::string>(), note["function"].get<std::string>()));
+    for (const Json& failure : failures) {
+        PrintLine(fmt::format("{} ({})", failure["text"].get<std::string>(), failure["function"].get<std::string>()));
     }
+}
+
+void Horizontal(const Context& context) {
+    const std::optional<ChosenDisplay> display = RecommendedDisplay();
+    if (!display) {
+        throw CommandError("the displays", "the system does not tell their configuration",
+                           "run this in a session with a display");
+    }
+    constexpr const char* kBecause[] = {"the built-in one", "the one at the desktop's origin", "the first active one"};
+    const char* const because = kBecause[static_cast<std::size_t>(display->because)];
+    const bool horizontal = IsThreeByTwo(display->size);
+    if (context.json) {
+        return PrintJson({{"width", display->size.width},
+                          {"height", display->size.height},
+                          {"display", because},
+                          {"horizontal", horizontal}});
+    }
+    PrintTable(
+        {{"DISPLAY", "RECOMMENDED", "3:2 IN LANDSCAPE"},
+         {because, fmt::format("{} x {}", display->size.width, display->size.height), horizontal ? "yes" : "no"}});
 }
 
 void Check(Context& context, const Options& options) {
@@ -122,7 +166,7 @@ void AddScreenCommands(CLI::App& app, Context& context) {
     const auto options = std::make_shared<Options>();
     const auto add_folder = [&](CLI::App* command) {
         return command
-            ->add_option("--config", options->folder,
+            ->add_option("--dir", options->folder,
                          "The folder that holds config and cloundConfig; tandorctl's own when left out")
             ->type_name("FOLDER");
     };
@@ -131,7 +175,7 @@ void AddScreenCommands(CLI::App& app, Context& context) {
     show->add_option("--device-type", options->device_type, "As if the PC were of this type");
     add_folder(show);
     show->footer(
-        "FROM is file, default (the file does not say), out of range or unreadable (both answered with the default).\n"
+        "FROM is the file and line, or why the default is answered.\n"
         "Exit code 1 when a file could not be read.\nExample:\n  tandorctl screen show --device-type PLR-W14A");
     show->callback([options, &context] { Show(context, *options); });
 
@@ -141,6 +185,13 @@ void AddScreenCommands(CLI::App& app, Context& context) {
     add_folder(check)->excludes(files);
     check->footer("Exit code 1 when there are problems.\nExample:\n  tandorctl screen check VxExScreenConfig.xml");
     check->callback([options, &context] { Check(context, *options); });
+
+    CLI::App* const horizontal =
+        screen->add_subcommand("horizontal", "Whether the display that counts is 3:2 in landscape");
+    horizontal->footer(
+        "Horizontal layouts count for such a display, vertical ones for every other. Exit code 1 when the system does "
+        "not tell.\nExample:\n  tandorctl screen horizontal");
+    horizontal->callback([&context] { Horizontal(context); });
 }
 
 }  // namespace tandor::app

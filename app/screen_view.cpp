@@ -1,5 +1,7 @@
 #include "app/screen_view.h"
 
+#include <fmt/format.h>
+
 #include "base/utf.h"
 #include "config/screen_check.h"
 #include "pelora/xml.h"
@@ -8,36 +10,52 @@
 namespace tandor::app {
 namespace {
 
+constexpr ScreenValue kNeverSet = ScreenValue::kReduceResolution;
+
 Json Problem(const std::filesystem::path& file, int line, const std::string& text) {
     return {{"file", TextOf(file)}, {"line", line}, {"problem", text}};
 }
 
 }  // namespace
 
-bool ScreenView::Folder(std::wstring& folder) {
-    folder = folder_.native();
-    return true;
+ScreenReading LookAtScreen(const std::filesystem::path& folder, const std::string& device_type) {
+    return LoadScreenSettings(folder.native(), device_type, ExScreen::ConfigMgr::IsHorizontal);
 }
 
-bool ScreenView::IsHorizontal() { return ExScreen::ConfigMgr::IsHorizontal(); }
-
-void ScreenView::Note(LOG_MESSAGE_LEVEL level, std::wstring_view function, std::wstring_view text) {
-    notes.push_back({{"level", static_cast<int>(level)},
-                     {"function", Utf8FromWideLossy(function)},
-                     {"text", Utf8FromWideLossy(text)}});
-}
-
-std::string Origin(const ScreenSettings& settings, ScreenValue value) {
-    const StoredValue& stored = settings.Stored(value);
-    switch (stored.source) {
-        case StoredValue::Source::kDefault:
-            return "default";
-        case StoredValue::Source::kUnreadable:
-            return "unreadable";
-        case StoredValue::Source::kFile:
-            break;
+Json MessagesOf(const ScreenReading& reading, bool failures_only) {
+    Json messages = Json::array();
+    for (const ScreenFinding& finding : reading.findings) {
+        if (failures_only && finding.level != LOG_MESSAGE_ERROR) continue;
+        messages.push_back({{"level", static_cast<int>(finding.level)},
+                            {"function", Utf8FromWideLossy(finding.function)},
+                            {"text", Utf8FromWideLossy(finding.Text())}});
     }
-    return settings.InRange(value) ? "file" : "out of range";
+    return messages;
+}
+
+Origin OriginOf(const ScreenSettings& settings, ScreenValue value, const std::string& device_type) {
+    using Source = StoredValue::Source;
+    const StoredValue& stored = settings.Stored(value);
+    const ScreenRule& rule = RuleOf(value);
+    if (stored.source == Source::kNothing)
+        return {kNeverSet == value ? "no element sets it" : "no file was read", "", 0};
+    Origin origin{"", TextOf(std::filesystem::path(kScreenConfigFile).filename()), stored.line};
+    if (stored.source == Source::kMissing) origin.why = fmt::format("no <{}>", stored.element);
+    if (stored.source == Source::kOtherDevice)
+        origin.why = fmt::format("<{}> has nothing for {}", stored.element, device_type);
+    if (stored.source == Source::kUnreadable)
+        origin.why = fmt::format("<{}> holds no whole number up to {}", stored.element, kGreatestNumber);
+    if (stored.source == Source::kFile && !settings.InRange(value)) {
+        origin.why =
+            fmt::format("<{}> is {} and must be {} to {}", stored.element, stored.written, rule.least, rule.greatest);
+    }
+    return origin;
+}
+
+std::string TextOf(const Origin& origin) {
+    const std::string place = origin.file.empty() ? "" : fmt::format("{}:{}", origin.file, origin.line);
+    if (origin.why.empty()) return place;
+    return "default: " + origin.why + (place.empty() ? "" : " (" + place + ")");
 }
 
 Json ScreenProblems(const std::filesystem::path& file) {

@@ -1,4 +1,4 @@
-// The extended screen's configuration for looking only.
+// The extended screen's configuration for looking only: nothing is written.
 #pragma once
 
 #include <filesystem>
@@ -9,27 +9,21 @@
 
 namespace tandor::app {
 
-// The reader's host: nothing is written, and the messages are kept.
-class ScreenView final : public ScreenHost {
-public:
-    ScreenView(std::string device_type, std::filesystem::path folder)
-        : device_type_(std::move(device_type)), folder_(std::move(folder)) {}
+// What a PC of the device type reads below the folder.
+ScreenReading LookAtScreen(const std::filesystem::path& folder, const std::string& device_type);
 
-    std::string DeviceType() override { return device_type_; }
-    bool Folder(std::wstring& folder) override;
-    bool IsHorizontal() override;
-    void AudioSwitchKnown(bool) override {}
-    void Note(LOG_MESSAGE_LEVEL level, std::wstring_view function, std::wstring_view text) override;
+// The messages as objects with "level", "function" and "text"; with `failures_only`, those of failures.
+Json MessagesOf(const ScreenReading& reading, bool failures_only);
 
-    Json notes = Json::array();
-
-private:
-    std::string device_type_;
-    std::filesystem::path folder_;
+// Where an answer comes from.
+struct Origin {
+    std::string why;   // a default is answered; empty when the file's value is
+    std::string file;  // without its folder; empty for none
+    int line = 0;      // 0 for none
 };
-
-// Where an answer comes from: "file", "default", "out of range" or "unreadable".
-std::string Origin(const ScreenSettings& settings, ScreenValue value);
+Origin OriginOf(const ScreenSettings& settings, ScreenValue value, const std::string& device_type);
+// "VxExScreenConfig.xml:23", or "default: " and the reason, with the place where it lies.
+std::string TextOf(const Origin& origin);
 
 // What the file has wrong, as objects with "file", "line" and "problem".
 Json ScreenProblems(const std::filesystem::path& file);

@@ -81,7 +81,7 @@ std::size_t ReadHex(std::string_view digits, unsigned char* out) {
         if ((high | low) < 0) return i;
         out[i] = static_cast<unsigned char>(high << 4 | low);
     }
-    return done;
+    return size;
 }
 
 }  // namespace tandor

@@ -20,7 +20,6 @@ add_library(TandorUtil SHARED
     config/present_records.cpp
     config/config_mgr.cpp
     config/display_query.cpp
-    device/edid_data.cpp
     device/panel_query.cpp
     foundation/channel_logger.cpp
     foundation/channel_sink.cpp

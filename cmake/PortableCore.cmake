@@ -10,12 +10,16 @@ set(TANDOR_CORE_SOURCES
     concurrency/operation_queue.cpp
     concurrency/remote_command_line.cpp
     concurrency/thread_pool.cpp
+    config/display_choice.cpp
+    config/resolution_reader.cpp
     config/screen_check.cpp
     config/screen_reader.cpp
     config/screen_settings.cpp
     device/edid.cpp
     device/gamut.cpp
     device/gamut_diagram.cpp
+    device/orientation.cpp
+    device/hex_dump.cpp
     device/summary_reader.cpp
     device/summary_writer.cpp
     foundation/base64.cpp
@@ -37,6 +41,7 @@ set(TANDOR_CORE_SOURCES
 )
 # Portable as well, but they call the suite's services: the native tests link them with stand-ins for those.
 set(TANDOR_SERVICE_CALLERS
+    device/edid_data.cpp
     foundation/message.cpp
     security/sealing_host.cpp
     telemetry/data_report.cpp

@@ -21,35 +21,19 @@ void LogScreen(LOG_MESSAGE_LEVEL level, std::wstring_view function, std::wstring
     tandor::LogMessage(channel, level, function, tandor::Tag{L"ConfigMgr"}, text);
 }
 
-class ThisMachine final : public tandor::ScreenHost {
-public:
-    std::string DeviceType() override { return ConfigMgr::GetDeviceType(); }
-
-    bool Folder(std::wstring& folder) override {
-        folder.resize(kLongestPath);
-        const DWORD length = ::GetModuleFileNameW(nullptr, folder.data(), static_cast<DWORD>(folder.size()));
-        if (length == 0 || length >= folder.size()) {
-            LogScreen(tandor::kFailure, L"ExScreen::ConfigMgr::LoadConfigFile",
-                      L"failed to get module path, errcode: " + std::to_wstring(::GetLastError()));
-            return false;
-        }
-        folder.resize(length);
-        folder.resize(folder.rfind(L'\\') == std::wstring::npos ? 0 : folder.rfind(L'\\'));
-        return true;
+// The folder of the host program; says why when it cannot be had.
+bool HostFolder(std::wstring& folder) {
+    folder.resize(kLongestPath);
+    const DWORD length = ::GetModuleFileNameW(nullptr, folder.data(), static_cast<DWORD>(folder.size()));
+    if (length == 0 || length >= folder.size()) {
+        LogScreen(tandor::kFailure, L"ExScreen::ConfigMgr::LoadConfigFile",
+                  L"failed to get module path, errcode: " + std::to_wstring(::GetLastError()));
+        return false;
     }
-
-    bool IsHorizontal() override { return ConfigMgr::IsHorizontal(); }
-
-    void AudioSwitchKnown(bool supported) override {
-        // A failed write has said so in the host log.
-        DE::Registry::SetValue(DE::RegistryRoot::kUser, L"\\SOFTWARE\\Vextro\\Pelora\\Pad\\setting",
-                               L"supportAudioSwitch", std::uint32_t{supported});
-    }
-
-    void Note(LOG_MESSAGE_LEVEL level, std::wstring_view function, std::wstring_view text) override {
-        LogScreen(level, function, text);
-    }
-};
+    folder.resize(length);
+    folder.resize(folder.rfind(L'\\') == std::wstring::npos ? 0 : folder.rfind(L'\\'));
+    return true;
+}
 
 }  // namespace
 
@@ -65,19 +49,31 @@ ConfigMgr& ConfigMgr::GetInstance() {
 }
 
 void ConfigMgr::LoadConfig() {
-    ThisMachine host;
-    tandor::LoadScreenSettings(host, *settings_);
+    constexpr std::wstring_view kFunction = L"ExScreen::ConfigMgr::LoadConfig";
+    const std::string device_type = GetDeviceType();
+    if (device_type.empty()) return LogScreen(tandor::kFailure, kFunction, L"Failed to get device type.");
+    std::wstring folder;
+    if (!HostFolder(folder)) return LogScreen(tandor::kFailure, kFunction, L"load cfg file failed");
+    const tandor::ScreenReading reading = tandor::LoadScreenSettings(folder, device_type, IsHorizontal);
+    static_cast<tandor::ScreenSettings&>(*settings_) = reading.settings;
+    for (const tandor::ScreenFinding& finding : reading.findings)
+        LogScreen(finding.level, finding.function, finding.Text());
+    if (settings_->Stored(ScreenValue::kAudioSwitch).source == tandor::StoredValue::Source::kFile) {
+        // A failed write has said so in the host log.
+        DE::Registry::SetValue(DE::RegistryRoot::kUser, L"\\SOFTWARE\\Vextro\\Pelora\\Pad\\setting",
+                               L"supportAudioSwitch", std::uint32_t{IsSupportAudioSwitch()});
+    }
 }
 
 std::string ConfigMgr::GetDeviceType() { return ProductCheckSupport::GetDeviceTypeEx(); }
 
 bool ConfigMgr::IsHorizontal() {
-    const auto size = tandor::RecommendedDisplaySize();
-    if (!size) return false;
-    LogScreen(
-        tandor::kInfo, L"ExScreen::ConfigMgr::IsHorizontal",
-        L"recommendWidth is " + std::to_wstring(size->width) + L" recommendHeight is " + std::to_wstring(size->height));
-    return std::uint64_t{2} * size->width == std::uint64_t{3} * size->height;
+    const auto display = tandor::RecommendedDisplay();
+    if (!display) return false;
+    LogScreen(tandor::kInfo, L"ExScreen::ConfigMgr::IsHorizontal",
+              L"recommendWidth is " + std::to_wstring(display->size.width) + L" recommendHeight is " +
+                  std::to_wstring(display->size.height));
+    return tandor::IsThreeByTwo(display->size);
 }
 
 unsigned int ConfigMgr::GetFollowPCWidth() const { return settings_->Answer(ScreenValue::kFollowPcWidth); }

@@ -53,52 +53,42 @@ bool IsBuiltIn(const Path& path) {
     }
 }
 
-bool IsAtOrigin(const Path& path, const Configuration& configuration) {
-    const Mode* const source = configuration.ModeAt(path.sourceInfo.modeInfoIdx, DISPLAYCONFIG_MODE_INFO_TYPE_SOURCE);
-    return source != nullptr && source->sourceMode.position.x == 0 && source->sourceMode.position.y == 0;
-}
-
-const Path* ChoosePath(const Configuration& configuration) {
-    const auto& paths = configuration.paths;
-    auto found = std::find_if(paths.begin(), paths.end(), IsBuiltIn);
-    if (found == paths.end()) {
-        found =
-            std::find_if(paths.begin(), paths.end(), [&](const Path& path) { return IsAtOrigin(path, configuration); });
-    }
-    if (found == paths.end()) found = paths.begin();
-    return found == paths.end() ? nullptr : &*found;
-}
-
-// What the monitor itself prefers; where the driver does not say, the size that is on the wire or on the desktop.
-std::optional<ExScreen::Resolution> SizeOf(const Path& path, const Configuration& configuration) {
+// What the monitor itself prefers.
+ExScreen::Resolution PreferredSize(const Path& path) {
     DISPLAYCONFIG_TARGET_PREFERRED_MODE preferred{};
     preferred.header.type = DISPLAYCONFIG_DEVICE_INFO_GET_TARGET_PREFERRED_MODE;
     preferred.header.size = sizeof(preferred);
     preferred.header.adapterId = path.targetInfo.adapterId;
     preferred.header.id = path.targetInfo.id;
-    if (::DisplayConfigGetDeviceInfo(&preferred.header) == ERROR_SUCCESS && preferred.width != 0 &&
-        preferred.height != 0) {
-        return ExScreen::Resolution{preferred.width, preferred.height};
-    }
+    if (::DisplayConfigGetDeviceInfo(&preferred.header) != ERROR_SUCCESS) return {};
+    return {preferred.width, preferred.height};
+}
+
+DisplayFacts FactsOf(const Path& path, const Configuration& configuration) {
+    DisplayFacts facts;
+    facts.built_in = IsBuiltIn(path);
+    facts.preferred = PreferredSize(path);
     if (const Mode* const target =
             configuration.ModeAt(path.targetInfo.modeInfoIdx, DISPLAYCONFIG_MODE_INFO_TYPE_TARGET)) {
         const DISPLAYCONFIG_2DREGION& active = target->targetMode.targetVideoSignalInfo.activeSize;
-        if (active.cx != 0 && active.cy != 0) return ExScreen::Resolution{active.cx, active.cy};
+        facts.active = {active.cx, active.cy};
     }
     if (const Mode* const source =
             configuration.ModeAt(path.sourceInfo.modeInfoIdx, DISPLAYCONFIG_MODE_INFO_TYPE_SOURCE)) {
-        return ExScreen::Resolution{source->sourceMode.width, source->sourceMode.height};
+        facts.source = {source->sourceMode.width, source->sourceMode.height};
+        facts.at_origin = source->sourceMode.position.x == 0 && source->sourceMode.position.y == 0;
     }
-    return std::nullopt;
+    return facts;
 }
 
 }  // namespace
 
-std::optional<ExScreen::Resolution> RecommendedDisplaySize() {
+std::optional<ChosenDisplay> RecommendedDisplay() {
     const std::optional<Configuration> configuration = CurrentConfiguration();
     if (!configuration) return std::nullopt;
-    const Path* const path = ChoosePath(*configuration);
-    return path == nullptr ? std::nullopt : SizeOf(*path, *configuration);
+    std::vector<DisplayFacts> displays;
+    for (const Path& path : configuration->paths) displays.push_back(FactsOf(path, *configuration));
+    return ChooseDisplay(displays);
 }
 
 }  // namespace tandor

@@ -117,6 +117,7 @@ public:
     }
 
     std::vector<ScreenProblem> Take() {
+        if (more_ != 0) problems_.push_back({last_, "and " + std::to_string(more_) + " more problem(s)"});
         std::stable_sort(problems_.begin(), problems_.end(),
                          [](const auto& left, const auto& right) { return left.line < right.line; });
         return std::move(problems_);
@@ -149,9 +150,9 @@ private:
 
     std::optional<std::int64_t> Read(VxXmlElement element) {
         const auto number = ParseDecimal<std::int64_t>(element.Value());
-        if (number && *number <= 2147483647) return number;
-        Report(element, Tagged(element) + " holds " + Quoted(element.Value()) +
-                            ", which is not a whole number up to 2147483647");
+        if (number && *number <= kGreatestNumber) return number;
+        Report(element, Tagged(element) + " holds " + Quoted(element.Value()) + ", which is not a whole number up to " +
+                            std::to_string(kGreatestNumber));
         return std::nullopt;
     }
 
@@ -159,8 +160,8 @@ private:
         const auto number = Read(element);
         if (!number || (*number >= rule.least && *number <= rule.greatest)) return;
         Report(element, Tagged(element) + " is " + std::to_string(*number) + " and must be " +
-                            Within(rule.least, rule.greatest) + "; " + std::to_string(rule.otherwise) +
-                            " is taken instead");
+                            Within(rule.least, std::min<std::int64_t>(rule.greatest, kGreatestNumber)) + "; " +
+                            std::to_string(rule.otherwise) + " is taken instead");
     }
 
     void CheckEdge(VxXmlElement element) {
@@ -211,9 +212,9 @@ private:
         const std::set<std::string_view> devices = Entries(support);
         std::set<std::string_view> seen;
         EachChild(section, [&](VxXmlElement child) {
-            if (listed && FindShape(kSupport, child.Name()) != nullptr) return;
             if (!seen.insert(child.Name()).second)
                 Report(child, Tagged(child) + " stands here a second time; only the first one counts");
+            if (listed && FindShape(kSupport, child.Name()) != nullptr) return;
             if (listed && !devices.contains(child.Name())) {
                 Report(child, Tagged(child) + " is not listed in <Support>, so it is passed over");
             }
@@ -246,9 +247,18 @@ private:
         if (count == 0) Report(list, Tagged(list) + " lists no <Resolution>");
     }
 
-    void Report(VxXmlElement element, std::string text) { problems_.push_back({element.Line(), std::move(text)}); }
+    void Report(VxXmlElement element, std::string text) {
+        last_ = std::max(last_, element.Line());
+        if (problems_.size() == kMostProblems) {
+            ++more_;
+        } else {
+            problems_.push_back({element.Line(), std::move(text)});
+        }
+    }
 
     std::vector<ScreenProblem> problems_;
+    std::size_t more_ = 0;
+    int last_ = 0;  // line of a problem
 };
 
 }  // namespace

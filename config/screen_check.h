@@ -13,8 +13,12 @@ struct ScreenProblem {
     std::string text;
 };
 
+// Nobody reads more of them.
+inline constexpr std::size_t kMostProblems = 1000;
+
 // Everything that the reader would pass over or answer otherwise than written, in the order of the lines. Both files
-// are looked over alike: their sections have different names.
+// are looked over alike: their sections have different names. Beyond kMostProblems the last one says how many more
+// there are.
 std::vector<ScreenProblem> CheckScreenConfig(VxXmlElement root);
 
 }  // namespace tandor

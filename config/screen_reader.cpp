@@ -1,49 +1,32 @@
 #include "config/screen_reader.h"
 
 #include <algorithm>
-#include <array>
-#include <limits>
-#include <optional>
+#include <span>
 
-#include "base/decimal.h"
 #include "base/trim.h"
 #include "base/utf.h"
-#include "foundation/message.h"
+#include "config/screen_notes.h"
 
 namespace tandor {
 namespace {
 
-using ExScreen::ResolutionList;
-using ExScreen::ResolutionTable;
+using Source = StoredValue::Source;
+using Values = std::span<const ScreenValue>;
+using enum ScreenValue;
 
-// The numbers of the files end at 2147483647; anything else is not readable.
-std::optional<std::int64_t> Number(VxXmlElement element) {
-    const auto number = ParseDecimal<std::int64_t>(element.Value());
-    return number && *number > std::numeric_limits<std::int32_t>::max() ? std::nullopt : number;
-}
-
-// A reader's messages carry its name.
-class Notes {
-public:
-    Notes(ScreenHost& host, const wchar_t* function) : host_(host), function_(function) {}
-
-    void Say(LOG_MESSAGE_LEVEL level, std::wstring_view text) const { host_.Note(level, function_, text); }
-    void Info(std::wstring_view text) const { Say(kInfo, text); }
-    // Whether the element is there; says so when not.
-    [[nodiscard]] bool Has(VxXmlElement element, std::wstring_view missing) const {
-        if (element.IsElementNull()) Info(missing);
-        return !element.IsElementNull();
-    }
-
-private:
-    ScreenHost& host_;
-    const wchar_t* function_;
-};
+constexpr ScreenValue kAudio[] = {kMinVolume, kSpeakerMargin, kSampleRate, kBitDepth, kInputChannels};
+constexpr ScreenValue kVideo[] = {kFpsThreshold, kEncoderBitrate, kEncoderIdrInterval, kDisplayFrequency};
+constexpr ScreenValue kFollowPc[] = {kFollowPcWidth, kFollowPcHeight, kFollowPcDpi};
+// Widths and heights follow each other.
+constexpr ScreenValue kFollowPad[] = {kFollowPadHideWidth, kFollowPadHideHeight, kFollowPadShowWidth,
+                                      kFollowPadShowHeight};
+constexpr ScreenValue kExtend[] = {kExtendPrimWidth,     kExtendPrimHeight,   kExtendHideSecWidth,
+                                   kExtendHideSecHeight, kExtendShowSecWidth, kExtendShowSecHeight};
 
 class ScreenReader {
 public:
-    ScreenReader(const std::string& device_type, ScreenHost& host, ScreenSettings& settings)
-        : device_type_(device_type), host_(host), settings_(settings) {}
+    ScreenReader(const std::string& device_type, bool horizontal, ScreenReading& reading)
+        : device_type_(device_type), horizontal_(horizontal), reading_(reading) {}
 
     void Read(VxXmlElement root) {
         ReadAutoDetectConfig(root);
@@ -57,156 +40,158 @@ public:
     }
 
 private:
-    // A child that holds an unsigned number.
+    // An element, the values that stand or fall with it, and what is said when it is not there.
     struct Item {
         const char* name;
-        ScreenValue value;
+        Values values;
         const wchar_t* missing;
     };
 
     void ReadAutoDetectConfig(VxXmlElement root) {
-        const Notes notes(host_, L"ExScreen::ConfigMgr::ReadAutoDetectConfig");
-        const VxXmlElement section = root.FirstNode("AutoDetect");
-        if (!notes.Has(section, L"autoDetect node is null")) return;
-        const VxXmlElement support = section.FirstNode("Support");
-        if (!notes.Has(support, L"unsupportNode node is null")) return;
+        static constexpr ScreenValue kAll[] = {kAutoDetect, kMinVolume, kSpeakerMargin,
+                                               kSampleRate, kBitDepth,  kInputChannels};
+        const Notes notes(reading_, L"ExScreen::ConfigMgr::ReadAutoDetectConfig");
+        const VxXmlElement section = Child(root, {"AutoDetect", kAll, L"autoDetect node is null"}, notes);
+        if (section.IsElementNull()) return;
+        const VxXmlElement support = Child(section, {"Support", kAll, L"unsupportNode node is null"}, notes);
+        if (support.IsElementNull()) return;
         const bool supported = ListHolds(support.Value(), device_type_);
-        Store(ScreenValue::kAutoDetect, supported ? 1 : 0, support);
+        Store(kAutoDetect, supported ? 1 : 0, "Support", support);
         const VxXmlElement device = section.FirstNode(device_type_.c_str());
-        if (!supported || device.IsElementNull()) return notes.Info(L"not found device config use default instead");
-        ReadAutoDetectNodeInfo(device);
+        if (supported && !device.IsElementNull()) return ReadAutoDetectNodeInfo(device);
+        Explain(kAudio, Source::kOtherDevice, supported ? "AutoDetect" : "Support", supported ? section : support);
+        notes.Info(L"not found device config use default instead");
     }
 
     void ReadAutoDetectNodeInfo(VxXmlElement device) {
-        static constexpr Item kItems[] = {
-            {"MinVolumn", ScreenValue::kMinVolume, L"default Volumn is null"},
-            {"Margin", ScreenValue::kSpeakerMargin, L"default speakerMargin is null"},
-            {"SampleRate", ScreenValue::kSampleRate, L"default sampleRate is null"},
-            {"BitDepth", ScreenValue::kBitDepth, L"default bitDepth is null"},
-            {"InCh", ScreenValue::kInputChannels, L"default inCh is null"},
-        };
-        const Notes notes(host_, L"ExScreen::ConfigMgr::ReadAutoDetectNodeInfo");
-        notes.Info(L"found " + WideFromUtf8Lossy(device_type_) + L" config");
+        static constexpr Item kItems[] = {{"MinVolumn", {kAudio, 1}, L"default Volumn is null"},
+                                          {"Margin", {kAudio + 1, 1}, L"default speakerMargin is null"},
+                                          {"SampleRate", {kAudio + 2, 1}, L"default sampleRate is null"},
+                                          {"BitDepth", {kAudio + 3, 1}, L"default bitDepth is null"},
+                                          {"InCh", {kAudio + 4, 1}, L"default inCh is null"}};
+        const Notes notes(reading_, L"ExScreen::ConfigMgr::ReadAutoDetectNodeInfo");
+        notes.Info(L"found %s config", device_type_);
         for (const Item& item : kItems) ReadItem(device, item, notes);
     }
 
     void ReadAudioSwitchDisableConfig(VxXmlElement root) {
-        const Notes notes(host_, L"ExScreen::ConfigMgr::ReadAudioSwitchDisableConfig");
-        const VxXmlElement section = root.FirstNode("AudioSwitch");
-        if (!notes.Has(section, L"audioSwitch node is null")) return;
-        const VxXmlElement unsupported = section.FirstNode("NoSupport");
-        if (!notes.Has(unsupported, L"noSupport node is null")) return;
-        const bool supported = !ListHolds(unsupported.Value(), device_type_);
-        Store(ScreenValue::kAudioSwitch, supported ? 1 : 0, unsupported);
-        host_.AudioSwitchKnown(supported);
+        static constexpr ScreenValue kAll[] = {kAudioSwitch};
+        const Notes notes(reading_, L"ExScreen::ConfigMgr::ReadAudioSwitchDisableConfig");
+        const VxXmlElement section = Child(root, {"AudioSwitch", kAll, L"audioSwitch node is null"}, notes);
+        if (section.IsElementNull()) return;
+        const VxXmlElement unsupported = Child(section, {"NoSupport", kAll, L"noSupport node is null"}, notes);
+        if (unsupported.IsElementNull()) return;
+        Store(kAudioSwitch, ListHolds(unsupported.Value(), device_type_) ? 0 : 1, "NoSupport", unsupported);
     }
 
     void ReadLcdDirectionConfig(VxXmlElement root) {
-        const Notes notes(host_, L"ExScreen::ConfigMgr::ReadLcdDirectionConfig");
-        const VxXmlElement section = root.FirstNode("LcdDirection");
-        if (!notes.Has(section, L"LcdDirection node is null")) return;
+        static constexpr ScreenValue kAll[] = {kRotation};
+        const Notes notes(reading_, L"ExScreen::ConfigMgr::ReadLcdDirectionConfig");
+        const VxXmlElement section = Child(root, {"LcdDirection", kAll, L"LcdDirection node is null"}, notes);
+        if (section.IsElementNull()) return;
         const VxXmlElement device = section.FirstNode(device_type_.c_str());
-        if (device.IsElementNull()) return;  // most models have none
+        if (device.IsElementNull()) return Explain(kAll, Source::kOtherDevice, "LcdDirection", section);  // as for most
         notes.Info(L"found device config");
-        ReadItem(device, {"Rotation", ScreenValue::kRotation, L"rotation node is null"}, notes);
+        ReadItem(device, {"Rotation", kAll, L"rotation node is null"}, notes);
     }
 
     void ReadDriverLimitSwitch(VxXmlElement root) {
-        const Notes notes(host_, L"ExScreen::ConfigMgr::ReadDriverLimitSwitch");
-        const VxXmlElement element = root.FirstNode("DriverLimitSwitch");
-        if (!notes.Has(element, L"driverLimit node is null")) return;
+        static constexpr ScreenValue kAll[] = {kDriverLimit};
+        const Notes notes(reading_, L"ExScreen::ConfigMgr::ReadDriverLimitSwitch");
+        const VxXmlElement element = Child(root, {"DriverLimitSwitch", kAll, L"driverLimit node is null"}, notes);
+        if (element.IsElementNull()) return;
         const auto number = Number(element);
-        StoreIfReadable(ScreenValue::kDriverLimit,
-                        number ? std::optional<std::uint32_t>(*number != 0 ? 1 : 0) : std::nullopt, element);
+        if (!number) return Explain(kAll, Source::kUnreadable, "DriverLimitSwitch", element);
+        Store(kDriverLimit, *number != 0 ? 1 : 0, "DriverLimitSwitch", element);
     }
 
     void ReadDisplayConfig(VxXmlElement root) {
-        const Notes notes(host_, L"ExScreen::ConfigMgr::ReadDisplayConfig");
-        const VxXmlElement section = root.FirstNode("DeviceConfig");
-        if (!notes.Has(section, L"deviceConfig node is null")) return;
+        const Notes notes(reading_, L"ExScreen::ConfigMgr::ReadDisplayConfig");
+        const VxXmlElement section = Child(root, {"DeviceConfig", kVideo, L"deviceConfig node is null"}, notes);
+        if (section.IsElementNull()) return;
         const VxXmlElement device = FindDevice(section);
-        if (device.IsElementNull()) return;
-        for (std::size_t index = 0; index < kVideo.size(); ++index) {
-            const VxXmlElement element = device.FirstNode(RuleOf(kVideo[index]).name);
-            if (!element.IsElementNull())
-                Store(kVideo[index], ReadVideoUint32ConfigValue(element, kVideo[index]), element);
-        }
+        if (device.IsElementNull()) return Explain(kVideo, Source::kOtherDevice, "DeviceConfig", section);
+        for (const ScreenValue& value : kVideo) ReadVideoUint32ConfigValue(device, value);
     }
 
     // 0 stands for a value that is not configured, also one that is out of range or not a number.
-    std::uint32_t ReadVideoUint32ConfigValue(VxXmlElement element, ScreenValue value) {
-        const auto number = Number(element);
+    void ReadVideoUint32ConfigValue(VxXmlElement device, const ScreenValue& value) {
         const ScreenRule& rule = RuleOf(value);
-        if (!number) return rule.otherwise;
-        if (*number >= rule.least && *number <= rule.greatest) return static_cast<std::uint32_t>(*number);
-        Notes(host_, L"ExScreen::ConfigMgr::ReadVideoUint32ConfigValue")
-            .Info(L"Invalid " + WideFromUtf8Lossy(rule.name) + L" value:" + std::to_wstring(*number) + L".");
-        return rule.otherwise;
+        const VxXmlElement element = device.FirstNode(rule.name);
+        if (element.IsElementNull()) return Explain({&value, 1}, Source::kMissing, rule.name, device);
+        const auto read = Number(element);
+        const std::int64_t number = read.value_or(rule.otherwise);
+        const bool good = number >= rule.least && number <= rule.greatest;
+        if (!good) {
+            Notes(reading_, L"ExScreen::ConfigMgr::ReadVideoUint32ConfigValue")
+                .Info(L"Invalid %s value:%d.", rule.name, number);
+        }
+        if (!read) return Explain({&value, 1}, Source::kUnreadable, rule.name, element);
+        Store(value, good ? static_cast<std::uint32_t>(number) : rule.otherwise, rule.name, element, number);
     }
 
     void ReadFollowPCConfig(VxXmlElement root) {
-        const Notes notes(host_, L"ExScreen::ConfigMgr::ReadFollowPCConfig");
-        const VxXmlElement section = root.FirstNode("FollowPC");
-        if (!notes.Has(section, L"followPC node is null")) return;
+        static constexpr Item kItems[] = {{"PrimaryWidth", {kFollowPc, 1}, L"primaryWidthNode is null"},
+                                          {"PrimaryHeight", {kFollowPc + 1, 1}, L"primaryHeightNode is null"},
+                                          {"PrimaryDpi", {kFollowPc + 2, 1}, L"primaryDpiNode is null"}};
+        const Notes notes(reading_, L"ExScreen::ConfigMgr::ReadFollowPCConfig");
+        const VxXmlElement section = Child(root, {"FollowPC", kFollowPc, L"followPC node is null"}, notes);
+        if (section.IsElementNull()) return;
         const VxXmlElement device = FindDevice(section);
-        if (device.IsElementNull()) return notes.Info(L"not found device config use default instead");
-        ReadItem(device, {"PrimaryWidth", ScreenValue::kFollowPcWidth, L"primaryWidthNode is null"}, notes);
-        ReadItem(device, {"PrimaryHeight", ScreenValue::kFollowPcHeight, L"primaryHeightNode is null"}, notes);
-        ReadItem(device, {"PrimaryDpi", ScreenValue::kFollowPcDpi, L"primaryDpiNode is null"}, notes);
+        if (device.IsElementNull()) {
+            Explain(kFollowPc, Source::kOtherDevice, "FollowPC", section);
+            return notes.Info(L"not found device config use default instead");
+        }
+        for (const Item& item : kItems) ReadItem(device, item, notes);
     }
 
     void ReadFollowPadConfig(VxXmlElement root) {
-        const Notes notes(host_, L"ExScreen::ConfigMgr::ReadFollowPadConfig");
-        const VxXmlElement section = root.FirstNode("FollowPad");
-        if (!notes.Has(section, L"followPad node is null")) return;
-        const VxXmlElement layout = Layout(section, notes);
+        const Notes notes(reading_, L"ExScreen::ConfigMgr::ReadFollowPadConfig");
+        const VxXmlElement section = Child(root, {"FollowPad", kFollowPad, L"followPad node is null"}, notes);
+        if (section.IsElementNull()) return;
+        const VxXmlElement layout = Layout(section, kFollowPad, notes);
         if (layout.IsElementNull()) return;
-        ReadPrimary(Sidebar(layout, "Hide", notes), ScreenValue::kFollowPadHideWidth, ScreenValue::kFollowPadHideHeight,
-                    notes);
-        ReadPrimary(Sidebar(layout, "Show", notes), ScreenValue::kFollowPadShowWidth, ScreenValue::kFollowPadShowHeight,
-                    notes);
+        ReadPrimary(Sidebar(layout, true, {kFollowPad, 2}, notes), kFollowPad, notes);
+        ReadPrimary(Sidebar(layout, false, {kFollowPad + 2, 2}, notes), kFollowPad + 2, notes);
     }
 
     void ReadExtendConfig(VxXmlElement root) {
-        const Notes notes(host_, L"ExScreen::ConfigMgr::ReadExtendConfig");
-        const VxXmlElement layout = Layout(root, notes);
+        const Notes notes(reading_, L"ExScreen::ConfigMgr::ReadExtendConfig");
+        const VxXmlElement layout = Layout(root, kExtend, notes);
         if (layout.IsElementNull()) return;
-        ReadPrimary(layout, ScreenValue::kExtendPrimWidth, ScreenValue::kExtendPrimHeight, notes);
-        ReadSecondary(Sidebar(layout, "Hide", notes), ScreenValue::kExtendHideSecWidth,
-                      ScreenValue::kExtendHideSecHeight, notes);
-        ReadSecondary(Sidebar(layout, "Show", notes), ScreenValue::kExtendShowSecWidth,
-                      ScreenValue::kExtendShowSecHeight, notes);
+        ReadPrimary(layout, kExtend, notes);
+        ReadSecondary(Sidebar(layout, true, {kExtend + 2, 2}, notes), kExtend + 2, notes);
+        ReadSecondary(Sidebar(layout, false, {kExtend + 4, 2}, notes), kExtend + 4, notes);
     }
 
-    void ReadPrimary(VxXmlElement element, ScreenValue width, ScreenValue height, const Notes& notes) {
+    // A width and the height behind it.
+    void ReadPrimary(VxXmlElement element, const ScreenValue* values, const Notes& notes) {
         if (element.IsElementNull()) return;
-        ReadItem(element, {"PrimaryWidth", width, L"primaryWidthNode is null"}, notes);
-        ReadItem(element, {"PrimaryHeight", height, L"primaryHeightNode is null"}, notes);
+        ReadItem(element, {"PrimaryWidth", {values, 1}, L"primaryWidthNode is null"}, notes);
+        ReadItem(element, {"PrimaryHeight", {values + 1, 1}, L"primaryHeightNode is null"}, notes);
     }
 
-    void ReadSecondary(VxXmlElement element, ScreenValue width, ScreenValue height, const Notes& notes) {
+    void ReadSecondary(VxXmlElement element, const ScreenValue* values, const Notes& notes) {
         if (element.IsElementNull()) return;
-        ReadItem(element, {"SecondaryWidth", width, L"secondaryWidthNode is null"}, notes);
-        ReadItem(element, {"SecondaryHeight", height, L"secondaryHeightNode is null"}, notes);
+        ReadItem(element, {"SecondaryWidth", {values, 1}, L"secondaryWidthNode is null"}, notes);
+        ReadItem(element, {"SecondaryHeight", {values + 1, 1}, L"secondaryHeightNode is null"}, notes);
     }
 
-    // The layout for this PC's display. The system is asked only when there is a layout at all.
-    VxXmlElement Layout(VxXmlElement parent, const Notes& notes) {
-        const VxXmlElement layouts[] = {parent.FirstNode("Vertical"), parent.FirstNode("Horizontal")};
-        if (!layouts[0].IsElementNull() || !layouts[1].IsElementNull()) {
-            if (!horizontal_) horizontal_ = host_.IsHorizontal();
-            const VxXmlElement layout = layouts[*horizontal_ ? 1 : 0];
-            (void)notes.Has(layout, *horizontal_ ? L"horizontal node is null" : L"vertical node is null");
-            return layout;
-        }
-        notes.Info(L"horizontal and vertical node is null");
-        return {};
+    // The layout for this PC's display.
+    VxXmlElement Layout(VxXmlElement parent, Values values, const Notes& notes) {
+        const bool none =
+            parent.FirstNode("Vertical").IsElementNull() && parent.FirstNode("Horizontal").IsElementNull();
+        const wchar_t* const missing = none          ? L"horizontal and vertical node is null"
+                                       : horizontal_ ? L"horizontal node is null"
+                                                     : L"vertical node is null";
+        return Child(parent, {horizontal_ ? "Horizontal" : "Vertical", values, missing}, notes);
     }
 
-    static VxXmlElement Sidebar(VxXmlElement layout, const char* name, const Notes& notes) {
-        const VxXmlElement element = layout.FirstNode(name);
-        (void)notes.Has(element, *name == 'H' ? L"sidebarHideNode is null" : L"sidebarShowNode is null");
-        return element;
+    VxXmlElement Sidebar(VxXmlElement layout, bool hidden, Values values, const Notes& notes) {
+        return Child(
+            layout,
+            {hidden ? "Hide" : "Show", values, hidden ? L"sidebarHideNode is null" : L"sidebarShowNode is null"},
+            notes);
     }
 
     // The first "Device" whose "Type" is this PC's.
@@ -217,107 +202,54 @@ private:
         return device;
     }
 
+    VxXmlElement Child(VxXmlElement parent, const Item& item, const Notes& notes) {
+        const VxXmlElement child = parent.FirstNode(item.name);
+        if (!notes.Has(child, item.missing)) Explain(item.values, Source::kMissing, item.name, parent);
+        return child;
+    }
+
     void ReadItem(VxXmlElement parent, const Item& item, const Notes& notes) {
-        const VxXmlElement element = parent.FirstNode(item.name);
-        if (!notes.Has(element, item.missing)) return;
+        const VxXmlElement element = Child(parent, item, notes);
+        if (element.IsElementNull()) return;
         const auto number = Number(element);
-        const bool readable = number && *number >= 0;
-        StoreIfReadable(item.value, readable ? std::optional(static_cast<std::uint32_t>(*number)) : std::nullopt,
-                        element);
+        if (!number || *number < 0) return Explain(item.values, Source::kUnreadable, item.name, element);
+        Store(item.values.front(), static_cast<std::uint32_t>(*number), item.name, element);
     }
 
-    void StoreIfReadable(ScreenValue value, std::optional<std::uint32_t> number, VxXmlElement element) {
-        if (number) return Store(value, *number, element);
-        StoredValue& stored = settings_.Stored(value);
-        stored.source = StoredValue::Source::kUnreadable;
-        stored.line = element.Line();
+    // Why the values keep their defaults.
+    void Explain(Values values, Source source, const char* element, VxXmlElement where) {
+        for (const ScreenValue value : values) {
+            StoredValue& stored = reading_.settings.Stored(value);
+            stored.source = source;
+            stored.element = element;
+            stored.line = where.Line();
+        }
     }
 
-    void Store(ScreenValue value, std::uint32_t number, VxXmlElement element) {
-        settings_.Stored(value) = {number, StoredValue::Source::kFile, element.Line()};
+    void Store(ScreenValue value, std::uint32_t number, const char* element, VxXmlElement where) {
+        Store(value, number, element, where, number);
     }
-
-    static constexpr std::array kVideo{ScreenValue::kFpsThreshold, ScreenValue::kEncoderBitrate,
-                                       ScreenValue::kEncoderIdrInterval, ScreenValue::kDisplayFrequency};
+    void Store(ScreenValue value, std::uint32_t number, const char* element, VxXmlElement where, std::int64_t written) {
+        reading_.settings.Stored(value) = {number, Source::kFile, element, where.Line(), written};
+    }
 
     const std::string& device_type_;
-    ScreenHost& host_;
-    ScreenSettings& settings_;
-    std::optional<bool> horizontal_;
+    const bool horizontal_;
+    ScreenReading& reading_;
 };
 
-ResolutionList ReadResolutionList(VxXmlElement parent, ScreenHost& host) {
-    const Notes notes(host, L"ExScreen::ConfigMgr::ReadResolutionList");
-    ResolutionList list;
-    for (VxXmlElement element = parent.FirstNode("Resolution"); !element.IsElementNull();
-         element = element.NextSiblingElement("Resolution")) {
-        if (list.size() == kMostResolutions) {
-            notes.Info(L"ReadResolutionList too many resolutions, the rest is left out");
-            break;
-        }
-        const auto edge = [&](const char* name) {
-            const auto number = Number(element.FirstNode(name)).value_or(0);
-            return number < kLeastEdge || number > kGreatestEdge ? 0u : static_cast<unsigned int>(number);
-        };
-        const ExScreen::Resolution resolution{edge("Width"), edge("Height")};
-        if (resolution.width == 0 || resolution.height == 0) {
-            notes.Info(L"ReadResolutionList invalid resolution in line " + std::to_wstring(element.Line()));
-            continue;
-        }
-        notes.Info(L"ReadResolutionList width:" + std::to_wstring(resolution.width) + L",height:" +
-                   std::to_wstring(resolution.height));
-        list.push_back(resolution);
-    }
-    return list;
-}
-
-ResolutionTable ReadResolutionTable(VxXmlElement section, ScreenHost& host, const Notes& notes) {
-    ResolutionTable table;
-    for (const char* const key : {"Ratio3To2", "Ratio16To10", "Ratio16To9"}) {
-        const VxXmlElement element = section.FirstNode(key);
-        if (!notes.Has(element, WideFromUtf8Lossy(key) + L" node is null")) continue;
-        ResolutionList list = ReadResolutionList(element, host);
-        if (!list.empty()) table.emplace(key, std::move(list));
-    }
-    return table;
-}
-
-void ReadResolutionConfig(VxXmlElement root, ScreenHost& host, ScreenSettings& settings) {
-    const Notes notes(host, L"ExScreen::ConfigMgr::ReadResolutionConfig");
-    const VxXmlElement section = root.FirstNode("ResolutionConfig");
-    if (!notes.Has(section, L"resolutionConfig node is null")) return;
-    const VxXmlElement mirror = section.FirstNode("Mirror");
-    if (notes.Has(mirror, L"mirror node is null")) settings.mirror = ReadResolutionList(mirror, host);
-    const VxXmlElement extend = section.FirstNode("Extend");
-    if (notes.Has(extend, L"extend node is null")) settings.extend = ReadResolutionList(extend, host);
-}
-
-void ReadMonitorResolutionConfig(VxXmlElement root, ScreenHost& host, ScreenSettings& settings) {
-    const Notes notes(host, L"ExScreen::ConfigMgr::ReadMonitorResolutionConfig");
-    const VxXmlElement section = root.FirstNode("MonitorResolutionConfig");
-    if (notes.Has(section, L"monitorResolutionConfig node is null"))
-        settings.monitor = ReadResolutionTable(section, host, notes);
-}
-
-void ReadPadResolutionConfig(VxXmlElement root, ScreenHost& host, ScreenSettings& settings) {
-    const Notes notes(host, L"ExScreen::ConfigMgr::ReadPadResolutionConfig");
-    const VxXmlElement section = root.FirstNode("PadResolutionConfig");
-    if (notes.Has(section, L"padResolutionConfig node is null"))
-        settings.pad = ReadResolutionTable(section, host, notes);
-}
-
-bool LoadConfigFile(ScreenHost& host, const wchar_t* relative, VxXMLDocument& document) {
-    const Notes notes(host, L"ExScreen::ConfigMgr::LoadConfigFile");
-    std::wstring folder;
-    if (!host.Folder(folder)) return false;
+bool LoadConfigFile(const std::wstring& folder, const wchar_t* relative, VxXMLDocument& document,
+                    ScreenReading& reading) {
     std::wstring path = folder + L"\\" + relative;
 #if !defined(_WIN32)
     std::replace(path.begin(), path.end(), L'\\', L'/');
 #endif
     if (document.LoadFile(path)) return true;
-    notes.Say(kFailure, document.LastFailure() == VxXMLDocument::Failure::kMissing
-                            ? L"VxExScreen config file does not exist."
-                            : L"Load config file failed.");
+    Notes(reading, L"ExScreen::ConfigMgr::LoadConfigFile")
+        .Say(kFailure, document.LastFailure() == VxXMLDocument::Failure::kMissing
+                           ? L"VxExScreen config file does not exist."
+                           : L"Load config file failed.");
+    Notes(reading, L"ExScreen::ConfigMgr::LoadConfig").Say(kFailure, L"load cfg file failed");
     return false;
 }
 
@@ -333,25 +265,45 @@ bool ListHolds(std::string_view list, std::string_view entry) {
     }
 }
 
-void ReadScreenConfig(VxXmlElement root, const std::string& device_type, ScreenHost& host, ScreenSettings& settings) {
-    ScreenReader(device_type, host, settings).Read(root);
+std::wstring ScreenFinding::Text() const {
+    std::wstring out;
+    std::size_t number = 0;
+    for (const wchar_t* at = text; *at != L'\0'; ++at) {
+        if (*at != L'%') {
+            out += *at;
+        } else if (*++at == L's') {
+            out += WideFromUtf8Lossy(subject);
+        } else {
+            out += std::to_wstring(numbers[number++]);
+        }
+    }
+    return out;
 }
 
-void ReadPadResolutions(VxXmlElement root, ScreenHost& host, ScreenSettings& settings) {
-    ReadResolutionConfig(root, host, settings);
-    ReadMonitorResolutionConfig(root, host, settings);
-    ReadPadResolutionConfig(root, host, settings);
+ScreenReading ReadScreenConfig(VxXmlElement root, const std::string& device_type, bool horizontal) {
+    ScreenReading reading;
+    reading.findings.reserve(64);  // more than any file needs that says what it should
+    ScreenReader(device_type, horizontal, reading).Read(root);
+    return reading;
 }
 
-void LoadScreenSettings(ScreenHost& host, ScreenSettings& settings) {
-    const Notes notes(host, L"ExScreen::ConfigMgr::LoadConfig");
-    const std::string device_type = host.DeviceType();
-    if (device_type.empty()) return notes.Say(kFailure, L"Failed to get device type.");
+bool HasLayouts(VxXmlElement root) {
+    for (const VxXmlElement parent : {root, root.FirstNode("FollowPad")}) {
+        if (!parent.FirstNode("Horizontal").IsElementNull() || !parent.FirstNode("Vertical").IsElementNull())
+            return true;
+    }
+    return false;
+}
+
+ScreenReading LoadScreenSettings(const std::wstring& folder, const std::string& device_type,
+                                 const std::function<bool()>& is_horizontal) {
+    ScreenReading reading;
     VxXMLDocument document;
-    if (!LoadConfigFile(host, kScreenConfigFile, document)) return notes.Say(kFailure, L"load cfg file failed");
-    ReadScreenConfig(document.RootElement(), device_type, host, settings);
-    if (!LoadConfigFile(host, kPadResolutionFile, document)) return notes.Say(kFailure, L"load cfg file failed");
-    ReadPadResolutions(document.RootElement(), host, settings);
+    if (!LoadConfigFile(folder, kScreenConfigFile, document, reading)) return reading;
+    const VxXmlElement root = document.RootElement();
+    reading = ReadScreenConfig(root, device_type, HasLayouts(root) && is_horizontal());
+    if (!LoadConfigFile(folder, kPadResolutionFile, document, reading)) return reading;
+    return ReadPadResolutions(document.RootElement(), std::move(reading));
 }
 
 }  // namespace tandor

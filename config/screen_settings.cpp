@@ -72,6 +72,11 @@ const ExScreen::ResolutionList* NearestList(const ExScreen::ResolutionTable& tab
 
 const ScreenRule& RuleOf(ScreenValue value) noexcept { return kRules[static_cast<std::size_t>(value)]; }
 
+const char* SectionOf(ScreenList list) noexcept {
+    if (list < ScreenList::kMonitor) return "ResolutionConfig";
+    return list < ScreenList::kPad ? "MonitorResolutionConfig" : "PadResolutionConfig";
+}
+
 ScreenSettings::ScreenSettings() noexcept {
     for (std::size_t i = 0; i < kScreenValues; ++i) values[i].value = kRules[i].initial;
 }

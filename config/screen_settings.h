@@ -51,13 +51,28 @@ struct ScreenRule {
 };
 const ScreenRule& RuleOf(ScreenValue value) noexcept;
 
+// A value and where it comes from. Elements are named by literals and lie in the first of the two files.
 struct StoredValue {
-    enum class Source : std::uint8_t { kDefault, kFile, kUnreadable };
+    enum class Source : std::uint8_t {
+        kNothing,      // no file was read, or none has an element for it
+        kMissing,      // `element` is not there
+        kOtherDevice,  // `element` has nothing for this device type
+        kUnreadable,   // `element` holds no number
+        kFile,         // `element` holds `written`
+    };
 
     std::uint32_t value = 0;
-    Source source = Source::kDefault;
-    int line = 0;  // of the file, when there is an element
+    Source source = Source::kNothing;
+    const char* element = "";
+    int line = 0;              // of the element, or of the one in which it is missing; 0 for none
+    std::int64_t written = 0;  // `value` but for one that is not taken over out of its range
 };
+
+// The lists of resolutions. Those of a table follow each other as kAspectRatios do.
+enum class ScreenList : std::uint8_t { kMirror, kExtend, kMonitor, kPad = kMonitor + 3 };
+inline constexpr std::size_t kScreenLists = 8;
+// The element that holds a mode's list or a table's.
+const char* SectionOf(ScreenList list) noexcept;
 
 struct ScreenSettings {
     ScreenSettings() noexcept;
@@ -71,10 +86,12 @@ struct ScreenSettings {
     [[nodiscard]] std::uint32_t Answer(ScreenValue value) const noexcept;
 
     std::array<StoredValue, kScreenValues> values;
+    // The lists of the second file.
     ExScreen::ResolutionList mirror;
     ExScreen::ResolutionList extend;
     ExScreen::ResolutionTable monitor;
     ExScreen::ResolutionTable pad;
+    std::array<int, kScreenLists> list_lines{};  // of their elements; 0 for one that is not there
 };
 
 // The aspect ratios by which the resolution tables are keyed.

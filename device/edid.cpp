@@ -72,6 +72,9 @@ void ReadDescriptors(Bytes edid, EdidBlock& block) {
     }
 }
 
+// The last byte of a block makes the sum of all a multiple of 256.
+bool SumsUp(Bytes block) { return std::accumulate(block.begin(), block.end(), 0u) % 256 == 0; }
+
 void ReadDate(Bytes edid, EdidBlock& block) {
     block.model_year = edid[16] == 0xFF;
     block.week = edid[16] <= 54 ? edid[16] : 0;
@@ -121,9 +124,13 @@ std::optional<EdidBlock> ReadEdid(Bytes edid) {
     std::copy_n(base.begin() + kChromaticityOffset, chromaticities.size(), chromaticities.begin());
     block.gamut = GamutOf(ConvertCoordinates(chromaticities));
     block.header_right = std::equal(kHeader.begin(), kHeader.end(), base.begin());
-    block.checksum_right = std::accumulate(base.begin(), base.end(), 0u) % 256 == 0;
+    block.checksum_right = SumsUp(base);
     block.extensions = base[126];
-    block.extensions_there = edid.size() / kEdidBlock - 1;
+    const std::size_t blocks = std::min(edid.size() / kEdidBlock, kMostExtensions + 1);
+    for (std::size_t i = 1; i < blocks; ++i) {
+        const Bytes extension = edid.subspan(i * kEdidBlock, kEdidBlock);
+        block.extensions_there.push_back({extension[0], SumsUp(extension)});
+    }
     return block;
 }
 

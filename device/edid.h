@@ -8,6 +8,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "device/gamut.h"
 
@@ -39,6 +40,13 @@ struct EdidTiming {
     bool interlaced = false;
 };
 
+// A whole block behind the base block.
+struct EdidExtension {
+    std::uint8_t tag = 0;  // its kind
+    bool checksum_right = false;
+};
+inline constexpr std::size_t kMostExtensions = 255;
+
 struct EdidBlock {
     std::string maker;  // three capital letters, or "???" when the block has others
     unsigned int product = 0;
@@ -57,8 +65,8 @@ struct EdidBlock {
     Gamut gamut{};
     bool header_right = false;
     bool checksum_right = false;
-    unsigned int extensions = 0;       // as the block counts them
-    std::size_t extensions_there = 0;  // whole blocks behind the base block
+    unsigned int extensions = 0;  // as the block counts them
+    std::vector<EdidExtension> extensions_there;
 };
 
 // None for fewer than 128 bytes. A wrong header or checksum is told and does not refuse the block.

@@ -1,6 +1,7 @@
 // GetEdidData's members that compute: the lists that callers hand over, around the geometry.
 #include <algorithm>
 #include <optional>
+#include <span>
 
 #include "device/edid.h"
 #include "device/gamut.h"
@@ -9,17 +10,25 @@
 
 namespace {
 
-std::optional<tandor::Triangle> TriangleFrom(const GetEdidData::Points& points) {
+using PointSpan = std::span<const GetEdidData::Point>;
+
+std::optional<tandor::Triangle> TriangleFrom(PointSpan points) {
     tandor::Triangle triangle;
     if (points.size() < triangle.size()) return std::nullopt;
     std::copy_n(points.begin(), triangle.size(), triangle.begin());
     return triangle;
 }
 
+tandor::Coverage CoverageOf(PointSpan reference, PointSpan panel) {
+    if (reference.size() >= tandor::kGamutPoints && panel.size() >= tandor::kGamutPoints)
+        return tandor::Cover(*TriangleFrom(reference), *TriangleFrom(panel));
+    tandor::LogMessage(tandor::kFailure, L"GetEdidData::GamutCoverage",
+                       L": The input parameter for the gamutCoverage is invalid!");
+    return {};
+}
+
 bool Supports(const tandor::Gamut& reference, const GetEdidData::Points& panel) {
-    std::pair<double, double> coverage;
-    GetEdidData::GamutCoverage(GetEdidData::Points(reference.begin(), reference.end()), panel, coverage);
-    return tandor::CoversEnough({coverage.first, coverage.second});
+    return tandor::CoversEnough(CoverageOf(reference, panel));
 }
 
 }  // namespace
@@ -49,12 +58,7 @@ std::vector<double> GetEdidData::CoordinateConversion(const std::vector<unsigned
 double GetEdidData::BinaryToDecimal(unsigned int value) { return tandor::FractionOf(value); }
 
 void GetEdidData::GamutCoverage(const Points& reference, const Points& panel, std::pair<double, double>& coverage) {
-    coverage = {0, 0};
-    if (reference.size() < tandor::kGamutPoints || panel.size() < tandor::kGamutPoints) {
-        return tandor::LogMessage(tandor::kFailure, L"GetEdidData::GamutCoverage",
-                                  L": The input parameter for the gamutCoverage is invalid!");
-    }
-    const tandor::Coverage result = tandor::Cover(*TriangleFrom(reference), *TriangleFrom(panel));
+    const tandor::Coverage result = CoverageOf(reference, panel);
     coverage = {result.area_ratio, result.coverage};
 }
 

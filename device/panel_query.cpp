@@ -106,10 +106,10 @@ std::vector<unsigned char> GetEdidData::GetLcdEdidData(const std::wstring& edidD
     std::vector<unsigned char> edid;
     if (edidDataPath.empty()) {
         tandor::LogMessage(tandor::kFailure, kFunction, L": EdidDataPath invalid!");
-    } else if (!DE::Registry::KeyExists(DE::RegistryRoot::kLocalMachine, edidDataPath)) {
-        tandor::LogMessage(tandor::kFailure, kFunction, L": RegOpenKeyEx failed!");
     } else if (!DE::Registry::GetValue(DE::RegistryRoot::kLocalMachine, edidDataPath, L"EDID", edid)) {
-        tandor::LogMessage(tandor::kFailure, kFunction, L": RegQueryValueEx failed!");
+        const bool opens = DE::Registry::KeyExists(DE::RegistryRoot::kLocalMachine, edidDataPath);
+        tandor::LogMessage(tandor::kFailure, kFunction,
+                           opens ? L": RegQueryValueEx failed!" : L": RegOpenKeyEx failed!");
     }
     return edid;
 }

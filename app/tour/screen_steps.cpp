@@ -46,23 +46,20 @@ void TourScreen(TourReport& report) {
     report.Result("display is 3:2", ExScreen::ConfigMgr::IsHorizontal() ? "yes" : "no");
 
     // The same files as a PC of a model reads them that stands in them, whatever this PC is.
-    ScreenView view(kSampleModel, ProgramFolder());
-    ScreenSettings settings;
-    LoadScreenSettings(view, settings);
-    for (const Json& note : view.notes) {
-        if (note["level"] == static_cast<int>(LOG_MESSAGE_ERROR))
-            throw CommandError("the screen configuration", note["text"].get<std::string>(),
-                               "'tandorctl screen check' names what is wrong");
+    const ScreenReading reading = LookAtScreen(ProgramFolder(), kSampleModel);
+    const ScreenSettings& settings = reading.settings;
+    for (const Json& failure : MessagesOf(reading, true)) {
+        throw CommandError("the screen configuration", failure["text"].get<std::string>(),
+                           "'tandorctl screen check' names what is wrong");
     }
     report.Result("files", TextOf(ProgramFolder() / kScreenConfigFile));
     report.Result("", TextOf(ProgramFolder() / kPadResolutionFile));
     for (const ScreenValue value :
          {ScreenValue::kFollowPcWidth, ScreenValue::kFollowPcHeight, ScreenValue::kEncoderBitrate}) {
+        const Origin origin = OriginOf(settings, value, kSampleModel);
         report.Result(fmt::format("{}, {}", kSampleModel, RuleOf(value).name),
-                      fmt::format("{} ({}, line {})", settings.Answer(value), Origin(settings, value),
-                                  settings.Stored(value).line),
-                      settings.Answer(value));
-        Expect(Origin(settings, value) == "file", "a value of the sample files");
+                      fmt::format("{} ({})", settings.Answer(value), TextOf(origin)), settings.Answer(value));
+        Expect(origin.why.empty(), "a value of the sample files");
     }
 }
 

@@ -20,12 +20,14 @@ public:
         SECURITY_ATTRIBUTES inherited{sizeof(inherited), nullptr, TRUE};
         const FileHandle file(::CreateFileW(output.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE,
                                             &inherited, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
-        if (!file) throw CommandError(TextOf(output), WindowsErrorText(::GetLastError()));
+        if (!file)
+            throw CommandError(TextOf(output), WindowsErrorText(::GetLastError()), "name another folder with --output");
         STARTUPINFOW startup{};
         startup.dwFlags = STARTF_USESTDHANDLES;
         startup.hStdOutput = startup.hStdError = file.Get();
         process_ = StartProcess(ProgramFile().c_str(), L"tandorctl " + arguments, startup);
-        if (!process_.handle) throw CommandError("a second process", WindowsErrorText(::GetLastError()));
+        if (!process_.handle)
+            throw CommandError("a second process", WindowsErrorText(::GetLastError()), "see 'tandorctl doctor'");
     }
     ~SecondProcess() { Kill(); }
     SecondProcess(const SecondProcess&) = delete;

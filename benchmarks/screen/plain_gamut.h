@@ -13,8 +13,8 @@ namespace tandor::test {
 template <class Number>
 using PlainPolygon = std::vector<std::pair<Number, Number>>;
 
-template <class Number>
-PlainPolygon<Number> PlainTriangle(const Gamut& gamut) {
+template <class Number, class Points>
+PlainPolygon<Number> PlainTriangle(const Points& gamut) {
     return {gamut.begin(), gamut.begin() + 3};
 }
 
@@ -51,8 +51,8 @@ PlainPolygon<Number> PlainClip(PlainPolygon<Number> polygon, const PlainPolygon<
     return polygon;
 }
 
-template <class Number>
-Number PlainCoverage(const Gamut& reference, const Gamut& panel) {
+template <class Number, class Points>
+Number PlainCoverage(const Points& reference, const Points& panel) {
     const auto outer = PlainTriangle<Number>(reference);
     return std::abs(PlainArea(PlainClip(PlainTriangle<Number>(panel), outer))) / PlainArea(outer);
 }

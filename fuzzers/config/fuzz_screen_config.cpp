@@ -1,21 +1,10 @@
-// Any text as both configuration files and to the checker: nothing is read outside, values obey their rules, lists
-// their bounds, and a file without problems of its numbers gives what it says.
+// A device type, a layout and any text as both configuration files, and to the checker: nothing is read outside, values
+// obey their rules, lists their bounds.
 #include "config/screen_check.h"
 #include "config/screen_reader.h"
 #include "fuzzers/property.h"
 
 namespace {
-
-class Host final : public tandor::ScreenHost {
-public:
-    std::string DeviceType() override { return "P"; }
-    bool Folder(std::wstring&) override { return false; }
-    bool IsHorizontal() override { return true; }
-    void AudioSwitchKnown(bool) override {}
-    void Note(LOG_MESSAGE_LEVEL level, std::wstring_view, std::wstring_view text) override {
-        TANDOR_HOLDS(level == LOG_MESSAGE_INFO && !text.empty());
-    }
-};
 
 void CheckList(const ExScreen::ResolutionList& list) {
     TANDOR_HOLDS(list.size() <= tandor::kMostResolutions);
@@ -28,22 +17,32 @@ void CheckList(const ExScreen::ResolutionList& list) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    // "<type>\n<h or v><text>"; a text without a line break is for a device of its own.
+    std::string text = tandor::fuzz::Text(data, size), type = "P";
+    bool horizontal = true;
+    if (const std::size_t end = text.find('\n'); end < 64 && text[0] != '<') {
+        type = text.substr(0, end);
+        horizontal = text.substr(end + 1).starts_with('h');
+        text.erase(0, std::min(end + 2, text.size()));
+    }
     VxXMLDocument document;
-    const bool loaded = document.Parse(tandor::fuzz::Text(data, size));
+    const bool loaded = document.Parse(text);
     TANDOR_HOLDS(loaded == !document.RootElement().IsElementNull());
     TANDOR_HOLDS(loaded == document.ErrorText().empty());
     if (!loaded) return 0;
-    Host host;
-    tandor::ScreenSettings settings;
-    tandor::ReadScreenConfig(document.RootElement(), "P", host, settings);
-    tandor::ReadPadResolutions(document.RootElement(), host, settings);
+    const tandor::ScreenReading reading = tandor::ReadPadResolutions(
+        document.RootElement(), tandor::ReadScreenConfig(document.RootElement(), type, horizontal));
+    const tandor::ScreenSettings& settings = reading.settings;
+    for (const auto& finding : reading.findings)
+        TANDOR_HOLDS(finding.level == LOG_MESSAGE_INFO && !finding.Text().empty() && finding.function != nullptr);
+    TANDOR_HOLDS(reading.findings.size() < 100 + 8 * (tandor::kMostResolutions + 1));
     for (std::size_t i = 0; i < tandor::kScreenValues; ++i) {
         const auto value = static_cast<tandor::ScreenValue>(i);
         const auto answer = settings.Answer(value);
         const tandor::ScreenRule& rule = tandor::RuleOf(value);
         TANDOR_HOLDS(answer == rule.otherwise || (answer >= rule.least && answer <= rule.greatest));
         const auto& stored = settings.Stored(value);
-        TANDOR_HOLDS((stored.line > 0) == (stored.source != tandor::StoredValue::Source::kDefault));
+        TANDOR_HOLDS((stored.line > 0) == (stored.source != tandor::StoredValue::Source::kNothing));
     }
     CheckList(settings.mirror);
     CheckList(settings.extend);

@@ -46,22 +46,26 @@ public:
     static double BinaryToDecimal(unsigned int value);
 
     /// first: the panel triangle's area by the reference triangle's, both as signed sums over red, green, blue (so
-    /// negative when they run in opposite senses). second: the area that both share by the reference triangle's, 0 to 1
-    /// for any winding. Both are 0 for lists of fewer than four points (white is not looked at), for a reference
-    /// without area, and for numbers that are not finite.
+    /// negative when they run in opposite senses), at most the largest double. second: the area that both share by the
+    /// reference triangle's, 0 to 1 for any winding, within 1e-12 of the exact value for any finite coordinates: sides
+    /// of lines, and whether there is an area at all, are decided without rounding. Both are 0 for lists of fewer than
+    /// four points (white is not looked at), for a triangle without area, and for numbers that are not finite. Takes no
+    /// memory.
     static void GamutCoverage(const Points& reference, const Points& panel, std::pair<double, double>& coverage);
     /// The convex polygon that the two triangles (the first three points of each list) share, in the reference's
-    /// winding. Empty when a list has fewer than three points; fewer than three points when no area is shared.
+    /// winding; corners that differ by no more than rounding (1e-14 of the reference's size) are one. Empty when a list
+    /// has fewer than three points or numbers that are not finite; fewer than three points when no area is shared.
     static Points GamutProcess(const Points& reference, const Points& panel);
-    /// Where the segments a-b and c-d cross, ends included. False, with `crossing` as it was, when they do not or are
-    /// parallel.
+    /// Where the segments a-b and c-d cross, ends included. False, with `crossing` as it was, when they do not, are
+    /// parallel, or are not finite.
     static bool GetPointIntersected(const Point& a, const Point& b, const Point& c, const Point& d, Point& crossing);
-    /// Whether the point lies in the triangle (the list's first three points) or on its border.
+    /// Whether the point lies in the triangle (the list's first three points) or on its border, decided without
+    /// rounding. Never in a triangle without area; false for numbers that are not finite.
     static bool GetPointInsideTriangle(const Points& triangle, const Point& point);
     /// Whether two points differ by no more than rounding (1e-14).
     static bool IsPairEqual(const Point& left, const Point& right);
 
-    /// Whether the panel covers strictly more than 0.9 of the reference.
+    /// Whether the panel covers strictly more than 0.9 of the reference. Within 1e-12 of 0.9 it counts as 0.9.
     /// @{
     static bool IsSupportP3Gamut(const Points& panel);
     static bool IsSupportAdobeRGBGamut(const Points& panel);

@@ -14,6 +14,7 @@ namespace DE {
 namespace {
 
 constexpr int kReadTries = 8;  // a value may grow between the question for its size and the read
+constexpr DWORD kLargestValue = DWORD{1} << 20;
 
 struct Place {
     HKEY root;  // none when the place cannot be told
@@ -44,12 +45,14 @@ tandor::RegistryKey Open(RegistryRoot root, std::wstring_view key, REGSAM access
 
 bool Read(RegistryRoot root, std::wstring_view key, const std::wstring& name, DWORD allowed_types,
           std::vector<unsigned char>& data) {
-    const tandor::RegistryKey opened = Open(root, key, KEY_QUERY_VALUE);
+    const tandor::RegistryKey opened = Open(root, key, KEY_READ);
     if (!opened) return false;
     for (int attempt = 0; attempt < kReadTries; ++attempt) {
         DWORD size = 0;
         LSTATUS status = ::RegGetValueW(opened.Get(), nullptr, name.c_str(), allowed_types, nullptr, nullptr, &size);
-        if (status != ERROR_SUCCESS) return false;
+        if (status != ERROR_SUCCESS || size > kLargestValue) return false;
+        // Room even for nothing: without room the call would tell a grown value's size again instead of reading it.
+        size = std::max<DWORD>(size, 1);
         data.resize(size);
         status = ::RegGetValueW(opened.Get(), nullptr, name.c_str(), allowed_types, nullptr, data.data(), &size);
         if (status == ERROR_MORE_DATA) continue;
@@ -81,7 +84,7 @@ bool Gone(LSTATUS status) { return status == ERROR_SUCCESS || status == ERROR_FI
 }  // namespace
 
 bool Registry::KeyExists(RegistryRoot root, std::wstring_view key) {
-    return static_cast<bool>(Open(root, key, KEY_QUERY_VALUE));
+    return static_cast<bool>(Open(root, key, KEY_READ));
 }
 
 bool Registry::GetValue(RegistryRoot root, std::wstring_view key, const std::wstring& name, std::wstring& value) {

@@ -1,8 +1,10 @@
 #include <tinyxml2.h>
 
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <system_error>
+#include <memory>
 
 #include "base/trim.h"
 #include "pelora/xml.h"
@@ -11,6 +13,32 @@ namespace {
 
 const tinyxml2::XMLElement* Element(const void* node) noexcept {
     return static_cast<const tinyxml2::XMLElement*>(node);
+}
+
+std::FILE* Open(const std::wstring& path) {
+#if defined(_WIN32)
+    return ::_wfopen(path.c_str(), L"rb");
+#else
+    return std::fopen(std::filesystem::path(path).c_str(), "rb");
+#endif
+}
+
+struct Content {
+    std::unique_ptr<char[]> bytes;
+    std::size_t size = 0;
+};
+
+// The file's first bytes, up to `limit`. Files are small as a rule: one call reads one. False when it cannot be read.
+bool ReadUpTo(std::size_t limit, std::FILE* file, Content& content) {
+    std::setvbuf(file, nullptr, _IONBF, 0);
+    for (std::size_t room = std::size_t{1} << 15;; room *= 8) {
+        room = std::min(room, limit);
+        auto larger = std::make_unique_for_overwrite<char[]>(room);
+        std::copy_n(content.bytes.get(), content.size, larger.get());
+        content.bytes = std::move(larger);
+        content.size += std::fread(content.bytes.get() + content.size, 1, room - content.size, file);
+        if (content.size < room || room == limit) return std::ferror(file) == 0;
+    }
 }
 
 }  // namespace
@@ -57,29 +85,20 @@ VxXMLDocument::VxXMLDocument() : impl_(new Impl) {}
 VxXMLDocument::~VxXMLDocument() { delete impl_; }
 
 bool VxXMLDocument::LoadFile(const std::wstring& path) {
-    const std::filesystem::path file(path);
-    std::ifstream stream(file, std::ios::binary | std::ios::ate);
-    if (!stream) {
-        std::error_code error;
-        return std::filesystem::exists(file, error) || error
-                   ? impl_->Fail(Failure::kUnreadable, "the file cannot be opened")
-                   : impl_->Fail(Failure::kMissing, "the file does not exist");
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(Open(path), &std::fclose);
+    if (!file) {
+        return errno == ENOENT ? impl_->Fail(Failure::kMissing, "the file does not exist")
+                               : impl_->Fail(Failure::kUnreadable, "the file cannot be opened");
     }
-    const std::streamoff size = stream.tellg();
-    if (size < 0) return impl_->Fail(Failure::kUnreadable, "the file cannot be read");
-    if (static_cast<std::size_t>(size) > kLargestFile) {
-        return impl_->Fail(Failure::kTooLarge, "the file has " + std::to_string(size) + " bytes and at most " +
-                                                   std::to_string(kLargestFile) + " are read");
-    }
-    std::string text(static_cast<std::size_t>(size), '\0');
-    stream.seekg(0);
-    stream.read(text.data(), size);
-    if (stream.gcount() != size) return impl_->Fail(Failure::kUnreadable, "the file cannot be read to its end");
-    return Parse(text);
+    Content content;
+    if (!ReadUpTo(kLargestFile + 1, file.get(), content))  // which tells a file that is too large, whatever its size is
+        return impl_->Fail(Failure::kUnreadable, "the file cannot be read");
+    return Parse({content.bytes.get(), content.size});
 }
 
 bool VxXMLDocument::Parse(std::string_view text) {
-    if (text.size() > kLargestFile) return impl_->Fail(Failure::kTooLarge, "the text is too large");
+    if (text.size() > kLargestFile)
+        return impl_->Fail(Failure::kTooLarge, "it has more than " + std::to_string(kLargestFile) + " bytes");
     if (const std::size_t zero = text.find('\0'); zero != std::string_view::npos) {
         // The parser would take it for the end and drop the rest without a word.
         return impl_->Fail(Failure::kMalformed, "the text holds a zero byte, so it is not XML in UTF-8");

@@ -34,9 +34,15 @@ private:
     TemporaryFolder folder_;
 };
 
-const std::vector<std::string> kDefaults{
-    "fps 0 0",    "bitrate 0 0",      "follow 1920x1280 0", "audio 20 320 48000 32 2",
-    "flags 0000", "extend 1920x1280", "lists 0 0 0x0"};
+const std::vector<std::string> kDefaults{"follow pc 1920 1280 0",
+                                         "follow pad 1920 1280 1920 1280",
+                                         "extend 1920 1280 1920 1280 1920 1280",
+                                         "video 0 0 0 0",
+                                         "configured 0 0 0 0",
+                                         "audio 20 320 48000 32 2",
+                                         "flags 0 0 0 0",
+                                         "rotation 0",
+                                         "lists 0 0 0 0 0 0 0"};
 
 std::vector<std::string> Expected(std::vector<std::string> lines, const std::string& type) {
     lines.push_back("type " + type);
@@ -51,9 +57,10 @@ TEST(ConfigMgr, ReadsTheShippedSamplesBesideTheProgram) {
     fs::copy_file(L"config\\VxExScreen\\VxExScreenConfig.xml", program.Config());
     fs::copy_file(L"cloundConfig\\VxExScreen\\PadResolutionConfig.xml", program.Pad());
     const auto lines = program.Run();
-    for (const char* const line : {"type PLR-W16B", "fps 90 1", "bitrate 20971520 1", "follow 2560x1600 168",
-                                   "audio 20 320 96000 24 4", "flags 1110", "lists 3 3 2560x1600",
-                                   "3 [ConfigMgr]found PLR-W16B config(ExScreen::ConfigMgr::ReadAutoDetectNodeInfo)"})
+    for (const char* const line :
+         {"type PLR-W16B", "video 90 20971520 10 90", "configured 1 1 1 1", "follow pc 2560 1600 168",
+          "audio 20 320 96000 24 4", "flags 1 1 1 0", "lists 3 2 3 2560 1600 2560 1600",
+          "3 [ConfigMgr]found PLR-W16B config(ExScreen::ConfigMgr::ReadAutoDetectNodeInfo)"})
         EXPECT_EQ(std::ranges::count(lines, line), 1) << line;
     EXPECT_THAT(
         lines,
@@ -62,6 +69,47 @@ TEST(ConfigMgr, ReadsTheShippedSamplesBesideTheProgram) {
     EXPECT_EQ(ReadValue<std::uint32_t>(RegistryRoot::kUser, kSetting, L"supportAudioSwitch"), 1u);
     EXPECT_THAT(ReadAll(L"C:\\ProgramData\\Comms\\Pelora\\log\\usr\\KoViewMirror.log"),
                 HasSubstr("[ConfigMgr]found PLR-W16B config\r\n"));
+}
+
+// Every value differs, so that no getter can answer another's.
+TEST(ConfigMgr, EveryGetterAnswersItsOwnValue) {
+    const MachineText type(kSuiteKey, L"DeviceType", L"PC-1");
+    ScreenProgram program;
+    const auto size = [](const std::string& which, int width) {
+        const auto edge = [&](const char* name, int pixels) {
+            return "<" + which + name + ">" + std::to_string(pixels) + "</" + which + name + ">";
+        };
+        return edge("Width", width) + edge("Height", width == 1305 ? 70000 : width + 1);
+    };
+    const auto both = [](const std::string& layout) {
+        return "<Horizontal>" + layout + "</Horizontal><Vertical>" + layout + "</Vertical>";
+    };
+    const std::string device = "<Device><Type>PC-1</Type>";
+    WriteAll(program.Config(),
+             "\xEF\xBB\xBF<R><AutoDetect><Support>PC-1</Support><PC-1><MinVolumn>11</MinVolumn><Margin>12</Margin>"
+             "<SampleRate>13</SampleRate><BitDepth>14</BitDepth><InCh>5</InCh></PC-1></AutoDetect>"
+             "<AudioSwitch><NoSupport>PC-1</NoSupport></AudioSwitch><DriverLimitSwitch>1</DriverLimitSwitch>"
+             "<LcdDirection><PC-1><Rotation>90</Rotation></PC-1></LcdDirection><DeviceConfig>" +
+                 device +
+                 "<FpsThreshold>61</FpsThreshold><EncoderBitrate>7000000</EncoderBitrate><EncoderIdrInterval>7"
+                 "</EncoderIdrInterval><DisplayFrequency>77</DisplayFrequency></Device></DeviceConfig><FollowPC>" +
+                 device + size("Primary", 1101) + "<PrimaryDpi>303</PrimaryDpi></Device></FollowPC><FollowPad>" +
+                 both("<Hide>" + size("Primary", 1201) + "</Hide><Show>" + size("Primary", 1203) + "</Show>") +
+                 "</FollowPad>" +
+                 both(size("Primary", 1301) + "<Hide>" + size("Secondary", 1303) + "</Hide><Show>" +
+                      size("Secondary", 1305) + "</Show>") +
+                 "</R>");
+    const auto list = [&](int width) { return "<Resolution>" + size("", width) + "</Resolution>"; };
+    WriteAll(program.Pad(), "<R><ResolutionConfig><Mirror>" + list(500) + "</Mirror><Extend>" + list(501) + list(502) +
+                                "</Extend></ResolutionConfig><MonitorResolutionConfig><Ratio3To2>" + list(503) +
+                                "</Ratio3To2></MonitorResolutionConfig><PadResolutionConfig><Ratio3To2>" + list(504) +
+                                "</Ratio3To2></PadResolutionConfig></R>");
+    auto lines = program.Run();
+    std::erase_if(lines, [](const std::string& line) { return line.find('(') != std::string::npos; });
+    EXPECT_THAT(lines,
+                ElementsAre("type PC-1", "follow pc 1101 1102 303", "follow pad 1201 1202 1203 1204",
+                            "extend 1301 1302 1303 1304 1305 70000", "video 61 7000000 7 77", "configured 1 1 1 1",
+                            "audio 11 12 13 14 5", "flags 1 0 1 0", "rotation 90", "lists 1 2 1 504 505 503 504"));
 }
 
 TEST(ConfigMgr, WritesTheAudioSwitchOfAnExcludedModel) {
@@ -89,10 +137,18 @@ TEST(ConfigMgr, FilesThatCannotBeReadLeaveDefaultsAndSayWhy) {
     EXPECT_EQ(tagged(program.Run()), Expected({missing, stopped}, "PC-1"));
     std::string nested;
     for (int i = 0; i < 100'000; ++i) nested += "<a>";
-    for (const std::string& text : {std::string(), std::string("no XML"), std::string("<R><AutoDetect>"), nested,
+    const std::string utf16("\xFF\xFE<\0R\0/\0>\0", 10);
+    for (const std::string& text : {std::string(), std::string("no XML"), utf16, std::string("<R><AutoDetect>"), nested,
                                     "<R>" + std::string(VxXMLDocument::kLargestFile, ' ') + "</R>"}) {
         WriteAll(program.Config(), text);
         EXPECT_EQ(tagged(program.Run()), Expected({broken, stopped}, "PC-1")) << text.substr(0, 20);
+    }
+    {
+        WriteAll(program.Config(), "<R/>");
+        const tandor::FileHandle locked(
+            ::CreateFileW(program.Config().c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+        ASSERT_TRUE(locked);
+        EXPECT_EQ(tagged(program.Run()), Expected({broken, stopped}, "PC-1"));
     }
     fs::remove(program.Config());
     fs::create_directory(program.Config());

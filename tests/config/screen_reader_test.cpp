@@ -6,39 +6,29 @@ namespace {
 using namespace tandor::test;
 
 using tandor::ScreenSettings;
+using Source = tandor::StoredValue::Source;
 using enum tandor::ScreenValue;
 using tandor::ScreenValue;
 
-class Host final : public tandor::ScreenHost {
-public:
-    std::string DeviceType() override { return "PC-1"; }
-    bool Folder(std::wstring&) override { return false; }
-    bool IsHorizontal() override { return ++asked, horizontal; }
-    void AudioSwitchKnown(bool supported) override { audio_switch.push_back(supported); }
-    void Note(LOG_MESSAGE_LEVEL level, std::wstring_view function, std::wstring_view text) override {
-        constexpr std::wstring_view kClass = L"ExScreen::ConfigMgr::";
-        EXPECT_TRUE(function.starts_with(kClass));
-        function.remove_prefix(kClass.size());
-        notes.push_back(std::to_string(level) + " " + tandor::Utf8FromWide(function) + ": " +
-                        tandor::Utf8FromWide(text));
-    }
-
-    bool horizontal = true;
-    int asked = 0;
-    std::vector<bool> audio_switch;
-    std::vector<std::string> notes;
-};
-
 struct Reading {
-    Host host;
     ScreenSettings settings;
+    std::vector<std::string> notes;
 
-    explicit Reading(const std::string& body, bool horizontal = true) {
-        host.horizontal = horizontal;
+    explicit Reading(const std::string& body, bool horizontal = true, const std::string& type = "PC-1") {
         VxXMLDocument document;
         EXPECT_TRUE(document.Parse("<Root>" + body + "</Root>")) << document.ErrorText();
-        tandor::ReadScreenConfig(document.RootElement(), "PC-1", host, settings);
-        tandor::ReadPadResolutions(document.RootElement(), host, settings);
+        const VxXmlElement root = document.RootElement();
+        tandor::ScreenReading reading =
+            tandor::ReadPadResolutions(root, tandor::ReadScreenConfig(root, type, horizontal));
+        settings = std::move(reading.settings);
+        for (const auto& finding : reading.findings) {
+            constexpr std::wstring_view kClass = L"ExScreen::ConfigMgr::";
+            std::wstring_view function = finding.function;
+            EXPECT_TRUE(function.starts_with(kClass));
+            function.remove_prefix(kClass.size());
+            notes.push_back(std::to_string(finding.level) + " " + tandor::Utf8FromWide(function) + ": " +
+                            tandor::Utf8FromWide(finding.Text()));
+        }
     }
     [[nodiscard]] std::uint32_t Answer(ScreenValue value) const { return settings.Answer(value); }
     void ExpectAnswers(const std::vector<std::pair<ScreenValue, std::uint32_t>>& expected) const {
@@ -46,7 +36,7 @@ struct Reading {
     }
     [[nodiscard]] std::vector<std::string> NotesOf(const std::string& function) const {
         std::vector<std::string> found;
-        for (const std::string& note : host.notes) {
+        for (const std::string& note : notes) {
             if (note.substr(2).starts_with(function + ": "))
                 found.push_back(note.substr(0, 2) + note.substr(function.size() + 4));
         }
@@ -68,9 +58,8 @@ TEST(ScreenReader, AnEmptyTreeLeavesDefaultsAndNamesEveryMissingNode) {
                            {kSpeakerMargin, 320},
                            {kMinVolume, 20}});
     EXPECT_FALSE(reading.settings.InRange(kFpsThreshold));
-    EXPECT_EQ(reading.host.asked, 0);
-    EXPECT_TRUE(reading.host.audio_switch.empty());
-    EXPECT_EQ(reading.host.notes, LinesIn(R"(3 ReadAutoDetectConfig: autoDetect node is null
+    EXPECT_EQ(reading.settings.Stored(kFollowPadHideWidth).source, Source::kMissing);
+    EXPECT_EQ(reading.notes, LinesIn(R"(3 ReadAutoDetectConfig: autoDetect node is null
 3 ReadAudioSwitchDisableConfig: audioSwitch node is null
 3 ReadLcdDirectionConfig: LcdDirection node is null
 3 ReadDriverLimitSwitch: driverLimit node is null
@@ -114,10 +103,11 @@ TEST(ScreenReader, VideoLimitsAreInclusive) {
         for (const std::int64_t good : {least, greatest}) EXPECT_EQ(read(std::to_string(good), 0), good);
         for (const std::int64_t bad : {least - 1, greatest + 1, std::int64_t{2147483647}})
             EXPECT_EQ(read(std::to_string(bad), 1), 0u);
-        for (const char* const junk :
-             {"", "60fps", "0x3C", "6 0", "60.0", "2147483648", "4294967356", "99999999999999999999"}) {
-            EXPECT_EQ(read(junk, 0), 0u) << junk;
+        for (const char* const junk : {"", "60fps", "60abc", "0x3C", "6 0", "60.0", "+60", "6e1", "2147483648",
+                                       "4294967295", "4294967356", "99999999999999999999"}) {
+            EXPECT_EQ(read(junk, 1), 0u) << junk;
         }
+        EXPECT_EQ(read(" " + std::to_string(least) + " ", 0), least);
     }
 }
 
@@ -129,7 +119,7 @@ TEST(ScreenReader, AutoDetection) {
     listed.ExpectAnswers(
         {{kAutoDetect, 1}, {kMinVolume, 20}, {kSpeakerMargin, 0}, {kSampleRate, 48000}, {kInputChannels, 8}});
     EXPECT_EQ(listed.settings.Stored(kMinVolume).value, 101u);
-    EXPECT_EQ(listed.settings.Stored(kSampleRate).source, tandor::StoredValue::Source::kUnreadable);
+    EXPECT_EQ(listed.settings.Stored(kSampleRate).source, Source::kUnreadable);
     EXPECT_THAT(listed.NotesOf("ReadAutoDetectNodeInfo"),
                 ElementsAre("3 found PC-1 config", "3 default bitDepth is null"));
 
@@ -149,11 +139,10 @@ TEST(ScreenReader, AutoDetection) {
 TEST(ScreenReader, SwitchesAndRotation) {
     const Reading excluded("<AudioSwitch><NoSupport>PC-1</NoSupport></AudioSwitch>");
     EXPECT_EQ(excluded.Answer(kAudioSwitch), 0u);
-    EXPECT_THAT(excluded.host.audio_switch, ElementsAre(false));
+    EXPECT_EQ(excluded.settings.Stored(kAudioSwitch).source, Source::kFile);
     const Reading included("<AudioSwitch><NoSupport>PC-2</NoSupport></AudioSwitch>");
     EXPECT_EQ(included.Answer(kAudioSwitch), 1u);
-    EXPECT_THAT(included.host.audio_switch, ElementsAre(true));
-    EXPECT_TRUE(Reading("<AudioSwitch/>").host.audio_switch.empty());
+    EXPECT_EQ(Reading("<AudioSwitch/>").settings.Stored(kAudioSwitch).source, Source::kMissing);
 
     const Reading turned(
         "<LcdDirection><PC-2><Rotation>180</Rotation></PC-2><PC-1><Rotation>90</Rotation></PC-1></LcdDirection>");
@@ -182,7 +171,6 @@ constexpr const char* kLayouts =
 
 TEST(ScreenReader, LayoutsFollowTheDisplay) {
     const Reading horizontal(kLayouts);
-    EXPECT_EQ(horizontal.host.asked, 1);
     horizontal.ExpectAnswers({{kFollowPcWidth, 3000},
                               {kFollowPcHeight, 1280},
                               {kFollowPcDpi, 0},
@@ -210,7 +198,7 @@ std::string ResolutionXml(int width, int height) {
 }
 
 TEST(ScreenReader, ResolutionLists) {
-    std::string many;
+    std::string many = "<Resolution/>";
     for (int i = 0; i < 100; ++i) many += ResolutionXml(1000 + i, 800);
     const Reading reading("<ResolutionConfig><Mirror>" + ResolutionXml(1920, 1280) + ResolutionXml(100, 1280) +
                           "<Resolution/>" + ResolutionXml(9999, 101) + "</Mirror><Extend>" + many +
@@ -218,12 +206,38 @@ TEST(ScreenReader, ResolutionLists) {
                           ResolutionXml(2160, 1440) + "</Ratio3To2><Ratio16To9/></MonitorResolutionConfig>");
     EXPECT_THAT(reading.settings.mirror,
                 ElementsAre(ExScreen::Resolution{1920, 1280}, ExScreen::Resolution{9999, 101}));
-    EXPECT_EQ(reading.settings.extend.size(), tandor::kMostResolutions);
+    EXPECT_EQ(reading.settings.extend.size(), tandor::kMostResolutions - 1);  // what is invalid counts as well
     EXPECT_EQ(reading.settings.monitor, (ExScreen::ResolutionTable{{"Ratio3To2", {{2160, 1440}}}}));
     const auto notes = reading.NotesOf("ReadResolutionList");
     EXPECT_EQ(notes.front(), "3 ReadResolutionList width:1920,height:1280");
     EXPECT_EQ(notes.at(1), "3 ReadResolutionList invalid resolution in line 1");
     EXPECT_THAT(reading.NotesOf("ReadMonitorResolutionConfig"), ElementsAre("3 Ratio16To10 node is null"));
+}
+
+TEST(ScreenReader, DeviceTypesOfAnyText) {
+    for (const std::string type : {"PC 1", "PC-手机", "<P&C>", "'\"", "Device", "Support"}) {
+        std::string escaped;
+        for (const char c : type) escaped += c == '<' ? "&lt;" : c == '&' ? "&amp;" : std::string(1, c);
+        const Reading reading("<AutoDetect><Support>x; " + escaped +
+                                  " ;y</Support></AutoDetect><DeviceConfig><Device><Type>" + escaped +
+                                  "</Type><FpsThreshold>60</FpsThreshold></Device></DeviceConfig>",
+                              true, type);
+        reading.ExpectAnswers({{kAutoDetect, 1}, {kFpsThreshold, 60}, {kSampleRate, 48000}});
+    }
+    // The list's own separator can stand in no entry.
+    EXPECT_EQ(Reading("<AutoDetect><Support>a;b</Support></AutoDetect>", true, "a;b").Answer(kAutoDetect), 0u);
+}
+
+TEST(ScreenReader, KnowsWhetherLayoutsMatter) {
+    const std::pair<const char*, bool> trees[] = {{"<R/>", false},
+                                                  {"<R><FollowPad/></R>", false},
+                                                  {"<R><Vertical/></R>", true},
+                                                  {"<R><FollowPad><Horizontal/></FollowPad></R>", true}};
+    for (const auto& [text, has] : trees) {
+        VxXMLDocument document;
+        ASSERT_TRUE(document.Parse(text));
+        EXPECT_EQ(tandor::HasLayouts(document.RootElement()), has) << text;
+    }
 }
 
 TEST(ScreenSettings, ChoosesTheNearestRatioAndWhatFits) {

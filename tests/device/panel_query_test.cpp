@@ -65,11 +65,61 @@ TEST_F(PanelQuery, AServiceThatFailsIsNamed) {
     }
 }
 
+TEST_F(PanelQuery, AFailureIsToldByEveryLink) {
+    const auto failed = [this] {
+        std::vector<double> coordinates{1};
+        EXPECT_FALSE(GetEdidData::GetColorCoordinate(coordinates));
+        EXPECT_THAT(coordinates, IsEmpty());
+        auto lines = log_.Take();
+        std::erase_if(lines, [](const std::wstring& line) { return line.find(L"management query") != line.npos; });
+        EXPECT_THAT(lines, ElementsAre(L"4  PNPDeviceID is NULL.(GetEdidData::GetPnpDeviceID)",
+                                       L"4 : EdidRegistryPath is NULL!(GetEdidData::GetEdidDataPath)",
+                                       L"4 : EdidDataPath invalid!(GetEdidData::GetLcdEdidData)",
+                                       L"4 : Get colorCoordinate failed!(GetEdidData::GetColorCoordinate)"));
+    };
+    {
+        const ManagementDouble empty({});
+        failed();
+    }
+    {
+        ManagementDouble other({Row{{L"PNPDeviceID", kDevice}}});
+        other->number_instead = true;  // the column is no text
+        failed();
+    }
+    failed();  // without a double the service's class is not registered
+}
+
 TEST_F(PanelQuery, WorksInEveryApartmentAndLeavesItAsItWas) {
-    const ManagementDouble service({Row{{L"Caption", L"Bildschirm 手机"}}});
-    InEachApartment([] { EXPECT_EQ(GetEdidData::GetLCDNameByWMI(), L"Bildschirm 手机"); });
-    EXPECT_EQ((*const_cast<ManagementDouble&>(service)).asked.front(),
-              L"ROOT\\CIMV2|WQL|SELECT Caption FROM Win32_DesktopMonitor");
+    ManagementDouble service({Row{{L"Caption", L"Bildschirm 手机"}, {L"PNPDeviceID", kDevice}}});
+    InEachApartment([] {
+        EXPECT_EQ(GetEdidData::GetLCDNameByWMI(), L"Bildschirm 手机");
+        EXPECT_EQ(GetEdidData::GetPnpDeviceID(), kDevice);
+    });
+    EXPECT_EQ(service->asked.front(), L"ROOT\\CIMV2|WQL|SELECT Caption FROM Win32_DesktopMonitor");
+}
+
+// A value that another thread makes shorter, longer, empty and gone while it is read is one of those at each look.
+TEST_F(PanelQuery, AValueThatChangesIsReadAsItWasOnce) {
+    std::vector<Bytes> values{{}, Bytes(128, 1), Bytes(384, 2), Bytes(32768, 3)};
+    const std::wstring path = GetEdidData::GetEdidDataPath(kDevice);
+    ASSERT_TRUE(Registry::SetValue(RegistryRoot::kLocalMachine, Key(), L"EDID", values[1]));
+    std::atomic<bool> done{false};
+    std::thread writer([&] {
+        for (std::size_t i = 0; !done; ++i) {
+            if (i % 5 == 4) {
+                Registry::DeleteValue(RegistryRoot::kLocalMachine, Key(), L"EDID");
+            } else {
+                Registry::SetValue(RegistryRoot::kLocalMachine, Key(), L"EDID", values[i % 5]);
+            }
+        }
+    });
+    for (int i = 0; i < 2000; ++i) {
+        const Bytes read = GetEdidData::GetLcdEdidData(path);
+        if (std::ranges::find(values, read) == values.end()) ADD_FAILURE() << read.size();
+    }
+    done = true;
+    writer.join();
+    log_.Take();
 }
 
 TEST_F(PanelQuery, ReadsTheRegistry) {
@@ -110,14 +160,24 @@ TEST_F(PanelQuery, JudgesThePanel) {
 
 TEST_F(PanelQuery, RefusesListsOfTheWrongSize) {
     const auto edid = SampleEdid(tandor::kAdobeRgb);
-    std::vector<double> coordinates(7, 9);
-    EXPECT_FALSE(GetEdidData::ParseCoordinateFromEdid(edid.data(), 128, coordinates));
-    EXPECT_THAT(coordinates, Each(9));
+    std::vector<double> coordinates;
+    for (const std::size_t size : {0u, 7u, 9u}) {
+        coordinates.assign(size, 9);
+        EXPECT_FALSE(GetEdidData::ParseCoordinateFromEdid(edid.data(), 128, coordinates));
+        EXPECT_THAT(coordinates, Each(9));
+    }
     coordinates.assign(8, 9);
     EXPECT_FALSE(GetEdidData::ParseCoordinateFromEdid(nullptr, 128, coordinates));
-    EXPECT_FALSE(GetEdidData::ParseCoordinateFromEdid(edid.data(), 10, coordinates));
+    for (const unsigned length : {0u, 1u, 10u, 11u, 34u})
+        EXPECT_FALSE(GetEdidData::ParseCoordinateFromEdid(edid.data(), length, coordinates));
     EXPECT_THAT(coordinates, Each(9));
-    EXPECT_TRUE(GetEdidData::ParseCoordinateFromEdid(edid.data(), 128, coordinates));
+    for (const unsigned length : {35u, 127u, 128u, 129u, 256u, 32768u}) {
+        Bytes odd(length + 1);  // at an odd address
+        std::copy_n(edid.begin(), std::min<std::size_t>(length, edid.size()), odd.begin() + 1);
+        coordinates.assign(8, 9);
+        EXPECT_TRUE(GetEdidData::ParseCoordinateFromEdid(odd.data() + 1, length, coordinates)) << length;
+        EXPECT_EQ(coordinates[3], 727 / 1024.0);
+    }
     EXPECT_EQ(GetEdidData::CoordinateConversion({edid.begin() + 25, edid.begin() + 35}), coordinates);
     EXPECT_TRUE(GetEdidData::CoordinateConversion(std::vector<unsigned char>(9)).empty());
     EXPECT_EQ(GetEdidData::BinaryToDecimal(1023), 0.9990234375);

@@ -79,18 +79,34 @@ int ScreenValues(const Arguments&) {
     VxLogger::GetInstance().Unsubscribe(subscription);
     const ExScreen::ConfigMgr& config = ExScreen::ConfigMgr::GetInstance();
     for (const std::wstring& line : lines) std::cout << tandor::Utf8FromWideLossy(line) << "\n";
-    ExScreen::Resolution pad;
+    std::cout << "type " << config.GetDeviceType() << "\n";
+    const auto numbers = [](const char* what, std::initializer_list<unsigned int> values) {
+        std::cout << what;
+        for (const unsigned int value : values) std::cout << " " << value;
+        std::cout << "\n";
+    };
+    numbers("follow pc", {config.GetFollowPCWidth(), config.GetFollowPCHeight(), config.GetFollowPCDpi()});
+    numbers("follow pad", {config.GetFollowPadHideWidth(), config.GetFollowPadHideHeight(),
+                           config.GetFollowPadShowWidth(), config.GetFollowPadShowHeight()});
+    numbers("extend",
+            {config.GetExtendPrimWidth(), config.GetExtendPrimHeight(), config.GetExtendHideSecWidth(),
+             config.GetExtendHideSecHeight(), config.GetExtendShowSecWidth(), config.GetExtendShowSecHeight()});
+    numbers("video", {config.GetFpsThreshold(), config.GetEncoderBitrate(), config.GetEncoderIdrInterval(),
+                      config.GetDisplayFrequency()});
+    numbers("configured", {config.ConfiguredFpsThreshold(), config.ConfiguredEncoderBitrate(),
+                           config.ConfiguredEncoderIdrInterval(), config.ConfiguredDisplayFrequency()});
+    numbers("audio", {config.GetVolumnThresh(), config.GetSpeakerMargin(), config.GetSampleRate(), config.GetBitDepth(),
+                      config.GetInCh()});
+    numbers("flags", {config.IsSupportAutoDetect(), config.IsSupportAudioSwitch(), config.IsDriverLimitOpen(),
+                      config.IsReduceResolutionDevice()});
+    numbers("rotation", {config.GetScreenRotationParm()});
+    ExScreen::Resolution pad, monitor;
     config.GetPadPreResolution(2560, 1600, pad);
-    std::cout << "type " << config.GetDeviceType() << "\nfps " << config.GetFpsThreshold() << " "
-              << config.ConfiguredFpsThreshold() << "\nbitrate " << config.GetEncoderBitrate() << " "
-              << config.ConfiguredEncoderBitrate() << "\nfollow " << config.GetFollowPCWidth() << "x"
-              << config.GetFollowPCHeight() << " " << config.GetFollowPCDpi() << "\naudio " << config.GetVolumnThresh()
-              << " " << config.GetSpeakerMargin() << " " << config.GetSampleRate() << " " << config.GetBitDepth() << " "
-              << config.GetInCh() << "\nflags " << config.IsSupportAutoDetect() << config.IsSupportAudioSwitch()
-              << config.IsDriverLimitOpen() << config.IsReduceResolutionDevice() << "\nextend "
-              << config.GetExtendShowSecWidth() << "x" << config.GetExtendShowSecHeight() << "\nlists "
-              << config.GetMirrorResolutions().size() << " " << config.GetMonitorResolutionConfig().size() << " "
-              << pad.width << "x" << pad.height << "\n";
+    config.GetMonitorPreResolution(2560, 1600, monitor);
+    const auto& tables = config.GetMonitorResolutionConfig();
+    numbers("lists", {static_cast<unsigned int>(config.GetMirrorResolutions().size()),
+                      static_cast<unsigned int>(config.GetExtendResolutions().size()),
+                      static_cast<unsigned int>(tables.size()), pad.width, pad.height, monitor.width, monitor.height});
     return 0;
 }
 

@@ -9,18 +9,19 @@ using Script = ManagementDouble::Script;
 
 class RowObject final : public ComObject<WbemClassObjectStub> {
 public:
-    explicit RowObject(Row row) : row_(std::move(row)) {}
+    RowObject(Row row, bool number) : row_(std::move(row)), number_(number) {}
     HRESULT STDMETHODCALLTYPE Get(LPCWSTR name, LONG, VARIANT* value, CIMTYPE*, LONG*) override {
         const auto column = row_.find(name);
         if (column == row_.end()) return static_cast<HRESULT>(WBEM_E_NOT_FOUND);
         ::VariantInit(value);
-        value->vt = column->second ? VT_BSTR : VT_NULL;
-        if (column->second) value->bstrVal = ::SysAllocString(column->second->c_str());
+        value->vt = number_ ? VT_I4 : column->second ? VT_BSTR : VT_NULL;
+        if (column->second && !number_) value->bstrVal = ::SysAllocString(column->second->c_str());
         return WBEM_S_NO_ERROR;
     }
 
 private:
     Row row_;
+    bool number_;
 };
 
 class Enumerator final : public Scripted<Script, EnumWbemClassObjectStub> {
@@ -30,7 +31,7 @@ public:
         *count = 0;
         if (script_->next != S_OK) return script_->next;
         if (at_ == script_->rows.size()) return WBEM_S_FALSE;
-        *row = new RowObject(script_->rows[at_++]);
+        *row = new RowObject(script_->rows[at_++], script_->number_instead);
         *count = 1;
         return WBEM_S_NO_ERROR;
     }

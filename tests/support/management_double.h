@@ -22,6 +22,7 @@ public:
         HRESULT connect = S_OK;
         HRESULT query = S_OK;
         HRESULT next = S_OK;              // a failure of the first step through the rows
+        bool number_instead = false;      // columns hold numbers
         std::vector<std::wstring> asked;  // "<namespace>|<language>|<query>"
         int blankets = 0;                 // how often the proxy's security was set
     };
