@@ -20,6 +20,12 @@ public:
         : std::runtime_error(thing + ": " + cause + (remedy.empty() ? "" : "; " + remedy)) {}
 };
 
+// The same for a call that lacks something which its user has to decide; the program ends with 2.
+class UsageFailure : public CommandError {
+public:
+    using CommandError::CommandError;
+};
+
 // What the options before and behind the verb say, and how the command ended.
 struct Context {
     bool json = false;

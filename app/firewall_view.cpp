@@ -31,18 +31,6 @@ std::string PlanText(const std::string& plan) {
     return plan.empty() ? "off (not set)" : "off ('" + plan + "')";
 }
 
-FirewallRule RuleForThisProgram(const std::string& name, const std::string& description) {
-    FirewallRule rule;
-    rule.name = WideFromUtf8Lossy(name);
-    rule.group = kRuleGroup;
-    rule.description = WideFromUtf8Lossy(description);
-    rule.application = ProgramFile().native();
-    rule.inbound = rule.allows = rule.enabled = true;
-    rule.protocol = 256;
-    rule.profiles = 0x7FFFFFFF;
-    return rule;
-}
-
 Json JsonOf(const FirewallRule& rule) {
     return {{"name", Utf8FromWideLossy(rule.name)},
             {"group", Utf8FromWideLossy(rule.group)},

@@ -75,7 +75,7 @@ int Run(std::vector<std::string> arguments) {
         return 2;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "error: %s\n", error.what());
-        return 1;
+        return dynamic_cast<const tandor::app::UsageFailure*>(&error) != nullptr ? 2 : 1;
     }
     return Finish(context.exit_code);
 }

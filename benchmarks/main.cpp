@@ -117,7 +117,7 @@ std::string TakeOption(const char* name, const char* otherwise, int& count, char
 }  // namespace
 
 void Compare(const std::string& operation, const std::string& baseline, Target target, Body ours, Body theirs,
-             bool manual) {
+             bool manual, int rounds) {
     const std::string number = std::to_string(rows.size());
     rows.push_back({operation, baseline, target});
     const std::string name = number + " " + operation + " | " + baseline + " | ";
@@ -125,6 +125,7 @@ void Compare(const std::string& operation, const std::string& baseline, Target t
                             benchmark::RegisterBenchmark((name + "its").c_str(), std::move(theirs))}) {
         one->ReportAggregatesOnly();
         manual ? one->UseManualTime() : one->UseRealTime();
+        if (rounds > 0) one->Repetitions(rounds)->Iterations(1);
     }
 }
 
@@ -149,6 +150,7 @@ int main(int count, char** words) {
     AddScreen();
     AddSecurity();
     AddHttp();
+    AddIntegration();
     AddTelemetry();
     Reporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);

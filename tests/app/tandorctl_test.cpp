@@ -25,6 +25,7 @@ TEST(Tandorctl, GoodInputAnswersAndEndsWithZero) {
         {L"version compare 10.0.10 10.0.9", 0, "higher\n"},
         {L"version compare 10.0 10.0.1", 0, "not comparable\n"},
         {L"version pack 10.0.0.100", 0, "0x0A000064\n"},
+        {L"firewall plan", 0, "set by"},
         {L"classify 照片.JPG", 0, "CLASS  FILE\nimage  照片.JPG\n"},
         {L"report list", 0, "ReportTandorReport80MyalbumPhotoCountId"},
         {L"queue --pushes 3 --bound 3 --busy 0 --every 0", 0, "3 pushed: 3 done, 0 dropped, 0 refused\n"},
@@ -77,7 +78,12 @@ TEST(Tandorctl, BadInputSaysWhatAndEndsWithOneOrTwo) {
         {L"windows --of 0x99999999", 1, "there is none with this number"},
         {L"windows --thread", 2, "--thread requires --of"},
         {L"firewall add --name \"\"", 1, "error: the rule's name: it is empty"},
-        {L"firewall remove --by-service --dry-run", 2, "--dry-run excludes --by-service"},
+        {L"firewall add --dry-run", 2, "--name is required"},
+        {L"firewall disable --by-service --dry-run", 2, "--dry-run excludes --by-service"},
+        {L"firewall disable --by-service --yes", 1, "it does not take requests; start the suite's assistant"},
+        {L"firewall enable --dry-run --yes", 2, "--dry-run excludes --yes"},
+        {L"firewall enable", 2, "nobody can be asked here; --yes does it all the same"},
+        {L"firewall clean-dhcp", 2, "firewall clean-dhcp: it changes the system"},
         {L"completion fish", 2, "'fish' is not one of bash, powershell"},
     });
 }

@@ -15,6 +15,7 @@
 #include "pelora/outbox.h"
 #include "support/child_roles.h"
 #include "tandor/event_reporter.h"
+#include "tandor/firewall.h"
 #include "tandor/logging.h"
 #include "tandor/screen_config.h"
 #include "tandor/state_watch.h"
@@ -58,6 +59,18 @@ int HoldHandles(const Arguments& arguments) {
     // A synchronous wait: questions about this handle would wait too.
     std::thread([&] { ::ConnectNamedPipe(pipe.Get(), nullptr); }).detach();
     return Stay(arguments.at(3));
+}
+
+// ask-unseen: asks the user in a window station that nobody sees. 0 when that counts as declined at once, and is said.
+int AskUnseen(const Arguments&) {
+    const HWINSTA unseen = ::CreateWindowStationW(nullptr, 0, WINSTA_ALL_ACCESS, nullptr);
+    if (unseen == nullptr || ::SetProcessWindowStation(unseen) == 0) return 3;
+    bool said = false;
+    VxLogger::GetInstance().Subscribe(LOG_MESSAGE_ERROR, [&](LOG_MESSAGE_LEVEL, std::wstring_view message) {
+        said = said || message.starts_with(L"the user cannot be asked: this process has no interactive window station");
+    });
+    const bool agreed = FireWallRuleManger::GetInstance().ShowDialog(L"unseen", L"Allow connections?");
+    return !agreed && said ? 0 : 1;
 }
 
 // log-lines CHANNEL NAME COUNT: writes "NAME <number>" COUNT times, with padding, to the channel.
@@ -149,6 +162,7 @@ int main() {
     const Arguments arguments(words + (count < 2 ? count : 2), words + count);
     const std::map<std::wstring, int (*)(const Arguments&)> roles{
         {L"announce", Announce},
+        {L"ask-unseen", AskUnseen},
         {L"check-records", tandor::test::CheckRecords},
         {L"commit-reports", CommitReports},
         {L"console-without", tandor::test::ConsoleWithout},
