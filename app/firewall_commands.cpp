@@ -180,12 +180,12 @@ void Remove(const Context& context, const Options& options) {
 
 // The manager says no more than that it failed; why stands in the last line of the host log.
 void ExpectManaged(bool (FireWallRuleManger::*operation)(), const std::string& name) {
-    std::string last;
+    const auto last = std::make_shared<std::string>();
     const auto subscription = VxLogger::GetInstance().Subscribe(
-        LOG_MESSAGE_INFO, [&](LOG_MESSAGE_LEVEL, std::wstring_view message) { last = Utf8FromWideLossy(message); });
+        LOG_MESSAGE_INFO, [last](LOG_MESSAGE_LEVEL, std::wstring_view message) { *last = Utf8FromWideLossy(message); });
     const bool done = (FireWallRuleManger::GetInstance().*operation)();
     VxLogger::GetInstance().Unsubscribe(subscription);
-    if (!done) throw CommandError("rule " + name, last, "run as administrator; --follow shows each step");
+    if (!done) throw CommandError("rule " + name, *last, "run as administrator; --follow shows each step");
 }
 
 void Enable(Context& context, const Options& options) {

@@ -1,7 +1,7 @@
 #include "base/win_apartment.h"
+#include "support/apartments.h"
 #include "support/edid_sample.h"
 #include "support/management_double.h"
-#include "support/apartments.h"
 #include "support/testing.h"
 #include "tandor/edid.h"
 

@@ -73,6 +73,12 @@ int AskUnseen(const Arguments&) {
     return !agreed && said ? 0 : 1;
 }
 
+// remove-dhcp: begins to remove the system's rules, and ends.
+int RemoveDhcp(const Arguments&) {
+    Firewall::RemoveDHCPRules();
+    return 0;
+}
+
 // log-lines CHANNEL NAME COUNT: writes "NAME <number>" COUNT times, with padding, to the channel.
 int LogLines(const Arguments& arguments) {
     const std::string channel(arguments.at(0).begin(), arguments.at(0).end());
@@ -171,6 +177,7 @@ int main() {
         {L"host-log", HostLog},
         {L"log-lines", LogLines},
         {L"outbox-put", OutboxPut},
+        {L"remove-dhcp", RemoveDhcp},
         {L"screen-values", ScreenValues},
         {L"store-attributes", tandor::test::StoreAttributes},
         {L"store-records", tandor::test::StoreRecords},

@@ -1,3 +1,4 @@
+#include "base/win_system_entry.h"
 #include "support/firewall_double.h"
 #include "support/testing.h"
 #include "tandor/firewall.h"
@@ -147,6 +148,35 @@ TEST_F(FirewallRemoval, OneRunsAtATimeAndOneStartsIn15Seconds) {
     EXPECT_EQ(started, 2);
     ::SetEvent(go_on.Get());
     EXPECT_TRUE(Ends());
+}
+
+// The library under another name, which nobody else holds: it goes with its last user, and that is the thread.
+TEST_F(FirewallRemoval, TheThreadKeepsItsLibraryUntilItEnds) {
+    const TemporaryFolder folder;
+    const std::filesystem::path copy = folder.path / L"TandorUtil copy.dll";
+    std::filesystem::copy_file(L"TandorUtil.dll", copy);
+    const tandor::KernelHandle reached(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    const tandor::KernelHandle go_on(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    double_->rules = {RuleFor(L"Internet (DHCPv4-In)", kHost)};
+    double_->on_entry = [&] {
+        ::SetEvent(reached.Get());
+        ::WaitForSingleObject(go_on.Get(), 30'000);
+    };
+    {
+        const tandor::ModuleHandle library(::LoadLibraryW(copy.c_str()));
+        ASSERT_TRUE(library);
+        auto* const remove = tandor::EntryOf<void()>(library.Get(), "_ZN8Firewall15RemoveDHCPRulesEv");
+        ASSERT_NE(remove, nullptr);
+        remove();
+    }
+    EXPECT_EQ(::WaitForSingleObject(reached.Get(), 30'000), WAIT_OBJECT_0);
+    EXPECT_NE(::GetModuleHandleW(copy.c_str()), nullptr);
+    ::SetEvent(go_on.Get());
+    const ULONGLONG begin = ::GetTickCount64();
+    while (::GetModuleHandleW(copy.c_str()) != nullptr && ::GetTickCount64() - begin < 30'000) ::Sleep(5);
+    EXPECT_EQ(::GetModuleHandleW(copy.c_str()), nullptr);
+    EXPECT_THAT(double_.Names(), IsEmpty());
+    EXPECT_EQ(Child(L"remove-dhcp").Wait(), 0);  // a program that ends at once is not held up
 }
 
 TEST_F(FirewallRemoval, AThreadThatDoesNotStartIsToldAndBlocksNothing) {
