@@ -108,7 +108,7 @@ std::string RotatingFile::Rotate() {
 }
 
 // A record of which only a part could be written, as on a full disk, is ended by the next one.
-std::string RotatingFile::Write(std::string_view records) {
+RotatingFile::Outcome RotatingFile::Write(std::string_view records) {
     constexpr std::string_view kLineEnd = "\r\n";
     DWORD written = 0;
     if (words_->torn != 0 &&
@@ -122,12 +122,12 @@ std::string RotatingFile::Write(std::string_view records) {
         ::WriteFile(file_.Get(), records.data(), static_cast<DWORD>(records.size()), &written, nullptr) != 0;
     const DWORD error = ::GetLastError();
     words_->size += written;
-    if (written == records.size()) return {};
+    if (written == records.size()) return {true, {}};
     if (written != 0) words_->torn = 1;
-    return InWords("cannot write", path_, done ? ERROR_DISK_FULL : error);
+    return {false, InWords("cannot write", path_, done ? ERROR_DISK_FULL : error)};
 }
 
-std::string RotatingFile::Append(std::string_view records) {
+RotatingFile::Outcome RotatingFile::Append(std::string_view records) {
     const Turn turn(*this);
     std::string trouble;
     if (generation_ != words_->generation) (void)Open();  // tried again with each record
@@ -136,8 +136,9 @@ std::string RotatingFile::Append(std::string_view records) {
         if (trouble.empty() && !Open()) trouble = InWords("cannot open", path_, ::GetLastError());
         if (!trouble.empty()) next_rename_ = ::GetTickCount64() + kRenameRetry;
     }
-    std::string worse = Write(records);
-    return worse.empty() ? trouble : worse;
+    Outcome outcome = Write(records);
+    if (outcome.written) outcome.trouble = std::move(trouble);
+    return outcome;
 }
 
 }  // namespace tandor

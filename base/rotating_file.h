@@ -25,10 +25,15 @@ public:
     // Opens or creates the file and its directories. Throws std::system_error when that fails.
     RotatingFile(std::filesystem::path path, std::uint64_t max_size, unsigned rotated_files, Writers writers);
 
-    // Appends `records`: whole ones, so that lines of several processes never mix. They are with the system on return.
-    // Returns an empty text, or what went wrong in words; after a failed rename the records are in the file all the
-    // same. Not thread-safe.
-    [[nodiscard]] std::string Append(std::string_view records);
+    struct Outcome {
+        bool written;         // with the system; also when the rename failed
+        std::string trouble;  // in words; empty when there was none
+    };
+
+    // Appends `records`: whole ones, so that lines of several processes never mix. A process that kept its turn for two
+    // seconds is not waited for; where the system does not append in one step, a line may then be torn. Not
+    // thread-safe.
+    [[nodiscard]] Outcome Append(std::string_view records);
 
 private:
     class Turn;
@@ -36,7 +41,7 @@ private:
     bool Open() noexcept;
     [[nodiscard]] bool Full(std::size_t more) noexcept;
     std::string Rotate();
-    std::string Write(std::string_view records);
+    Outcome Write(std::string_view records);
     [[nodiscard]] std::filesystem::path RotatedName(unsigned number) const;
 
     std::filesystem::path path_;

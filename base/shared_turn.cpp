@@ -39,9 +39,8 @@ std::system_error Failure(const std::filesystem::path& file, const char* what) {
 }  // namespace
 
 SharedTurn::SharedTurn(const std::filesystem::path& file)
-    : file_(::CreateFileW(file.c_str(), GENERIC_READ | GENERIC_WRITE,
-                          FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_ALWAYS,
-                          FILE_ATTRIBUTE_NORMAL, nullptr)) {
+    : file_(::CreateFileW(file.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                          OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr)) {
     if (!file_) throw Failure(file, "cannot open ");
     const KernelHandle mapping(::CreateFileMappingW(file_.Get(), nullptr, PAGE_READWRITE, 0, kFileSize, nullptr));
     if (!mapping) throw Failure(file, "cannot map ");
@@ -82,14 +81,17 @@ SharedTurn::Taken SharedTurn::Take() noexcept { return Try() ? Taken::kYes : Wai
 
 SharedTurn::Taken SharedTurn::Wait() noexcept {
     std::uint32_t last = 0;
+    std::uint64_t last_size = 0;
     for (int nap = -kYields, same = 0; !Try(); ++nap) {
         if (nap < 0) {
             ::SwitchToThread();
             continue;
         }
         const std::uint32_t holder = words_->holder.load(std::memory_order_relaxed);
-        same = holder == last ? same + 1 : 0;
+        const std::uint64_t size = words_->size.load(std::memory_order_relaxed);
+        same = holder == last && size == last_size ? same + 1 : 0;
         last = holder;
+        last_size = size;
         if (same % kNapsPerLook == kNapsPerLook - 1 && TakeFromTheDead(holder)) return Taken::kFromTheDead;
         if (same >= (holder == stuck_ ? kNapsForStuck : kNaps)) {
             stuck_ = holder;

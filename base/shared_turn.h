@@ -19,7 +19,7 @@ public:
     struct Words {
         std::atomic<std::uint32_t> holder;      // the number of the process whose turn it is; 0 for nobody's
         std::atomic<std::uint32_t> generation;  // for the sharers' use, as is everything below
-        std::atomic<std::uint64_t> size;
+        std::atomic<std::uint64_t> size;        // a change shows that the holder is at work
         std::atomic<std::uint32_t> torn;
     };
     static_assert(std::atomic<std::uint64_t>::is_always_lock_free);

@@ -12,7 +12,7 @@ ChannelSink::ChannelSink(const std::filesystem::path& path, std::uint64_t max_si
 void ChannelSink::sink_it_(const spdlog::details::log_msg& message) {
     line_.clear();
     formatter_->format(message, line_);
-    const std::string trouble = file_.Append({line_.data(), line_.size()});
+    const std::string trouble = file_.Append({line_.data(), line_.size()}).trouble;
     // spdlog hands this to the logger's error handler, which writes it into the host log.
     if (!trouble.empty()) throw spdlog::spdlog_ex(trouble);
 }

@@ -18,7 +18,8 @@ Logger::~Logger() { delete holder_; }
 void Logger::Log(LOG_MESSAGE_LEVEL level, const std::wstringstream& message) const {
     if (holder_->logger == nullptr || level < LOG_MESSAGE_INFO || level > LOG_MESSAGE_CRITICAL) return;
     tandor::Utf8Buffer utf8;
-    holder_->logger->log(static_cast<spdlog::level::level_enum>(level), spdlog::string_view_t(utf8.Convert(message.view())));
+    holder_->logger->log(static_cast<spdlog::level::level_enum>(level),
+                         spdlog::string_view_t(utf8.Convert(message.view())));
 }
 
 TickScopeCounter::TickScopeCounter(const Callback& callback) : callback_(callback), start_(::GetTickCount64()) {}

@@ -22,6 +22,14 @@ std::optional<int> FirstNumber(std::string_view text) {
     return value;
 }
 
+// Takes the text up to the next dot, and the dot.
+std::string_view NextPiece(std::string_view& text) {
+    const std::size_t stop = text.find('.');
+    const std::string_view piece = text.substr(0, stop);
+    text.remove_prefix(stop == std::string_view::npos ? text.size() : stop + 1);
+    return piece;
+}
+
 }  // namespace
 
 std::vector<std::string> SplitText(std::string_view text, std::string_view separator) {
@@ -44,11 +52,10 @@ int CompareSubVersions(std::string_view left, std::string_view right) {
 
 VersionOrder CompareVersions(std::string_view left, std::string_view right) {
     if (left == right) return VersionOrder::kEqual;
-    const auto left_pieces = SplitText(left, ".");
-    const auto right_pieces = SplitText(right, ".");
-    if (left_pieces.size() != right_pieces.size()) return VersionOrder::kNotComparable;
-    for (std::size_t i = 0; i < left_pieces.size(); ++i) {
-        const int order = CompareSubVersions(left_pieces[i], right_pieces[i]);
+    auto pieces = std::count(left.begin(), left.end(), '.');
+    if (pieces != std::count(right.begin(), right.end(), '.')) return VersionOrder::kNotComparable;
+    for (; pieces >= 0; --pieces) {
+        const int order = CompareSubVersions(NextPiece(left), NextPiece(right));
         if (order != 0) return order < 0 ? VersionOrder::kLower : VersionOrder::kHigher;
     }
     return VersionOrder::kEqual;
@@ -58,11 +65,10 @@ std::uint32_t PackVersion(std::string_view text) {
     if (text.empty()) return 0;
     std::uint32_t packed = 0;
     for (;;) {
-        const std::size_t stop = text.find('.');
-        const auto value = ParseDecimal<std::uint32_t>(text.substr(0, stop)).value_or(0);
+        const bool last = text.find('.') == std::string_view::npos;
+        const auto value = ParseDecimal<std::uint32_t>(NextPiece(text)).value_or(0);
         packed = packed << 8 | (value < 0x80000000 ? value & 0xFF : 0);
-        if (stop == std::string_view::npos) return packed;
-        text.remove_prefix(stop + 1);
+        if (last) return packed;
     }
 }
 

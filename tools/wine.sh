@@ -1,7 +1,8 @@
 # Running Windows programs: a private Wine prefix and a private display, both gone at the end. Sourced after common.sh.
 
-wine=$(command -v wine64 || echo /usr/lib/wine/wine64)
-wineserver=$(command -v wineserver || ls /usr/lib/wine/wineserver64 2>/dev/null || true)
+# Where Debian's packages put them; on a fresh machine the set-up brings them after this file was read.
+wine=/usr/lib/wine/wine64
+wineserver=/usr/lib/wine/wineserver64
 
 # What the figures of a page were measured on.
 machine() {

@@ -4,8 +4,12 @@
 #include <algorithm>
 #include <codecvt>
 #include <locale>
+#include <memory>
+#include <regex>
+#include <sstream>
 
 #include "benchmarks/ratio.h"
+#include "foundation/version.h"
 #include "tandor/file_classifier.h"
 #include "tandor/text.h"
 
@@ -56,31 +60,77 @@ std::string Repeated(const std::string& piece, std::size_t size) {
 
 // ---- Base64
 
-void AddBase64() {
-    static std::string bytes(1 << 20, '\0');
-    unsigned value = 1;
-    for (char& byte : bytes) byte = static_cast<char>((value = value * 1664525 + 1013904223) >> 24);
-    static const std::string text = TandorUtilClass::Base64Encode(reinterpret_cast<const unsigned char*>(bytes.data()),
-                                                                  static_cast<unsigned>(bytes.size()));
-    static std::vector<unsigned char> out(text.size() + 1);
-    Compare("Base64Encode, 1 MB", "EVP_EncodeBlock", AtLeastAsFast(1.5), Repeat([] {
-                return TandorUtilClass::Base64Encode(reinterpret_cast<const unsigned char*>(bytes.data()),
-                                                     static_cast<unsigned>(bytes.size()));
-            }),
-            Repeat([] {
-                std::string coded((bytes.size() + 2) / 3 * 4, '\0');
-                EVP_EncodeBlock(reinterpret_cast<unsigned char*>(coded.data()),
-                                reinterpret_cast<const unsigned char*>(bytes.data()), static_cast<int>(bytes.size()));
+struct Base64Sample {
+    explicit Base64Sample(std::size_t size) : bytes(size, '\0') {
+        unsigned value = 1;
+        for (char& byte : bytes) byte = static_cast<char>((value = value * 1664525 + 1013904223) >> 24);
+        text = Encoded();
+        out.resize(text.size() + 1);
+    }
+    [[nodiscard]] const unsigned char* Data() const { return reinterpret_cast<const unsigned char*>(bytes.data()); }
+    [[nodiscard]] std::string Encoded() const {
+        return TandorUtilClass::Base64Encode(Data(), static_cast<unsigned>(bytes.size()));
+    }
+    std::string bytes;
+    std::string text;
+    std::vector<unsigned char> out;
+};
+
+void AddBase64(const std::string& name, std::size_t size) {
+    const auto sample = std::make_shared<Base64Sample>(size);
+    const auto text = reinterpret_cast<const unsigned char*>(sample->text.data());
+    Compare("Base64Encode, " + name, "EVP_EncodeBlock", AtLeastAsFast(1.5),
+            Repeat([sample] { return sample->Encoded(); }), Repeat([sample] {
+                std::string coded((sample->bytes.size() + 2) / 3 * 4, '\0');
+                EVP_EncodeBlock(reinterpret_cast<unsigned char*>(coded.data()), sample->Data(),
+                                static_cast<int>(sample->bytes.size()));
                 return coded;
             }));
-    Compare("Base64Decode, 1 MB", "EVP_DecodeBlock", AtLeastAsFast(2), Repeat([] {
-                return TandorUtilClass::Base64Decode(reinterpret_cast<const unsigned char*>(text.data()),
-                                                     static_cast<int>(text.size()), out.data());
+    Compare("Base64Decode, " + name, "EVP_DecodeBlock", AtLeastAsFast(2), Repeat([sample, text] {
+                return TandorUtilClass::Base64Decode(text, static_cast<int>(sample->text.size()), sample->out.data());
             }),
-            Repeat([] {
-                return EVP_DecodeBlock(out.data(), reinterpret_cast<const unsigned char*>(text.data()),
-                                       static_cast<int>(text.size()));
+            Repeat([sample, text] {
+                return EVP_DecodeBlock(sample->out.data(), text, static_cast<int>(sample->text.size()));
             }));
+}
+
+// ---- versions
+
+std::vector<std::string> PiecesOf(const std::string& version) {
+    std::vector<std::string> pieces;
+    std::stringstream stream(version);
+    for (std::string piece; std::getline(stream, piece, '.');) pieces.push_back(piece);
+    return pieces;
+}
+
+int PlainCompare(const std::string& left, const std::string& right) {
+    static const std::regex digits("\\d+");
+    const auto left_pieces = PiecesOf(left), right_pieces = PiecesOf(right);
+    if (left_pieces.size() != right_pieces.size()) return 2;
+    for (std::size_t i = 0; i < left_pieces.size(); ++i) {
+        std::smatch a, b;
+        if (!std::regex_search(left_pieces[i], a, digits) || !std::regex_search(right_pieces[i], b, digits)) return 3;
+        const int difference = std::stoi(a.str()) - std::stoi(b.str());
+        if (difference != 0) return difference;
+    }
+    return 0;
+}
+
+unsigned PlainPack(const std::string& version) {
+    static const std::regex number("\\d+");
+    unsigned packed = 0;
+    for (const std::string& piece : PiecesOf(version))
+        packed = packed << 8 | (std::regex_match(piece, number) ? std::stoul(piece) & 0xFF : 0);
+    return packed;
+}
+
+void AddVersions() {
+    static const std::string high = "10.0.10", low = "10.0.9", packed = "10.0.0.100";
+    Compare("CalcVersion", "std::regex and stringstream", AtLeastAsFast(10),
+            Repeat([] { return TandorUtilClass::CalcVersion(packed); }), Repeat([] { return PlainPack(packed); }));
+    Compare("CompareVersion", "std::regex and stringstream", AtLeastAsFast(10),
+            Repeat([] { return static_cast<int>(CompareVersions(high, low)); }),
+            Repeat([] { return PlainCompare(high, low); }));
 }
 
 // ---- classification
@@ -128,7 +178,9 @@ void AddFoundation() {
     AddConversion("40 B ASCII", Repeated("device name ", 40), 1.2);
     AddConversion("1 KB ASCII", Repeated("C:\\ProgramData\\Comms\\", 1024), 3);
     AddConversion("1 KB CJK", Repeated("\xE6\x89\x8B\xE6\x9C\xBA\xE5\xB1\x8F\xE5\xB9\x95", 1024), 1.2);
-    AddBase64();
+    AddBase64("1 KB", 1024);
+    AddBase64("1 MB", 1 << 20);
+    AddVersions();
     AddClassification();
 }
 

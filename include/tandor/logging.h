@@ -33,8 +33,9 @@ public:
     ~Logger();
 
     /// Appends one record: time, thread, level and the stream's text as UTF-8 (an unpaired surrogate as U+FFFD), ended
-    /// by CR LF. The stream is left as it is. Levels 3 to 5 are written, all others are passed over. A file that cannot be written or renamed costs no line that it holds
-    /// already and throws nothing: the host log names it. Only std::bad_alloc may leave.
+    /// by CR LF. The stream is left as it is. Levels 3 to 5 are written, all others are passed over. A file that cannot
+    /// be written or renamed costs no line that it holds already and throws nothing: the host log names it. Only
+    /// std::bad_alloc may leave.
     void Log(LOG_MESSAGE_LEVEL level, const std::wstringstream& message) const;
 
     Logger(const Logger&) = delete;

@@ -54,7 +54,13 @@ bool IsHostLog(const std::filesystem::directory_entry& entry) {
     return digits > 1 && digits < name.size() && name[digits - 1] == L'-';
 }
 
-// Processes come and go, and each leaves a file: the oldest beyond the limit go. Those of living processes are in use.
+// A file that somebody has open stays: its process may be alive and silent for long.
+void RemoveUnused(const std::filesystem::path& path) {
+    const tandor::FileHandle file(
+        ::CreateFileW(path.c_str(), DELETE, 0, nullptr, OPEN_EXISTING, FILE_FLAG_DELETE_ON_CLOSE, nullptr));
+}
+
+// Processes come and go, and each leaves a file: the oldest beyond the limit go.
 // Nothing but host logs is touched: the folder's name may have been made to lead somewhere else.
 void RemoveOldFiles() {
     std::error_code error;
@@ -69,7 +75,7 @@ void RemoveOldFiles() {
     for (const auto& file : files) by_age.emplace_back(file.last_write_time(error), file.path());
     std::sort(by_age.begin(), by_age.end());
     by_age.resize(files.size() - kFilesKept);
-    for (const auto& [age, path] : by_age) std::filesystem::remove(path, error);
+    for (const auto& [age, path] : by_age) RemoveUnused(path);
 }
 
 void AppendNumber(unsigned long value, int digits, char end, std::string& line) {
@@ -116,7 +122,7 @@ public:
         Write(level, message);
         const DWORD self = ::GetCurrentThreadId();
         if (observers_.empty() || deliverer_ == self || waiting_.size() >= kMostWaiting) return;
-        waiting_.push_back({level, std::wstring(message)});
+        waiting_.push_back({++logged_, level, std::wstring(message)});
         if (deliverer_ != 0) return;
         const Delivering delivering(*this);
         while (!waiting_.empty()) {
@@ -134,14 +140,20 @@ public:
 
     void Unsubscribe(std::uint64_t subscription) {
         std::unique_lock lock(lock_);
-        while (deliverer_ != 0 && deliverer_ != ::GetCurrentThreadId()) idle_.Wait(lock_);
+        const std::uint64_t last = logged_;
+        const auto elsewhere = [&] { return deliverer_ != 0 && deliverer_ != ::GetCurrentThreadId(); };
+        while (elsewhere() && delivered_ < last) progress_.Wait(lock_);
         observers_.erase(subscription);
+        // The message on its way now may still be handed to the one that leaves.
+        for (const std::uint64_t now = delivered_; elsewhere() && delivered_ == now;) progress_.Wait(lock_);
     }
 
+    void Lose() { ++lost_; }
     [[nodiscard]] std::uint64_t Lost() const { return lost_; }
 
 private:
     struct Message {
+        std::uint64_t number;
         LOG_MESSAGE_LEVEL level;
         std::wstring text;
     };
@@ -155,7 +167,7 @@ private:
         explicit Delivering(Impl& log) : log_(log) { log_.deliverer_ = ::GetCurrentThreadId(); }
         ~Delivering() {
             log_.deliverer_ = 0;
-            log_.idle_.WakeAll();
+            log_.progress_.WakeAll();
         }
         Delivering(const Delivering&) = delete;
         Delivering& operator=(const Delivering&) = delete;
@@ -177,19 +189,19 @@ private:
             }
         }
         lock.lock();
+        delivered_ = message.number;
+        progress_.WakeAll();
     }
 
     void Write(LOG_MESSAGE_LEVEL level, std::wstring_view message) {
-        std::string trouble;
+        tandor::RotatingFile::Outcome outcome{};
         if (file_ || Open()) {
             FormLine(level, message, line_);
-            const bool large = line_.size() > kLargestKept;
-            trouble = file_->Append(line_);
-            if (large) line_ = {};
-            if (trouble.empty()) return;
-            ::OutputDebugStringA(trouble.c_str());
+            outcome = file_->Append(line_);
+            if (line_.size() > kLargestKept) line_ = {};
+            if (!outcome.trouble.empty()) ::OutputDebugStringA(outcome.trouble.c_str());
         }
-        ++lost_;
+        if (!outcome.written) ++lost_;
     }
 
     bool Open() {
@@ -213,8 +225,10 @@ private:
     std::map<std::uint64_t, std::shared_ptr<const Subscriber>> observers_;
     std::uint64_t last_ = 0;
     std::deque<Message> waiting_;
-    DWORD deliverer_ = 0;  // the thread that calls the observers
-    tandor::Condition idle_;
+    std::uint64_t logged_ = 0;     // the number of the last message for observers
+    std::uint64_t delivered_ = 0;  // and of the last that they have seen
+    DWORD deliverer_ = 0;          // the thread that calls them
+    tandor::Condition progress_;
 };
 
 VxLogger::VxLogger() : impl_(new Impl) {}
@@ -233,7 +247,8 @@ void VxLogger::Log(LOG_MESSAGE_LEVEL level, std::wstringstream& message) noexcep
     if (unloading) return;
     try {
         impl_->Log(level, message.view());
-    } catch (const std::exception& error) {
+    } catch (const std::exception& error) {  // no memory
+        impl_->Lose();
         ::OutputDebugStringA(error.what());
     }
 }

@@ -1,3 +1,4 @@
+#include <numeric>
 #include <regex>
 
 #include "base/rotating_file.h"
@@ -9,6 +10,7 @@ namespace {
 using namespace tandor::test;
 
 using tandor::RotatingFile;
+using tandor::SharedTurn;
 
 const std::filesystem::path kLogs = L"C:\\ProgramData\\Comms\\Pelora\\log";
 
@@ -43,26 +45,21 @@ std::string Marker(const std::string& name) {
     return name + std::to_string(now.dwHighDateTime) + std::to_string(now.dwLowDateTime) + "x";
 }
 
-TEST(Logger, EachChannelWritesItsFileFromTheDefaultLevelUp) {
+TEST(Logger, EachChannelWritesLevels3To5IntoItsFile) {
     const std::string marker = Marker("level");
     const std::wstring wide(marker.begin(), marker.end());
     for (const auto& [channel, file] :
          {std::pair{"KoViewMirror", L"usr\\KoViewMirror.log"}, {"KoViewTandor", L"admin\\KoViewTandor.log"}}) {
-        {
-            const Logger logger(channel);
-            const Logger second(channel);
-            Log(logger, 1, wide + L"hidden");
-            Log(logger, 3, wide + L"first \u624b\U0001F4F1");
-            Log(second, 4, wide + L"second \xD83D");
-            Log(second, 7, wide + L"no level");
-            Log(second, -1, wide + L"no level");
-        }
+        const Logger logger(channel);
+        const Logger second(channel);
+        for (int level = -1; level <= 7; ++level) Log(level % 2 == 0 ? second : logger, level, wide + L"手📱\xD83D");
         const auto lines = MarkedLines(kLogs / file, marker);
-        ASSERT_EQ(lines.size(), 2u);
-        const std::string head = R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d,\d{3}\[\d+\])";
-        EXPECT_TRUE(std::regex_match(lines[0], std::regex(head + R"(\[W\] - )" + marker + "first 手📱"))) << lines[0];
-        EXPECT_TRUE(std::regex_match(lines[1], std::regex(head + R"(\[E\] - )" + marker + "second \uFFFD")))
-            << lines[1];
+        ASSERT_EQ(lines.size(), 3u);
+        for (std::size_t i = 0; i < 3; ++i) {
+            const std::regex form(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d,\d{3}\[\d+\]\[)" + std::string(1, "WEC"[i]) +
+                                  R"(\] - )" + marker + "手📱\uFFFD");
+            EXPECT_TRUE(std::regex_match(lines[i], form)) << lines[i];
+        }
     }
 }
 
@@ -86,69 +83,198 @@ TEST(Logger, AFileThatCannotBeOpenedIsTriedFiveTimesAndThenNeverAgain) {
     EXPECT_TRUE(log.Take().empty());
 }
 
-// How many whole lines each writer left, and how many that are not whole.
-std::map<std::string, int> CountWriters(const std::vector<std::filesystem::path>& files, const std::string& marker) {
-    std::map<std::string, int> lines;
-    const std::regex form(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d,\d{3}\[\d+\]\[W\] - \w+x(\w+) (\d+) \.{150})");
-    std::smatch match;
-    for (const auto& file : files)
-        for (const std::string& line : MarkedLines(file, marker))
-            ++lines[std::regex_match(line, match, form) ? match[1].str() : "broken"];
-    return lines;
-}
-
-std::vector<std::filesystem::path> ChannelFiles(const std::filesystem::path& folder, const std::wstring& stem) {
-    std::vector<std::filesystem::path> files;
-    for (const auto& entry : std::filesystem::directory_iterator(folder))
-        if (entry.path().filename().wstring().starts_with(stem)) files.push_back(entry.path());
+// The files of a log, oldest first.
+std::vector<std::filesystem::path> OldestFirst(const std::filesystem::path& file) {
+    std::vector<std::filesystem::path> files{file};
+    for (int number = 1;; ++number) {
+        auto older = file.parent_path() / (file.stem().wstring() + L"." + std::to_wstring(number) + L".log");
+        if (!std::filesystem::exists(older)) break;
+        files.push_back(std::move(older));
+    }
+    std::reverse(files.begin(), files.end());
     return files;
 }
 
-// 3 x 3,000 lines of 220 bytes are 2 MB: four files of 512 KiB, and fewer than are kept, however full the first one
-// was.
-TEST(Logger, SeveralProcessesRotateOneChannelAndLoseNoLine) {
-    const std::string marker = Marker("several");
-    const std::wstring wide(marker.begin(), marker.end());
-    const std::wstring command = L"log-lines KoViewTandor " + wide;
-    RunChildren({command + L"one 3000", command + L"two 3000", command + L"three 3000"});
-    const auto files = ChannelFiles(kLogs / L"admin", L"KoViewTandor");
-    EXPECT_GE(files.size(), 4u);
-    for (const auto& file : files) EXPECT_LE(std::filesystem::file_size(file), 0x80000u) << file;
-    EXPECT_EQ(CountWriters(files, marker), (std::map<std::string, int>{{"one", 3000}, {"two", 3000}, {"three", 3000}}));
+// Each writer's numbers in the order in which they stand in the files; lines that are not whole under "broken".
+std::map<std::string, std::vector<int>> NumbersOf(const std::vector<std::filesystem::path>& files,
+                                                  const std::string& marker, const std::string& form) {
+    std::map<std::string, std::vector<int>> numbers;
+    const std::regex whole(form);
+    std::smatch match;
+    for (const auto& file : files) {
+        for (const std::string& line : MarkedLines(file, marker)) {
+            if (std::regex_match(line, match, whole)) {
+                numbers[match[1].str()].push_back(std::stoi(match[2].str()));
+            } else {
+                numbers["broken: " + line].push_back(0);
+            }
+        }
+    }
+    return numbers;
+}
+const std::string kChannelLine = R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d,\d{3}\[\d+\]\[W\] - \w+x(\w+) (\d+) \.{150})";
+
+std::vector<int> UpTo(int count) {
+    std::vector<int> numbers(static_cast<std::size_t>(count));
+    std::iota(numbers.begin(), numbers.end(), 0);
+    return numbers;
+}
+
+// 8 x 3,000 lines of about 210 bytes are 5 MB: five files of 1 MiB, and fewer than are kept, however full the first
+// was. The writers die right behind their last line.
+TEST(Logger, EightProcessesRotateOneChannelAndLoseTearOrDoubleNoLine) {
+    const std::string marker = Marker("eight");
+    std::vector<std::wstring> commands;
+    std::map<std::string, std::vector<int>> expected;
+    for (char name = 'a'; name < 'i'; ++name) {
+        commands.push_back(L"log-lines KoViewMirror " + std::wstring(marker.begin(), marker.end()) +
+                           static_cast<wchar_t>(name) + L" 3000");
+        expected[std::string(1, name)] = UpTo(3000);
+    }
+    RunChildren(commands);
+    const auto files = OldestFirst(kLogs / L"usr" / L"KoViewMirror.log");
+    EXPECT_GE(files.size(), 5u);
+    for (const auto& file : files) EXPECT_LE(std::filesystem::file_size(file), 0x100000u) << file;
+    EXPECT_EQ(NumbersOf(files, marker, kChannelLine), expected);
 }
 
 TEST(Logger, AFileHeldOpenAtRotationLosesNothingAndTheHostLogNamesIt) {
     const auto file = kLogs / L"usr" / L"KoViewMirror.log";
     const std::string marker = Marker("held");
     const std::wstring wide(marker.begin(), marker.end());
-    Log(Logger("KoViewMirror"), 3, wide + L"there before");
+    const Logger logger("KoViewMirror");
+    Log(logger, 3, wide + L"there before");
     const Child viewer(L"hold-file " + file.wstring() + L" viewer-ready", L"viewer-ready");
     HostLog log;
-    {
-        const Logger logger("KoViewMirror");
-        for (int i = 0; i < 6000; ++i)
-            Log(logger, 3, wide + L"line " + std::to_wstring(i) + L" " + std::wstring(150, L'.'));
-    }
+    for (int i = 0; i < 6000; ++i)
+        Log(logger, 3, wide + L"line " + std::to_wstring(i) + L" " + std::wstring(150, L'.'));
     EXPECT_THAT(ReadAll(file), HasSubstr(marker + "there before"));
-    EXPECT_EQ(CountWriters({file}, marker)["line"], 6000);
+    EXPECT_EQ(NumbersOf({file}, marker + "line", kChannelLine)["line"], UpTo(6000));
     const auto messages = log.Take();
     ASSERT_FALSE(messages.empty());
     EXPECT_THAT(messages.front(), AnyOf(StartsWith(L"3 cannot rename " + file.native() + L": "),
                                         StartsWith(L"4 cannot rename " + file.native() + L": ")));
 }
 
+// A system whose disk takes no more after half a line.
+std::atomic<int> disk_state{0};  // 0 as it is, 1 takes half a line, 2 takes nothing
+BOOL WINAPI WriteToFullDisk(HANDLE file, LPCVOID data, DWORD size, LPDWORD written, LPOVERLAPPED place) {
+    if (disk_state == 0) return ::WriteFile(file, data, size, written, place);
+    if (disk_state.exchange(2) == 1) return ::WriteFile(file, data, size / 2, written, place);
+    *written = 0;
+    ::SetLastError(ERROR_DISK_FULL);
+    return FALSE;
+}
+
+TEST(Logger, AFullDiskCostsTheLineAndNothingElse) {
+    const std::string marker = Marker("full");
+    const std::wstring wide(marker.begin(), marker.end());
+    const Logger logger("KoViewTandor");
+    Log(logger, 3, wide + L"before");
+    HostLog log;
+    {
+        const ImportPatch disk(L"TandorUtil.dll", "WriteFile", &WriteToFullDisk);
+        disk_state = 1;
+        Log(logger, 3, wide + L"half");
+        Log(logger, 3, wide + L"lost");
+        disk_state = 0;
+        Log(logger, 3, wide + L"after " + std::wstring(1 << 20, L'.'));
+    }
+    EXPECT_THAT(log.Take(), ElementsAre(HasSubstr(L"cannot write "), HasSubstr(L"cannot write ")));
+    std::string text;
+    for (const auto& file : OldestFirst(kLogs / L"admin" / L"KoViewTandor.log")) text += ReadAll(file);
+    EXPECT_THAT(text, HasSubstr(marker + "before\r\n"));
+    EXPECT_THAT(text, Not(HasSubstr(marker + "lost")));
+    EXPECT_TRUE(std::regex_search(text, std::regex("\r\n[^\r]*" + marker + "after \\.")));
+    EXPECT_THAT(text, HasSubstr(std::string(1 << 20, '.') + "\r\n"));
+}
+
 TEST(RotatingFile, KeepsTheNewestFilesAndDropsTheOldest) {
     const TemporaryFolder folder;
     const auto path = folder.path / L"журнал.log";
     RotatingFile file(path, 100, 2, RotatingFile::Writers::kManyProcesses);
-    for (char c = 'a'; c <= 'f'; ++c) ASSERT_EQ(file.Append(std::string(60, c)), "");
+    for (char c = 'a'; c <= 'f'; ++c) ASSERT_TRUE(file.Append(std::string(60, c)).written);
     EXPECT_EQ(ReadAll(path), std::string(60, 'f'));
     EXPECT_EQ(ReadAll(folder.path / L"журнал.1.log"), std::string(60, 'e'));
     EXPECT_EQ(ReadAll(folder.path / L"журнал.2.log"), std::string(60, 'd'));
     EXPECT_FALSE(std::filesystem::exists(folder.path / L"журнал.3.log"));
     // A record larger than the bound gets a file of its own.
-    ASSERT_EQ(file.Append(std::string(500, 'g')), "");
-    EXPECT_EQ(file.Size(), 500u);
+    ASSERT_TRUE(file.Append(std::string(500, 'g')).written);
+    EXPECT_EQ(ReadAll(path), std::string(500, 'g'));
+}
+
+// The rename is tried again and again; none of the tries may cost an older file.
+TEST(RotatingFile, AHeldFileCostsNoneOfTheOlderOnes) {
+    const TemporaryFolder folder;
+    const auto path = folder.path / L"held.log";
+    RotatingFile file(path, 100, 3, RotatingFile::Writers::kManyProcesses);
+    for (char c = 'a'; c <= 'c'; ++c) ASSERT_EQ(file.Append(std::string(60, c)).trouble, "");
+    {
+        const Child viewer(L"hold-file \"" + path.wstring() + L"\" viewer-ready", L"viewer-ready");
+        for (int refused = 0; refused < 3;) {
+            const RotatingFile::Outcome outcome = file.Append("....");
+            ASSERT_TRUE(outcome.written);
+            if (!outcome.trouble.empty()) ++refused;
+        }
+    }
+    while (std::filesystem::file_size(path) > 60) ASSERT_TRUE(file.Append("....").written);
+    EXPECT_THAT(ReadAll(folder.path / L"held.1.log"), StartsWith(std::string(60, 'c') + "...."));
+    EXPECT_EQ(ReadAll(folder.path / L"held.2.log"), std::string(60, 'b'));
+    EXPECT_EQ(ReadAll(folder.path / L"held.3.log"), std::string(60, 'a'));
+}
+
+TEST(RotatingFile, WhatWasWrittenSurvivesWritersThatAreKilled) {
+    const TemporaryFolder folder;
+    const auto path = folder.path / L"killed.log";
+    int lives = 0;
+    const auto report = [&](int life) { return folder.path / (L"report-" + std::to_wstring(life)); };
+    const auto begin = [&] {
+        const int life = lives++;
+        return Child(L"file-lines \"" + path.native() + L"\" mark" + std::to_wstring(life) + L" \"" +
+                     report(life).native() + L"\"");
+    };
+    std::vector<Child> writers;
+    for (int i = 0; i < 3; ++i) writers.push_back(begin());
+    const auto kills = Amount("TANDOR_LOG_KILLS", 20);
+    unsigned random = 4711;
+    for (unsigned kill = 0; kill < kills; ++kill) {
+        random = random * 1664525 + 1013904223;
+        ::Sleep(5 + (random >> 16 & 31));
+        writers[kill % 3].Kill();
+        writers[kill % 3] = begin();
+    }
+    writers.clear();
+    auto numbers = NumbersOf(OldestFirst(path), "mark", R"(mark(\d+) (\d+) \.{32})");
+    std::uint32_t sure = 0;
+    for (int life = 0; life < lives; ++life) {
+        const std::string counted = ReadAll(report(life));
+        std::uint32_t written = 0;
+        if (counted.size() == sizeof(written)) std::memcpy(&written, counted.data(), sizeof(written));
+        const std::vector<int> found = std::exchange(numbers[std::to_string(life)], {});
+        EXPECT_EQ(found, UpTo(static_cast<int>(found.size()))) << "life " << life;
+        EXPECT_GE(found.size(), written) << "life " << life;
+        sure += written;
+    }
+    std::erase_if(numbers, [](const auto& entry) { return entry.second.empty(); });
+    EXPECT_THAT(numbers, IsEmpty());
+    EXPECT_GT(sure, 0u);
+    RecordProperty("figures", std::to_string(sure) + " lines written for sure, all there, none torn or doubled");
+}
+
+TEST(SharedTurn, IsTakenFromTheDeadAtOnceAndFromTheLivingNever) {
+    const TemporaryFolder folder;
+    const auto path = folder.path / L"file.turn";
+    SharedTurn one(path), two(path);
+    {
+        Child holder(L"hold-turn \"" + path.native() + L"\" holder-ready", L"holder-ready");
+        EXPECT_EQ(one.Take(), SharedTurn::Taken::kNo);
+        holder.Kill();
+    }
+    EXPECT_EQ(one.Take(), SharedTurn::Taken::kFromTheDead);
+    EXPECT_EQ(two.Take(), SharedTurn::Taken::kNo);
+    one.Give();
+    EXPECT_EQ(two.Take(), SharedTurn::Taken::kYes);
+    two.Give();
 }
 
 TEST(TickScopeCounter, ReportsToWhomeverItIsTold) {

@@ -19,6 +19,10 @@ TEST(Version, Compares) {
     expect(VersionOrder::kLower, {{"10.0.1", "10.0.2"}, {"a", "b"}, {"", "1"}, {"1..2", "1.0.2"}});
     expect(VersionOrder::kHigher, {{"10.0.10", "10.0.9"}, {"b", "a"}, {"v2", "1"}, {"x.1", "10.1"}});
     expect(VersionOrder::kNotComparable, {{"10.1", "10.0.9"}, {"10.0", "10.0.1"}, {"1.2.3", "1.2.3."}});
+    std::string long_one;
+    for (int i = 0; i < 1000; ++i) long_one += "7.";
+    expect(VersionOrder::kLower, {{(long_one + "1").c_str(), (long_one + "2").c_str()}});
+    EXPECT_EQ(TandorUtilClass::CalcVersion(long_one + "1"), 0x07070701u);
 }
 
 TEST(Version, SplitsAndKeepsEmptyPieces) {

@@ -51,8 +51,12 @@ TEST(HostLog, StaysBoundedAndKeepsTheFilesOf64Processes) {
         std::filesystem::last_write_time(folder.path / L"log" / L"host" / name,
                                          std::filesystem::file_time_type::clock::now() - std::chrono::hours(999));
     }
+    const tandor::FileHandle living(::CreateFileW((folder.path / L"log" / L"host" / L"old-3.log").c_str(), GENERIC_READ,
+                                                  FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                                  OPEN_EXISTING, 0, nullptr));
     Child child(L"host-log \"" + std::wstring(1000, L'x') + L"\" 6000");  // about 6 MB
     ASSERT_EQ(child.Wait(), 0);
+    EXPECT_TRUE(std::filesystem::exists(folder.path / L"log" / L"host" / L"old-3.log"));
     EXPECT_FALSE(std::filesystem::exists(folder.path / L"log" / L"host" / L"old-15.log"));
     EXPECT_TRUE(std::filesystem::exists(folder.path / L"log" / L"host" / L"old-16.log"));
     for (const wchar_t* const name : foreign) {
@@ -65,22 +69,64 @@ TEST(HostLog, StaysBoundedAndKeepsTheFilesOf64Processes) {
     EXPECT_LE(size, 4u << 20);
 }
 
-TEST(HostLog, ObserversSeeEveryMessageUntilTheyLeaveAndCannotHarm) {
+TEST(HostLog, ObserversSeeWhatTheyAskedForInOrderAndCannotHarm) {
     std::vector<std::wstring> seen;
     auto& log = VxLogger::GetInstance();
-    const auto thrower =
-        log.Subscribe([](LOG_MESSAGE_LEVEL, std::wstring_view) { throw std::runtime_error("observer"); });
-    const auto watcher = log.Subscribe([&](LOG_MESSAGE_LEVEL level, std::wstring_view message) {
+    const auto thrower = log.Subscribe(
+        LOG_MESSAGE_TRACE, [](LOG_MESSAGE_LEVEL, std::wstring_view) { throw std::runtime_error("observer"); });
+    std::uint64_t watcher = 0;
+    watcher = log.Subscribe(LOG_MESSAGE_INFO, [&](LOG_MESSAGE_LEVEL level, std::wstring_view message) {
         seen.push_back(std::to_wstring(level) + std::wstring(message));
         Log(3, L"from inside");  // written, not observed
+        if (message == L"last") log.Unsubscribe(watcher);
     });
     Log(4, L"one");
-    Log(0, L"");
-    log.Unsubscribe(watcher);
+    Log(2, L"too low");
+    Log(3, L"");
+    Log(5, L"last");
     Log(3, L"two");
     log.Unsubscribe(thrower);
     log.Unsubscribe(thrower);
-    EXPECT_THAT(seen, ElementsAre(L"4one", L"0"));
+    EXPECT_THAT(seen, ElementsAre(L"4one", L"3", L"5last"));
+}
+
+TEST(HostLog, NoThreadWaitsForAnothersObserver) {
+    auto& log = VxLogger::GetInstance();
+    std::vector<std::wstring> seen;
+    std::atomic<bool> inside{false}, open{false};
+    const auto slow = log.Subscribe(LOG_MESSAGE_TRACE, [&](LOG_MESSAGE_LEVEL, std::wstring_view message) {
+        seen.emplace_back(message);
+        inside = true;
+        open.wait(false);
+    });
+    std::thread first([] { Log(3, L"first"); });
+    while (!inside) std::this_thread::yield();
+    Log(3, L"second");
+    Log(3, L"third");
+    open = true;
+    open.notify_all();
+    log.Unsubscribe(slow);
+    first.join();
+    EXPECT_THAT(seen, ElementsAre(L"first", L"second", L"third"));
+}
+
+std::atomic<bool> no_space{false};
+BOOL WINAPI WriteWithoutSpace(HANDLE file, LPCVOID data, DWORD size, LPDWORD written, LPOVERLAPPED place) {
+    if (!no_space) return ::WriteFile(file, data, size, written, place);
+    ::SetLastError(ERROR_DISK_FULL);
+    return FALSE;
+}
+
+TEST(HostLog, LinesThatFindNoSpaceAreCounted) {
+    const ImportPatch disk(L"PeloraSuite.dll", "WriteFile", &WriteWithoutSpace);
+    Log(3, L"there is space");
+    const std::uint64_t before = VxLogger::GetInstance().Lost();
+    no_space = true;
+    Log(3, L"lost");
+    Log(4, std::wstring(1 << 20, L'x'));
+    no_space = false;
+    Log(3, L"there is space again");
+    EXPECT_EQ(VxLogger::GetInstance().Lost(), before + 2);
 }
 
 }  // namespace

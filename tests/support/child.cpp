@@ -16,21 +16,13 @@
 #include "support/child_roles.h"
 #include "tandor/event_reporter.h"
 #include "tandor/firewall.h"
-#include "tandor/logging.h"
 #include "tandor/screen_config.h"
 #include "tandor/state_watch.h"
 
 namespace {
 
 using tandor::test::Arguments;
-
-// Says that the child is ready, and stays.
-int Stay(const std::wstring& ready) {
-    const tandor::KernelHandle event(::OpenEventW(EVENT_MODIFY_STATE, FALSE, ready.c_str()));
-    if (event) ::SetEvent(event.Get());
-    ::Sleep(INFINITE);
-    return 0;
-}
+using tandor::test::Stay;
 
 // hold-file PATH READY: opens the file as a viewer that shares nothing but reading, and stays.
 int HoldFile(const Arguments& arguments) {
@@ -66,29 +58,18 @@ int AskUnseen(const Arguments&) {
     const HWINSTA unseen = ::CreateWindowStationW(nullptr, 0, WINSTA_ALL_ACCESS, nullptr);
     if (unseen == nullptr || ::SetProcessWindowStation(unseen) == 0) return 3;
     bool said = false;
-    VxLogger::GetInstance().Subscribe(LOG_MESSAGE_ERROR, [&](LOG_MESSAGE_LEVEL, std::wstring_view message) {
-        said = said || message.starts_with(L"the user cannot be asked: this process has no interactive window station");
-    });
+    const auto subscription =
+        VxLogger::GetInstance().Subscribe(LOG_MESSAGE_ERROR, [&](LOG_MESSAGE_LEVEL, std::wstring_view message) {
+            said = said || message.starts_with(L"the user cannot be asked: this process has no interactive window");
+        });
     const bool agreed = FireWallRuleManger::GetInstance().ShowDialog(L"unseen", L"Allow connections?");
+    VxLogger::GetInstance().Unsubscribe(subscription);
     return !agreed && said ? 0 : 1;
 }
 
 // remove-dhcp: begins to remove the system's rules, and ends.
 int RemoveDhcp(const Arguments&) {
     Firewall::RemoveDHCPRules();
-    return 0;
-}
-
-// log-lines CHANNEL NAME COUNT: writes "NAME <number>" COUNT times, with padding, to the channel.
-int LogLines(const Arguments& arguments) {
-    const std::string channel(arguments.at(0).begin(), arguments.at(0).end());
-    const Logger logger(channel);
-    const int count = std::stoi(arguments.at(2));
-    for (int i = 0; i < count; ++i) {
-        std::wstringstream line;
-        line << arguments.at(1) << L" " << i << L" " << std::wstring(150, L'.');
-        logger.Log(LOG_MESSAGE_INFO, line);
-    }
     return 0;
 }
 
@@ -132,17 +113,6 @@ int CommitReports(const Arguments& arguments) {
     return 0;
 }
 
-// host-log TEXT COUNT: writes TEXT to the host log COUNT times, as a failure, and dies without a farewell.
-int HostLog(const Arguments& arguments) {
-    for (int i = std::stoi(arguments.at(1)); i > 0; --i) {
-        std::wstringstream message;
-        message << arguments.at(0);
-        VxLogger::GetInstance().Log(LOG_MESSAGE_ERROR, message);
-    }
-    ::TerminateProcess(::GetCurrentProcess(), 0);
-    return 1;
-}
-
 // outbox-put FILE REPORT: puts records without end, and appends to REPORT the identifier of each that was stored.
 int OutboxPut(const Arguments& arguments) {
     pelora::Outbox outbox(tandor::Utf8FromWide(arguments.at(0)));
@@ -174,8 +144,10 @@ int main() {
         {L"console-without", tandor::test::ConsoleWithout},
         {L"hold-file", HoldFile},
         {L"hold-handles", HoldHandles},
-        {L"host-log", HostLog},
-        {L"log-lines", LogLines},
+        {L"file-lines", tandor::test::FileLines},
+        {L"hold-turn", tandor::test::HoldTurn},
+        {L"host-log", tandor::test::HostLog},
+        {L"log-lines", tandor::test::LogLines},
         {L"outbox-put", OutboxPut},
         {L"remove-dhcp", RemoveDhcp},
         {L"screen-values", ScreenValues},

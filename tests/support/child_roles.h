@@ -8,6 +8,15 @@ namespace tandor::test {
 
 using Arguments = std::vector<std::wstring>;
 
+// Signals the event of that name and stays until it is killed.
+int Stay(const std::wstring& ready);
+
+// Of the logs; each says what it takes where it is.
+int FileLines(const Arguments& arguments);
+int HoldTurn(const Arguments& arguments);
+int HostLog(const Arguments& arguments);
+int LogLines(const Arguments& arguments);
+
 // store-records STORE REPORT: stores present devices "device-0", "device-1" and so on, each with its number as
 // MacAddrInt, and appends to REPORT, for each that was stored, its number and a line break. Goes on where REPORT ends;
 // never stops by itself.

@@ -12,7 +12,7 @@
 class VxLogger::Impl {
 public:
     std::recursive_mutex mutex;
-    std::map<std::uint64_t, Observer> observers;
+    std::map<std::uint64_t, std::pair<LOG_MESSAGE_LEVEL, Observer>> observers;
     std::uint64_t last = 0;
 };
 VxLogger::VxLogger() : impl_(new Impl) {}
@@ -23,11 +23,12 @@ VxLogger& VxLogger::GetInstance() {
 }
 void VxLogger::Log(LOG_MESSAGE_LEVEL level, std::wstringstream& message) noexcept {
     const std::lock_guard lock(impl_->mutex);
-    for (const auto& [number, observer] : impl_->observers) observer(level, message.view());
+    for (const auto& [number, subscriber] : impl_->observers)
+        if (level >= subscriber.first) subscriber.second(level, message.view());
 }
-std::uint64_t VxLogger::Subscribe(LOG_MESSAGE_LEVEL, Observer observer) {
+std::uint64_t VxLogger::Subscribe(LOG_MESSAGE_LEVEL lowest, Observer observer) {
     const std::lock_guard lock(impl_->mutex);
-    impl_->observers.emplace(++impl_->last, std::move(observer));
+    impl_->observers.emplace(++impl_->last, std::pair(lowest, std::move(observer)));
     return impl_->last;
 }
 void VxLogger::Unsubscribe(std::uint64_t subscription) noexcept {
