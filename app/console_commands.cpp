@@ -2,6 +2,8 @@
 #include <fmt/format.h>
 #include <windows.h>
 
+#include <setupapi.h>
+
 #include <algorithm>
 #include <memory>
 

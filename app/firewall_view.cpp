@@ -2,7 +2,6 @@
 
 #include <windows.h>
 
-#include "app/places.h"
 #include "base/utf.h"
 #include "base/win_apartment.h"
 #include "base/win_error.h"

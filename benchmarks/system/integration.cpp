@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <cstring>
+#include <cwchar>
 #include <stdexcept>
 
 #include "base/win_apartment.h"

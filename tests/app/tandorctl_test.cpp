@@ -81,7 +81,7 @@ TEST(Tandorctl, BadInputSaysWhatAndEndsWithOneOrTwo) {
         {L"firewall add --dry-run", 2, "--name is required"},
         {L"firewall disable --by-service --dry-run", 2, "--dry-run excludes --by-service"},
         {L"firewall disable --by-service --yes", 1, "it does not take requests; start the suite's assistant"},
-        {L"firewall enable --dry-run --yes", 2, "--dry-run excludes --yes"},
+        {L"firewall enable --dry-run --yes", 2, "--yes excludes --dry-run"},
         {L"firewall enable", 2, "nobody can be asked here; --yes does it all the same"},
         {L"firewall clean-dhcp", 2, "firewall clean-dhcp: it changes the system"},
         {L"completion fish", 2, "'fish' is not one of bash, powershell"},

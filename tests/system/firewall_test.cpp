@@ -116,12 +116,17 @@ std::vector<std::wstring> LinesOf(const std::wstring& operation, const std::wstr
 
 TEST_F(FirewallTest, EachCallThatFailsIsReturnedAndLogged) {
     plan_.user.Set(L"1");
-    const std::tuple<Operation, std::wstring, std::size_t> operations[] = {
+    struct Case {
+        Operation operation;
+        std::wstring name;
+        std::size_t calls;
+    };
+    const Case cases[] = {
         {kAddAll, L"AddFirewallRules", 18},           {kAdd, L"AddFirewallRuleWithEdgeTraversal", 13},
         {kRemoveAll, L"DeleteExistFirewallRules", 6}, {kRemove, L"DeleteFirewallRule", 3},
         {kEnabled, L"IsRuleGroupEnabled", 1},         {kCurrently, L"IsRuleGroupCurrentlyEnabled", 1},
     };
-    for (const auto& [operation, name, calls] : operations) {
+    for (const Case& c : cases) {
         std::optional<Firewall> firewall;
         long status = S_OK;
         std::size_t failures = 0;
@@ -131,16 +136,16 @@ TEST_F(FirewallTest, EachCallThatFailsIsReturnedAndLogged) {
                 firewall.emplace();
                 log_.Take();
             },
-            [&] { status = operation(*firewall); },
+            [&] { status = c.operation(*firewall); },
             [&](const std::wstring& failed) {
                 ++failures;
                 EXPECT_EQ(status, E_FAIL);
-                EXPECT_EQ(log_.Take(), LinesOf(name, failed, double_->rules.empty() && failed != L"Item"));
+                EXPECT_EQ(log_.Take(), LinesOf(c.name, failed, double_->rules.empty() && failed != L"Item"));
                 firewall.reset();
                 EXPECT_EQ(FirewallDouble::Live(), 0);
             });
         EXPECT_EQ(status, S_OK);
-        EXPECT_GE(failures, calls);
+        EXPECT_GE(failures, c.calls);
     }
 }
 

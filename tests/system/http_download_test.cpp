@@ -180,7 +180,7 @@ TEST_F(HttpsRequest, ACutAnywhereIsNoWholeAnswer) {
     for (std::size_t missing = 8; missing <= whole; missing += 61) {
         const std::size_t most = relay.most = whole - missing;
         const Answer answer = Request(url);
-        EXPECT_THAT(answer.result, AnyOf(35, 52, 56)) << most;
+        EXPECT_THAT(answer.result, AnyOf(35, 52, 55, 56)) << most;
         EXPECT_TRUE(text.starts_with(answer.body));
         results.insert(answer.result);
     }
@@ -220,7 +220,7 @@ TEST_F(HttpsRequest, TakesWhatServersSayWithinBounds) {
         HttpDownloadHelper::GetConfigDataFromServer(server->Url(), "{}", answer.headers, answer.body, answer.transfer);
         EXPECT_EQ(answer.transfer.code, body ? 23 : 56) << answer.transfer.error;
         EXPECT_LE(answer.body.size(), std::size_t{128} << 20);
-        EXPECT_GT(answer.body.size(), body ? std::size_t{127} << 20 : 0);
+        if (body) EXPECT_GT(answer.body.size(), std::size_t{127} << 20);
         EXPECT_LE(answer.headers.size(), std::size_t{1} << 20);
     }
 }
