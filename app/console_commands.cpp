@@ -2,11 +2,13 @@
 #include <fmt/format.h>
 #include <windows.h>
 
+#include <setupapi.h>
+
 #include <algorithm>
 #include <memory>
 
-#include "app/commands.h"
-#include "app/device_plan.h"
+#include "app/consent.h"
+#include "app/device_order.h"
 #include "app/device_report.h"
 #include "base/utf.h"
 #include "tandor/device_console.h"
@@ -21,7 +23,7 @@ using Vxa::Exp::DeviceNode;
 struct ConsoleOptions {
     DeviceOrder order;
     std::string text;  // what find looks for, or the class that list shows
-    bool dry_run = false;
+    Consent consent;
     bool again = false;
 };
 
@@ -74,26 +76,30 @@ void Status(Context& context, const ConsoleOptions& options) {
     Show(context, nodes);
 }
 
+// What can be seen before the system is asked.
+void ExpectTargets(const DeviceOrder& order, bool again) {
+    const std::string thing = order.command + " " + order.hardware_id;
+    if (order.command == "install" && !again && !Targets(order).empty())
+        throw CommandError(thing, "a device with this identifier is there", "use update, or --again for one more");
+    if (order.command == "update" && Targets(order).empty()) throw DeviceError(thing, ERROR_NO_SUCH_DEVINST);
+}
+
 void Execute(Context& context, const ConsoleOptions& options) {
     DeviceOrder order = options.order;
-    if (options.dry_run) {
-        const DevicePlan plan = PlanOf(order);
-        ShowPlan(context, order, plan);
-        context.exit_code = plan.can_succeed ? 0 : 1;
-        return;
-    }
     const std::string thing = order.command + " " + order.hardware_id;
-    if (order.command == "install" && !options.again && !Targets(order).empty())
-        throw CommandError(thing, "a device with this identifier is there", "use update, or --again for one more");
+    ExpectTargets(order, options.again);
     // The system takes complete paths only. What is taken out may be there without its INF.
     if (order.command == "remove")
         order.inf = TextOf(std::filesystem::absolute(PathFrom(order.inf)));
     else if (!order.inf.empty())
         order.inf = Utf8FromWideLossy(ReadInf(order).path);
-    if (!DeviceConsole::GetInstance().ExecCommand(WideFromUtf8(order.command), WideFromUtf8(order.hardware_id),
-                                                  WideFromUtf8(order.inf))) {
-        throw DeviceError(thing, ::GetLastError());
-    }
+    const std::wstring words[] = {WideFromUtf8(order.command), WideFromUtf8(order.hardware_id),
+                                  WideFromUtf8(order.inf)};
+    const bool done = CarryOut(context, options.consent, "console " + thing, [&] {
+        if (!DeviceConsole::GetInstance().ExecCommand(words[0], words[1], words[2]))
+            throw DeviceError(thing, ::GetLastError());
+    });
+    if (!done) return;
     const std::vector<DeviceNode> nodes = Targets(order);
     if (context.json) {
         return PrintJson({{"command", order.command}, {"hardware_id", order.hardware_id}, {"devices", JsonOf(nodes)}});
@@ -109,14 +115,18 @@ const char* StagedMeaning(DWORD exit_code) {
 }
 
 void Stage(Context& context, const ConsoleOptions& options) {
-    if (options.dry_run) return Execute(context, options);
+    const std::string thing = "stage " + options.order.inf;
     const std::wstring inf = ReadInf(options.order).path;
-    const bool staged = DeviceConsole::GetInstance().ExecPnpCommand(inf);
-    const DWORD code = ::GetLastError();
-    if (code == ERROR_FILE_NOT_FOUND)  // the INF is there
-        throw CommandError("stage " + options.order.inf, "the system's pnputil.exe or a file of the package is missing",
-                           "compare the package's folder with its INF file");
-    if (!staged) throw DeviceError("stage " + options.order.inf, code);
+    DWORD code = 0;
+    const bool done = CarryOut(context, options.consent, "console " + thing, [&] {
+        const bool staged = DeviceConsole::GetInstance().ExecPnpCommand(inf);
+        code = ::GetLastError();
+        if (code == ERROR_FILE_NOT_FOUND)  // the INF is there
+            throw CommandError(thing, "the system's pnputil.exe or a file of the package is missing",
+                               "compare the package's folder with its INF file");
+        if (!staged) throw DeviceError(thing, code);
+    });
+    if (!done) return;
     Vxa::Exp::DriverInf driver;
     Json folders = Json::array();
     if (DeviceInventory::ReadInf(inf, driver) == ERROR_SUCCESS)
@@ -152,10 +162,6 @@ void AddOrder(CLI::App& command, ConsoleOptions& options, bool needs_id, bool ne
     }
     if (needs_inf)
         command.add_option("INF", options.order.inf, "The driver package's INF file")->required()->check(NotEmpty());
-}
-
-void AddDryRun(CLI::App& command, ConsoleOptions& options) {
-    command.add_flag("--dry-run", options.dry_run, "Show what would be done and change nothing");
 }
 
 }  // namespace
@@ -195,10 +201,10 @@ void AddConsoleCommands(CLI::App& app, Context& context) {
          }) {
         CLI::App* const command = AddVerb(*console, context, options, verb.name, verb.help, verb.run);
         AddOrder(*command, *options, verb.needs_id, verb.needs_inf);
-        AddDryRun(*command, *options);
+        AddConsent(*command, options->consent);
         command->footer(fmt::format(
-            "Needs an administrator's rights; --dry-run needs none.\nExample:\n  tandorctl console {}{}{}", verb.name,
-            verb.needs_id ? " Root\\VirtualPad" : "", verb.needs_inf ? " C:\\drivers\\pad.inf" : " --dry-run"));
+            "Needs an administrator's rights; --dry-run needs none.\nExample:\n  tandorctl console {}{}{} --dry-run",
+            verb.name, verb.needs_id ? " Root\\VirtualPad" : "", verb.needs_inf ? " C:\\drivers\\pad.inf" : ""));
         if (verb.name == std::string_view("install"))
             command->add_flag("--again", options->again, "Also when a device with this hardware id is there");
     }

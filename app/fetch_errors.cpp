@@ -15,6 +15,7 @@ enum Result : int {
     kUnknownHost = 6,
     kNoConnection = 7,
     kCutShort = 18,
+    kTooLong = 23,
     kTimeOut = 28,
     kNoTlsAgreement = 35,
     kNoAnswer = 52,
@@ -51,6 +52,20 @@ Explanation ExplainCertificate(const HttpTransfer& transfer) {
     }
 }
 
+// libcurl has one code for every end of a handshake; the cryptographic library's words tell them apart.
+Explanation ExplainHandshake(const HttpTransfer& transfer) {
+    const auto says = [&](const char* words) { return transfer.error.find(words) != std::string::npos; };
+    const std::string detail = " (" + transfer.error + ")";
+    if (says("wrong version number") || says("http request"))
+        return {"what answers there does not speak TLS" + detail, "check the port, and that the server expects https"};
+    if (says("protocol version") || says("unsupported protocol"))
+        return {"the server's TLS protocol is too old" + detail, "have TLS 1.2 or 1.3 switched on there"};
+    if (says("handshake failure") || says("no shared cipher"))
+        return {"the server has no cipher in common" + detail,
+                "have TLS 1.3 switched on there, or for TLS 1.2 a cipher with ECDHE or DHE and AES-GCM"};
+    return {"no agreement on TLS" + detail, "try again; a server that ends each handshake so needs its owner"};
+}
+
 }  // namespace
 
 Explanation Explain(const HttpTransfer& transfer) {
@@ -64,9 +79,11 @@ Explanation Explain(const HttpTransfer& transfer) {
             return {transfer.error, "check the name and this machine's network"};
         case kNoConnection:
             return {transfer.error, "check that the server runs and that no firewall is in between"};
+        case kTooLong:
+            return {"the answer is longer than the 128 MiB that are kept of one, or memory is short",
+                    "check the address: no configuration is as long"};
         case kNoTlsAgreement:
-            return {"no agreement on TLS (" + transfer.error + ")",
-                    "the server must speak TLS 1.3, or TLS 1.2 with AES-GCM and an elliptic-curve certificate"};
+            return ExplainHandshake(transfer);
         case kNotTrusted:
             return ExplainCertificate(transfer);
         case kNoBundle:

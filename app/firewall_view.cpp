@@ -2,7 +2,6 @@
 
 #include <windows.h>
 
-#include "app/places.h"
 #include "base/utf.h"
 #include "base/win_apartment.h"
 #include "base/win_error.h"
@@ -29,18 +28,6 @@ FirewallView LookAtFirewall() {
 std::string PlanText(const std::string& plan) {
     if (IsPlanOn(plan)) return "on";
     return plan.empty() ? "off (not set)" : "off ('" + plan + "')";
-}
-
-FirewallRule RuleForThisProgram(const std::string& name, const std::string& description) {
-    FirewallRule rule;
-    rule.name = WideFromUtf8Lossy(name);
-    rule.group = kRuleGroup;
-    rule.description = WideFromUtf8Lossy(description);
-    rule.application = ProgramFile().native();
-    rule.inbound = rule.allows = rule.enabled = true;
-    rule.protocol = 256;
-    rule.profiles = 0x7FFFFFFF;
-    return rule;
 }
 
 Json JsonOf(const FirewallRule& rule) {

@@ -21,9 +21,6 @@ FirewallView LookAtFirewall();
 // "on", "off (not set)" or "off ('0')".
 std::string PlanText(const std::string& plan);
 
-// The rule that this program adds under a name: it is for this program.
-FirewallRule RuleForThisProgram(const std::string& name, const std::string& description);
-
 Json JsonOf(const FirewallRule& rule);
 
 }  // namespace tandor::app

@@ -5,7 +5,7 @@ namespace tandor {
 StartedProcess StartProcess(const wchar_t* program, std::wstring command_line, STARTUPINFOW startup, DWORD flags) {
     startup.cb = sizeof(startup);
     const BOOL inherit = (startup.dwFlags & STARTF_USESTDHANDLES) != 0;
-    // Wine loses about one process in a thousand before its first instruction and says ERROR_INTERNAL_ERROR.
+    // A busy system now and then loses a process before its first instruction, and says ERROR_INTERNAL_ERROR.
     for (int attempt = 0; attempt < 4; ++attempt) {
         PROCESS_INFORMATION information{};
         if (::CreateProcessW(program, command_line.data(), nullptr, nullptr, inherit, flags, nullptr, nullptr, &startup,

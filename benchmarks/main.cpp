@@ -132,13 +132,14 @@ std::string TakeOption(const char* name, const char* otherwise, int& count, char
 }  // namespace
 
 void Compare(const std::string& operation, const std::string& baseline, Target target, Body ours, Body theirs,
-             bool manual) {
+             bool manual, int rounds) {
     const std::string number = std::to_string(rows.size());
     rows.push_back({operation, baseline, target, {}, {}});
     const std::string name = number + " " + operation + " | " + baseline + " | ";
     for (auto* const one : {benchmark::RegisterBenchmark((name + "ours").c_str(), std::move(ours)),
                             benchmark::RegisterBenchmark((name + "its").c_str(), std::move(theirs))}) {
         manual ? one->UseManualTime() : one->UseRealTime();
+        if (rounds > 0) one->Repetitions(rounds)->Iterations(1);
     }
 }
 
@@ -163,6 +164,7 @@ int main(int count, char** words) {
     AddScreen();
     AddSecurity();
     AddHttp();
+    AddIntegration();
     AddTelemetry();
     AddWatching();
     Reporter reporter;

@@ -35,9 +35,9 @@ inline Target Reported() { return {Target::kReported, 0}; }
 inline Target AtMostMillisecondsMore(double value) { return {Target::kAtMostMillisecondsMore, value}; }
 
 // Adds a row to the table. The bodies are ordinary Google Benchmark functions. With `manual`, they set the time
-// themselves.
+// themselves. `rounds` is for what takes seconds: so many, of one iteration each.
 void Compare(const std::string& operation, const std::string& baseline, Target target, Body ours, Body theirs,
-             bool manual = false);
+             bool manual = false, int rounds = 0);
 
 // The families' rows, each in benchmarks/<family>/.
 void AddConcurrency();
@@ -49,6 +49,7 @@ void AddLogging();
 void AddScreen();
 void AddSecurity();
 void AddHttp();
+void AddIntegration();
 void AddTelemetry();
 void AddWatching();
 

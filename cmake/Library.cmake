@@ -34,6 +34,7 @@ add_library(TandorUtil SHARED
     system/device_nodes.cpp
     system/driver_staging.cpp
     system/store_search.cpp
+    system/rehearsal.cpp
     system/system_path.cpp
     system/firewall.cpp
     system/firewall_manager.cpp

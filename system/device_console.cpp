@@ -13,6 +13,7 @@
 #include "base/win_system_entry.h"
 #include "foundation/message.h"
 #include "system/attempt.h"
+#include "system/change.h"
 #include "system/device_nodes.h"
 #include "system/system_path.h"
 
@@ -20,6 +21,7 @@ namespace Vxa::Exp {
 namespace {
 
 using tandor::Attempt;
+using tandor::Change;
 using tandor::ChangeState;
 using tandor::kFailure;
 using tandor::kInfo;
@@ -49,7 +51,12 @@ bool Ended(DWORD error) {
 }
 
 DWORD InstallDriver(UpdateDriverEntry* update, const std::wstring& hardware_id, const std::wstring& inf) {
-    return Attempt([&] { return update(nullptr, hardware_id.c_str(), inf.c_str(), INSTALLFLAG_FORCE, nullptr); });
+    return Change(
+        [&] {
+            return Attempt(
+                [&] { return update(nullptr, hardware_id.c_str(), inf.c_str(), INSTALLFLAG_FORCE, nullptr); });
+        },
+        [&] { return L"UpdateDriverForPlugAndPlayDevicesW(" + hardware_id + L", " + inf + L", INSTALLFLAG_FORCE)"; });
 }
 
 void ReportRestart(HDEVINFO list, SP_DEVINFO_DATA& device) {
@@ -156,8 +163,10 @@ bool DeviceConsole::InstallDevice(std::wstring& hardwareId, std::wstring& infPat
     }
     std::wstring inf;
     DWORD error = tandor::ExistingFile(infPath, inf);
-    if (error == ERROR_SUCCESS) error = tandor::RegisterDevice(hardwareId, inf);
-    if (error == ERROR_SUCCESS) error = InstallDriver(implementation_->update_driver, hardwareId, inf);
+    if (error == ERROR_SUCCESS) {
+        error = tandor::InstallNode(hardwareId, inf,
+                                    [&] { return InstallDriver(implementation_->update_driver, hardwareId, inf); });
+    }
     if (error != ERROR_SUCCESS) LogMessage(kInfo, kInstallDevice, L"Command: install failed with error code : ", error);
     return Ended(error);
 }
@@ -168,8 +177,11 @@ bool DeviceConsole::RemoveDevice(std::wstring& hardwareId, std::wstring& infPath
         if (error == ERROR_SUCCESS) ReportRestart(list, device);
         return error;
     });
-    const DWORD uninstall =
-        Attempt([&] { return implementation_->uninstall_driver(nullptr, infPath.c_str(), 0, nullptr); });
+    const DWORD uninstall = Change(
+        [&] {
+            return Attempt([&] { return implementation_->uninstall_driver(nullptr, infPath.c_str(), 0, nullptr); });
+        },
+        [&] { return L"DiUninstallDriverW(" + infPath + L", 0)"; });
     if (uninstall != ERROR_SUCCESS)
         LogMessage(kFailure, kRemoveDevice, L"uninstalldriver ", infPath, L" failed ", uninstall);
     return Ended(matches.error == ERROR_SUCCESS ? uninstall : matches.error);

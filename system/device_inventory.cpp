@@ -27,9 +27,7 @@ void ReadState(DEVINST device, DeviceNode& node) {
 
 DeviceNode ReadNode(HDEVINFO list, SP_DEVINFO_DATA& device) {
     DeviceNode node;
-    wchar_t instance[MAX_DEVICE_ID_LEN + 1]{};
-    if (::SetupDiGetDeviceInstanceIdW(list, &device, instance, MAX_DEVICE_ID_LEN, nullptr) != 0)
-        node.instance = instance;
+    node.instance = tandor::DeviceInstance(list, device);
     node.class_name = tandor::DeviceProperty(list, device, SPDRP_CLASS);
     node.description = tandor::DeviceProperty(list, device, SPDRP_FRIENDLYNAME);
     if (node.description.empty()) node.description = tandor::DeviceProperty(list, device, SPDRP_DEVICEDESC);

@@ -6,6 +6,7 @@
 #include "base/win_process.h"
 #include "foundation/message.h"
 #include "system/attempt.h"
+#include "system/change.h"
 #include "system/store_search.h"
 #include "system/system_path.h"
 #include "tandor/device_console.h"
@@ -90,8 +91,10 @@ bool DeviceConsole::ExecPnpCommand(const std::wstring& driverInfPath) {
     if (pnputil.empty()) return false;
     DWORD code = 0;
     // The program's path goes beside the command line, so that the system need not look for where it ends.
-    const DWORD error =
-        RunHidden(pnputil.substr(0, pnputil.size() - kAddDriver.size()), pnputil + L" \"" + inf + L"\" /install", code);
+    const std::wstring program = pnputil.substr(0, pnputil.size() - kAddDriver.size());
+    const std::wstring command_line = pnputil + L" \"" + inf + L"\" /install";
+    const DWORD error = tandor::Change([&] { return RunHidden(program, command_line, code); },
+                                       [&] { return L"CreateProcessW(" + command_line + L")"; });
     const bool staged = error == ERROR_SUCCESS && IsStaged(code);
     if (staged) {
         ReportStoreFolders(inf);

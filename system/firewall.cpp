@@ -4,11 +4,13 @@
 #include "base/win_com_ptr.h"
 #include "foundation/message.h"
 #include "pelora/system_environment.h"
-#include "system/firewall_rule.h"
+#include "system/change.h"
+#include "system/firewall_reader.h"
 
 #include <netfw.h>
 
 #include <algorithm>
+#include <climits>
 #include <cwchar>
 
 namespace {
@@ -50,6 +52,10 @@ Text<128> Formatted(const wchar_t* format, HRESULT status) {
     Text<128> line{};
     std::swprintf(line.text, std::size(line.text), format, static_cast<unsigned long>(status));
     return line;
+}
+
+int CountRules(std::wstring_view name) {
+    return static_cast<int>(tandor::RulesNamed(tandor::ReadFirewallRules().rules, name).size());
 }
 
 // Logs a failed step and hands its status on.
@@ -108,15 +114,18 @@ HRESULT Firewall::State::Remove(const wchar_t* function, const wchar_t* no_rules
     ComPtr<INetFwRules> rules;
     HRESULT status = Rules(function, no_rules, rules);
     if (FAILED(status)) return status;
+    // A rehearsal would find its rules for ever.
+    const int most = tandor::Rehearsing() ? CountRules(name.Visible()) : INT_MAX;
     for (int removed = 0; removed < kMostOfOneName; ++removed) {
         ComPtr<INetFwRule> rule;
         status = rules->Item(name.Get(), rule.Receive());
         if (status == kNoSuchRule || (SUCCEEDED(status) && !rule)) return S_OK;
         if (FAILED(status))
             return Failed(function, status, Formatted(L"(QRT)Nearby::Item() failed: 0x%08lx", status).text);
-        status = rules->Remove(name.Get());
+        status = tandor::Change([&] { return rules->Remove(name.Get()); },
+                                [&] { return L"INetFwRules::Remove(" + std::wstring(name.Visible()) + L")"; });
         if (FAILED(status)) return Failed(function, status, kRemoveError);
-        if (!all) return S_OK;
+        if (!all || removed + 1 >= most) return S_OK;
     }
     return Failed(function, E_FAIL, kRemoveError);
 }
@@ -177,7 +186,13 @@ long Firewall::AddFirewallRuleWithEdgeTraversal() {
         return Failed(kFunction, status, text.text);
     }
     status = state_->Configure(*rule.Get());
-    if (SUCCEEDED(status)) status = rules->Add(rule.Get());
+    if (SUCCEEDED(status)) {
+        status = tandor::Change([&] { return rules->Add(rule.Get()); },
+                                [&] {
+                                    return L"INetFwRules::Add(" + std::wstring(state_->name.Visible()) + L" for " +
+                                           std::wstring(state_->program.Visible()) + L")";
+                                });
+    }
     if (FAILED(status)) {
         return Failed(kFunction, status, Formatted(L"(QRT)Nearby::Add Firewall rule failed: 0x%08lx", status).text);
     }

@@ -4,6 +4,7 @@
 #include "foundation/message.h"
 #include "pelora/ipc_messages.h"
 #include "pelora/system_environment.h"
+#include "system/change.h"
 #include "system/firewall_rule.h"
 #include "tandor/firewall.h"
 
@@ -32,15 +33,30 @@ bool EnabledIsNoted() {
 
 bool NoteEnabled(const wchar_t* text, LOG_MESSAGE_LEVEL level, const wchar_t* function) {
     tandor::RegistryKey key;
-    LSTATUS status =
-        ::RegCreateKeyExW(HKEY_LOCAL_MACHINE, kNoteKey, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, key.Receive(), nullptr);
-    const auto size = static_cast<DWORD>((std::wcslen(text) + 1) * sizeof(wchar_t));
+    LSTATUS status = tandor::Change(
+        [&] {
+            return ::RegCreateKeyExW(HKEY_LOCAL_MACHINE, kNoteKey, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
+                                     key.Receive(), nullptr);
+        },
+        [] { return std::wstring(L"RegCreateKeyExW(HKEY_LOCAL_MACHINE, ") + kNoteKey + L")"; });
     if (status == ERROR_SUCCESS) {
-        status = ::RegSetValueExW(key.Get(), kNoteValue, 0, REG_SZ, reinterpret_cast<const BYTE*>(text), size);
+        status = tandor::Change(
+            [&] {
+                const auto size = static_cast<DWORD>((std::wcslen(text) + 1) * sizeof(wchar_t));
+                return ::RegSetValueExW(key.Get(), kNoteValue, 0, REG_SZ, reinterpret_cast<const BYTE*>(text), size);
+            },
+            [&] { return std::wstring(L"RegSetValueExW(") + kNoteValue + L", " + text + L")"; });
     }
     if (status == ERROR_SUCCESS) return true;
     LogMessage(level, function, L"write Fireware fail: ", tandor::WindowsErrorText(static_cast<DWORD>(status)));
     return false;
+}
+
+// A question outside the user's window station, as a service has it, would wait for ever for somebody to see it.
+bool UserCanBeAsked() {
+    USEROBJECTFLAGS flags{};
+    return ::GetUserObjectInformationW(::GetProcessWindowStation(), UOI_FLAGS, &flags, sizeof(flags), nullptr) != 0 &&
+           (flags.dwFlags & WSF_VISIBLE) != 0;
 }
 
 std::string ProgramPath() {
@@ -74,7 +90,7 @@ bool FireWallRuleManger::EnableRule() {
         LogMessage(kInfo, kFunction, L"AddFirewallRules fail: ", tandor::WindowsErrorText(static_cast<DWORD>(status)));
         return false;
     }
-    rule_enabled_ = true;
+    if (!tandor::Rehearsing()) rule_enabled_ = true;
     return true;
 }
 
@@ -86,7 +102,7 @@ bool FireWallRuleManger::DisableRule() {
                    tandor::WindowsErrorText(static_cast<DWORD>(status)));
         return false;
     }
-    rule_enabled_ = false;
+    if (!tandor::Rehearsing()) rule_enabled_ = false;
     return NoteEnabled(L"0", kFailure, kFunction);
 }
 
@@ -101,6 +117,11 @@ bool FireWallRuleManger::TryEnableRule(const std::wstring& title, const std::wst
 
 bool FireWallRuleManger::ShowDialog(const std::wstring& title, const std::wstring& text) {
     constexpr UINT kStyle = MB_YESNO | MB_ICONQUESTION | MB_SETFOREGROUND | MB_TOPMOST;
+    if (!UserCanBeAsked()) {
+        LogMessage(kFailure, L"FireWallRuleManger::ShowDialog",
+                   L"the user cannot be asked: this process has no interactive window station");
+        return false;
+    }
     const int answer = ::MessageBoxW(nullptr, text.c_str(), title.c_str(), kStyle);
     if (answer == 0) {
         LogMessage(kFailure, L"FireWallRuleManger::ShowDialog", L"the user cannot be asked: ",

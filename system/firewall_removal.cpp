@@ -5,6 +5,7 @@
 #include "base/win_apartment.h"
 #include "base/win_handle.h"
 #include "foundation/message.h"
+#include "system/change.h"
 #include "system/firewall_reader.h"
 #include "tandor/firewall.h"
 
@@ -55,34 +56,42 @@ constexpr const wchar_t* kTrouble[] = {
 };
 static_assert(std::size(kTrouble) == static_cast<std::size_t>(ReadingStep::kLaterRule) + 1);
 
-// What was read before the reading failed is removed all the same.
-void RemoveRules() {
+// What was read before the reading failed is removed all the same. The result is the first failure.
+HRESULT RemoveRules(int& removed) {
     LogMessage(kInfo, kFunction, L"Remove firewall rules start.");
     const tandor::Apartment apartment;
     const tandor::RuleReading reading = tandor::ReadFirewallRules();
     for (std::size_t i = 0; i < reading.unreadable; ++i) {
         LogMessage(kFailure, kFunction, L"Remove firewall rules: get netfwrule interface faile.");
     }
-    int removed = 0;
+    HRESULT first = S_OK;
+    removed = 0;
     for (const tandor::FirewallRule& rule : reading.rules) {
         if (!tandor::IsSharedConnectionRule(rule)) continue;
         LogMessage(kInfo, kFunction, L"Remove firewall rule: ", rule.name);
         const tandor::ComText name(rule.name.c_str());
-        if (SUCCEEDED(reading.firewall->Remove(name.Get()))) {
+        const HRESULT status = tandor::Change([&] { return reading.firewall->Remove(name.Get()); },
+                                              [&] { return L"INetFwRules::Remove(" + rule.name + L")"; });
+        if (SUCCEEDED(status)) {
             ++removed;
         } else {
             LogMessage(kFailure, kFunction, L"Remove firewall rule failed.");
+            if (SUCCEEDED(first)) first = status;
         }
     }
-    if (const auto* const trouble = kTrouble[static_cast<std::size_t>(reading.failed)])
-        return LogMessage(kFailure, kFunction, trouble);
+    if (const auto* const trouble = kTrouble[static_cast<std::size_t>(reading.failed)]) {
+        LogMessage(kFailure, kFunction, trouble);
+        return reading.status;
+    }
     LogMessage(kInfo, kFunction, L"Remove firewall rules ok, rules removed count: ", removed);
+    return first;
 }
 
 // `library` keeps the code loaded while it runs; it is given back by the call that ends the thread.
 DWORD WINAPI RemovalThread(void* library) {
     try {
-        RemoveRules();
+        int removed = 0;
+        RemoveRules(removed);
     } catch (const std::bad_alloc&) {  // nothing can be said without memory either
     }
     turn.Give();
@@ -90,6 +99,8 @@ DWORD WINAPI RemovalThread(void* library) {
 }
 
 }  // namespace
+
+long Firewall::RemoveDHCPRulesAndWait(int& removed) { return RemoveRules(removed); }
 
 void Firewall::RemoveDHCPRules() noexcept {
     if (!turn.Take()) return;

@@ -1,6 +1,7 @@
 #include "system/firewall_rule.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace tandor {
 namespace {
@@ -17,19 +18,10 @@ bool IsSharedConnectionRule(const FirewallRule& rule) {
            std::any_of(std::begin(kMarks), std::end(kMarks), [&](auto mark) { return Contains(rule.name, mark); });
 }
 
-std::vector<FirewallChange> ChangesOfRemoving(const std::vector<FirewallRule>& rules, std::wstring_view name) {
-    std::vector<FirewallChange> changes;
-    for (const FirewallRule& rule : rules) {
-        if (rule.name == name) changes.push_back({false, rule});
-    }
-    return changes;
-}
-
-std::vector<FirewallChange> ChangesOfAdding(const std::vector<FirewallRule>& rules, const FirewallRule& wanted,
-                                            bool plan_on) {
-    std::vector<FirewallChange> changes = ChangesOfRemoving(rules, wanted.name);
-    if (plan_on) changes.push_back({true, wanted});
-    return changes;
+std::vector<FirewallRule> RulesNamed(const std::vector<FirewallRule>& rules, std::wstring_view name) {
+    std::vector<FirewallRule> named;
+    std::ranges::copy_if(rules, std::back_inserter(named), [&](const FirewallRule& rule) { return rule.name == name; });
+    return named;
 }
 
 }  // namespace tandor

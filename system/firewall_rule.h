@@ -29,14 +29,6 @@ constexpr bool IsPlanOn(std::string_view plan) { return plan == "1"; }
 // One of the system's rules for DHCP and shared Internet connections, which the feature removes on request.
 bool IsSharedConnectionRule(const FirewallRule& rule);
 
-// What adding the rule `name` for `application` does to `rules`, in order: the rules of that name that go, and the new
-// one when the plan is on. What stands is not a change: a rule equal to the new one is still removed and added again.
-struct FirewallChange {
-    bool adds = false;
-    FirewallRule rule;
-};
-std::vector<FirewallChange> ChangesOfRemoving(const std::vector<FirewallRule>& rules, std::wstring_view name);
-std::vector<FirewallChange> ChangesOfAdding(const std::vector<FirewallRule>& rules, const FirewallRule& wanted,
-                                            bool plan_on);
+std::vector<FirewallRule> RulesNamed(const std::vector<FirewallRule>& rules, std::wstring_view name);
 
 }  // namespace tandor

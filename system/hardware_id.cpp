@@ -9,6 +9,13 @@ wchar_t Lower(wchar_t character) {
     return character >= L'A' && character <= L'Z' ? static_cast<wchar_t>(character - L'A' + L'a') : character;
 }
 
+// Takes the first text off the list; an empty one is the list's end.
+std::wstring_view Take(std::wstring_view& list) {
+    const std::wstring_view text = list.substr(0, list.find(L'\0'));
+    list.remove_prefix(std::min(text.size() + 1, list.size()));
+    return text;
+}
+
 }  // namespace
 
 bool PutIdentifier(std::wstring_view identifier, IdentifierList& list) {
@@ -20,18 +27,15 @@ bool PutIdentifier(std::wstring_view identifier, IdentifierList& list) {
 
 std::vector<std::wstring_view> IdentifiersOf(std::wstring_view list) {
     std::vector<std::wstring_view> identifiers;
-    while (!list.empty() && list.front() != L'\0') {
-        const std::size_t length = std::min(list.find(L'\0'), list.size());
-        identifiers.push_back(list.substr(0, length));
-        list.remove_prefix(std::min(length + 1, list.size()));
-    }
+    for (auto one = Take(list); !one.empty(); one = Take(list)) identifiers.push_back(one);
     return identifiers;
 }
 
 bool HasIdentifier(std::wstring_view list, std::wstring_view identifier) {
-    return std::ranges::any_of(IdentifiersOf(list), [&](std::wstring_view one) {
-        return std::ranges::equal(one, identifier, {}, Lower, Lower);
-    });
+    for (auto one = Take(list); !one.empty(); one = Take(list)) {
+        if (std::ranges::equal(one, identifier, {}, Lower, Lower)) return true;
+    }
+    return false;
 }
 
 }  // namespace tandor

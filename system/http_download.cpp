@@ -5,6 +5,7 @@
 #include <combaseapi.h>
 #include <pathcch.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
@@ -19,7 +20,8 @@ namespace tandor {
 namespace {
 
 constexpr std::size_t kPathLength = 260;
-constexpr long kTransferSeconds = 2000;  // the wait for the answer is what bounds a call in practice
+constexpr long kTransferSeconds = 2000;            // the wait for the answer is what bounds a call in practice
+constexpr std::size_t kLongestAnswer = 128 << 20;  // bytes; a server that never ends does not take all memory
 constexpr const wchar_t* kCaFunction = L"HttpDownloadHelper::GetCaPath";
 constexpr const wchar_t* kRequestFunction = L"HttpDownloadHelper::GetConfigDataFromServer";
 
@@ -162,7 +164,9 @@ int HttpDownloadHelper::ExecutCurlEasyPerform(void* curl, void* headers) noexcep
 std::size_t HttpDownloadHelper::OnWriteDataForUpdate(void* data, std::size_t size, std::size_t count,
                                                      std::string* out) noexcept {
     constexpr auto kEndTransfer = static_cast<std::size_t>(-1);
-    if (data == nullptr || out == nullptr || (size != 0 && count > out->max_size() / size)) return kEndTransfer;
+    if (data == nullptr || out == nullptr) return kEndTransfer;
+    const std::size_t room = tandor::kLongestAnswer - std::min(out->size(), tandor::kLongestAnswer);
+    if (size != 0 && count > room / size) return kEndTransfer;
     try {
         out->append(static_cast<const char*>(data), size * count);
     } catch (const std::exception&) {

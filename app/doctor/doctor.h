@@ -1,5 +1,5 @@
-// What tandorctl doctor looks at. Each check is a function with a row in the table in doctor_command.cpp; checks that
-// need what a family keeps to itself are in that family's file. A check changes nothing on the machine.
+// What tandorctl doctor looks at. Each check is a function with a row in the table in doctor_command.cpp. A check
+// changes nothing on the machine.
 #pragma once
 
 #include <string>
@@ -41,5 +41,11 @@ void CheckFirewall(Findings& findings);
 void CheckManagement(Findings& findings);
 void CheckDevices(Findings& findings);
 void CheckImaging(Findings& findings);
+
+// Processes, windows, work
+void CheckPresence(Findings& findings);
+void CheckWindows(Findings& findings);
+void CheckDisplays(Findings& findings);
+void CheckWorkers(Findings& findings);
 
 }  // namespace tandor::app

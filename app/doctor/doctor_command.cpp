@@ -20,6 +20,7 @@ const std::array kSections{
     Section{"services",
             {CheckStores, CheckSealing, CheckHttps, CheckAssistant, CheckFirewall, CheckManagement, CheckDevices,
              CheckImaging}},
+    Section{"processes, windows, work", {CheckPresence, CheckWindows, CheckDisplays, CheckWorkers}},
 };
 constexpr std::array kVerdicts{"works", "limited", "broken"};
 

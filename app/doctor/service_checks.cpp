@@ -16,6 +16,8 @@
 #include "base/win_error.h"
 #include "base/win_handle.h"
 #include "base/win_system_entry.h"
+#include "tandor/firewall.h"
+#include "tandor/rehearsal.h"
 #include "tandor/text.h"
 
 namespace tandor::app {
@@ -96,12 +98,24 @@ void CheckAssistant(Findings& findings) {
 
 void CheckFirewall(Findings& findings) {
     const FirewallView view = LookAtFirewall();
-    findings.push_back(
-        view.trouble.empty()
-            ? Finding{"firewall", Verdict::kWorks,
-                      fmt::format("{} rules read, the plan is {}", view.rules.size(), PlanText(view.plan)), ""}
-            : Finding{"firewall", Verdict::kLimited, "its rules cannot be read: " + view.trouble,
-                      "start the service 'Windows Defender Firewall' (mpssvc)"});
+    const Rehearsal rehearsal;
+    const long lookup = Firewall().DeleteExistFirewallRules();
+    Finding finding{"firewall", Verdict::kLimited, "", "start the service 'Windows Defender Firewall' (mpssvc)"};
+    if (!view.trouble.empty()) {
+        finding.detail = "its rules cannot be read: " + view.trouble;
+    } else if (lookup < 0) {
+        finding.detail = "rules cannot be found by name: " + WindowsErrorText(static_cast<DWORD>(lookup));
+    } else {
+        const int group = Firewall().IsRuleGroupEnabled();
+        finding = {"firewall", Verdict::kWorks,
+                   fmt::format("{} rules read, the plan is {}, the feature's group is {}", view.rules.size(),
+                               PlanText(view.plan),
+                               group < 0   ? "unknown"
+                               : group > 0 ? "enabled"
+                                           : "not enabled"),
+                   ""};
+    }
+    findings.push_back(finding);
 }
 
 void CheckManagement(Findings& findings) {

@@ -3,6 +3,8 @@
 #include "app/firewall_view.h"
 #include "app/tour.h"
 #include "base/utf.h"
+#include "tandor/firewall.h"
+#include "tandor/rehearsal.h"
 
 namespace tandor::app {
 
@@ -13,10 +15,9 @@ void TourFirewall(TourReport& report) {
         report.Result("rules", "not read, no firewall answers here: " + view.trouble);
     } else {
         report.Result("rules", std::to_string(view.rules.size()), view.rules.size());
-        const FirewallRule wanted = RuleForThisProgram(Utf8FromWide(kMessageCentreRule), "");
-        for (const FirewallChange& change : ChangesOfAdding(view.rules, wanted, IsPlanOn(view.plan))) {
-            report.Result(change.adds ? "would add" : "would remove", Utf8FromWideLossy(change.rule.name));
-        }
+        const Rehearsal rehearsal;
+        Expect(Firewall().AddFirewallRules() >= 0, "putting the rule in place cannot be rehearsed");
+        for (const std::wstring& call : rehearsal.Calls()) report.Result("would call", Utf8FromWideLossy(call));
     }
     report.Result("needs administrator rights", "adding and removing rules, so the tour changes none");
 }

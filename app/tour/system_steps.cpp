@@ -1,12 +1,15 @@
 #include <fmt/format.h>
+#include <windows.h>
 
-#include "app/device_plan.h"
+#include <algorithm>
+
 #include "app/device_report.h"
 #include "app/fetch_errors.h"
 #include "app/tour.h"
 #include "base/utf.h"
 #include "tandor/device_console.h"
 #include "tandor/http_download.h"
+#include "tandor/rehearsal.h"
 
 namespace tandor::app {
 
@@ -29,10 +32,14 @@ void TourDevices(TourReport& report) {
     WriteOutput(TextOf(inf),
                 "[Version]\r\nSignature=\"$Windows NT$\"\r\nClass=System\r\n"
                 "ClassGuid={4d36e97d-e325-11ce-bfc1-08002be10318}\r\n");
-    const DevicePlan plan = PlanOf({.command = "install", .hardware_id = "Root\\TandorTour", .inf = TextOf(inf)});
+    const Rehearsal rehearsal;
+    const std::wstring hardware_id = L"Root\\TandorTour";
+    const bool installs = Vxa::Exp::DeviceConsole::GetInstance().ExecCommand(L"install", hardware_id, inf.native());
+    const unsigned long error = ::GetLastError();
     std::filesystem::remove(inf);
-    Expect(plan.can_succeed && plan.steps.size() == 2, "planning a virtual device");
-    report.Result("plan for a virtual device", plan.steps.front());
+    if (!installs) report.Result("a virtual device", DeviceError("cannot be installed here", error).what());
+    Expect(!installs || rehearsal.Calls().size() == 4, "rehearsing the installation of a virtual device");
+    for (const std::wstring& call : rehearsal.Calls()) report.Result("would call", Utf8FromWideLossy(call));
     report.Result("needs administrator rights", "install, update, enable, disable, remove, stage: the tour does none");
 }
 

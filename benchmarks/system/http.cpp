@@ -115,15 +115,48 @@ Body Prepared(int (*operation)()) {
     };
 }
 
+// 32 requests to a server that takes 200 ms for each answer.
+constexpr int kAtOnce = 32;
+
+struct SlowWorld {
+    test::LoopbackServer server{{.identity = &TheWorld().identity, .threads = kAtOnce}, [](test::Exchange& exchange) {
+                                    ::Sleep(200);
+                                    exchange.Answer("{}");
+                                }};
+};
+
+int AskSlowly() {
+    static SlowWorld world;
+    std::string headers, body;
+    const int code = HttpDownloadHelper::GetConfigDataFromServer(world.server.Url(), "{}", headers, body);
+    if (code != 0) throw std::runtime_error("a slow request failed");
+    return code;
+}
+
+int AskAtOnce() {
+    std::vector<std::future<int>> answers;
+    for (int i = 0; i < kAtOnce; ++i) answers.push_back(std::async(std::launch::async, AskSlowly));
+    for (std::future<int>& answer : answers) answer.get();
+    return 0;
+}
+
+int AskInTurn() {
+    for (int i = 0; i < kAtOnce; ++i) AskSlowly();
+    return 0;
+}
+
 }  // namespace
 
 void AddHttp() {
-    Compare("GetConfigDataFromServer, TLS on loopback", "libcurl by hand, same options and headers", AtMostTimes(1.05),
-            Prepared(Ours), Prepared([] { return Perform(AskMachine()); }));
-    Compare("GetConfigDataFromServer, TLS on loopback", "the same by hand, on a thread of its own", Reported(),
+    constexpr const char* kRequest = "GetConfigDataFromServer, TLS on loopback";
+    Compare(kRequest, "libcurl by hand, same options and headers, on a thread of its own", AtMostTimes(1.05),
             Prepared(Ours), Prepared(PerformOnThread));
-    Compare("GetConfigDataFromServer, TLS on loopback", "libcurl by hand, constant headers and no proxy", Reported(),
-            Prepared(Ours), Prepared([] { return Perform({}); }));
+    Compare(kRequest, "the same by hand, without the thread", Reported(), Prepared(Ours),
+            Prepared([] { return Perform(AskMachine()); }));
+    Compare(kRequest, "libcurl by hand, constant headers and no proxy", Reported(), Prepared(Ours),
+            Prepared([] { return Perform({}); }));
+    Compare("32 requests from 32 threads, each answered after 200 ms", "one after another", AtMostTimes(0.25),
+            Prepared(AskAtOnce), Prepared(AskInTurn), false, 3);
 }
 
 }  // namespace tandor::bench

@@ -67,6 +67,10 @@ public:
     /// is thrown.
     static void RemoveDHCPRules() noexcept;
 
+    /// The same on the caller's thread, whenever it is called: 0, or the HRESULT of the first step that failed. What
+    /// could be removed is removed all the same; `removed` says how many rules that were.
+    static long RemoveDHCPRulesAndWait(int& removed);
+
 private:
     struct State;
     State* state_;
@@ -105,7 +109,8 @@ public:
     bool TryEnableRule(const std::wstring& title, const std::wstring& text, bool force);
 
     /// Asks the user a question with Yes and No, in front of other windows, and waits for the answer. False for No, for
-    /// a closed question, and where no user can be asked.
+    /// a closed question, and at once where no user can be asked: in a process without an interactive window station,
+    /// as a service is.
     bool ShowDialog(const std::wstring& title, const std::wstring& text);
 
     /// Ask the service to enable or to disable the rule; true when it took the request. Each fails at once (200 ms at

@@ -32,11 +32,13 @@ struct HttpTransfer {
 
 /// Posts a JSON request to a configuration server and hands back what it answers. The transfer runs on a thread of its
 /// own with a connection of its own. The server must show a certificate for its name, signed by an authority in the
-/// bundle that GetCaPath names, and speak TLS 1.2 or newer; under TLS 1.2 with AES-GCM and without RSA.
+/// bundle that GetCaPath names, and speak TLS 1.2 or newer; under TLS 1.2 with AES-GCM and without RSA key exchange
+/// (certificates with RSA keys are as good as others). Redirections are not followed.
 ///
 /// The results of libcurl that callers meet most: 0 done (also when the HTTP status is an error), 6 unknown host, 7 no
 /// connection, 35 no agreement on TLS, 18 and 56 the connection broke, 60 the server's certificate is not trusted or is
-/// another host's, 77 the bundle of authorities is missing or damaged. 2 and 27: no thread or no memory to work with.
+/// another host's, 77 the bundle of authorities is missing or damaged. 2 and 27: no thread or no memory to work with;
+/// 23 the answer is too long.
 ///
 /// Threads: no state; any number of threads may call at once. Nothing throws but GetCaPath, for want of memory.
 /// Nothing of addresses, headers, bodies or proxies is logged, the product's name excepted.
@@ -44,6 +46,7 @@ class TANDOR_API HttpDownloadHelper {
 public:
     /// Posts `body`, which ends at its first zero byte, to `url`. Answer and header lines, those of a proxy included,
     /// are appended to `responseOut` and `headersOut` as they arrive: after a failure they hold what came until then.
+    /// Neither text grows beyond 128 MiB, counting what it held before: a longer answer ends with 23.
     /// Returns libcurl's result; -1 when the answer took longer than five seconds (it is there all the same: the call
     /// always returns after the transfer's end, at most 2,000 seconds); 0 with nothing done when libcurl cannot be set
     /// up.
@@ -67,6 +70,7 @@ public:
     static int ExecutCurlEasyPerform(void* curl, void* headers) noexcept;
 
     /// libcurl's write and header callback: appends size * count bytes to `out` and returns `count`. Returns
-    /// static_cast<size_t>(-1), which ends the transfer, when `data` or `out` is null or there is no memory.
+    /// static_cast<size_t>(-1), which ends the transfer, when `data` or `out` is null, there is no memory, or `out`
+    /// would get longer than 128 MiB.
     static std::size_t OnWriteDataForUpdate(void* data, std::size_t size, std::size_t count, std::string* out) noexcept;
 };

@@ -46,38 +46,43 @@ protected:
 
 TEST_F(ConsoleCommands, InstallsShowsAndPlans) {
     EXPECT_EQ(Run(L"status", false).exit_code, 1);
+    const NewdevDouble newdev;
     const ProgramRun plan = Run(L"install --dry-run");
     EXPECT_EQ(plan.exit_code, 0) << plan.error;
-    EXPECT_EQ(json::parse(plan.out)["steps"].size(), 2u);
+    EXPECT_EQ(json::parse(plan.out)["calls"].size(), 4u);
     EXPECT_THAT(plan.out, HasSubstr("Pad 手机.inf"));
-    EXPECT_EQ(Run(L"find", false).exit_code, 1);  // the plan made nothing
+    const ProgramRun unasked = Run(L"install");
+    EXPECT_EQ(unasked.exit_code, 2);
+    EXPECT_THAT(unasked.error, HasSubstr("nobody can be asked here; --yes"));
+    EXPECT_EQ(Run(L"find", false).exit_code, 1);  // nothing was made until now
     EXPECT_EQ(Run(L"enable --dry-run", false).exit_code, 1);
-    {
-        const NewdevDouble newdev;
-        const ProgramRun install = Run(L"install");
-        EXPECT_EQ(install.exit_code, 0) << install.error;
-        EXPECT_EQ(json::parse(install.out)["devices"][0]["class"], "System");
-        EXPECT_EQ(Run(L"update").exit_code, 0);
-        const ProgramRun again = Run(L"install");
-        EXPECT_EQ(again.exit_code, 1);
-        EXPECT_THAT(again.error, HasSubstr("use update, or --again"));
-    }
+    EXPECT_EQ(Run(L"update --dry-run").exit_code, 1);
+    const ProgramRun install = Run(L"install --yes");
+    EXPECT_EQ(install.exit_code, 0) << install.error;
+    EXPECT_EQ(json::parse(install.out)["devices"][0]["class"], "System");
+    EXPECT_EQ(Run(L"update --yes").exit_code, 0);
+    const ProgramRun again = Run(L"install --yes");
+    EXPECT_EQ(again.exit_code, 1);
+    EXPECT_THAT(again.error, HasSubstr("use update, or --again"));
     const json found = json::parse(Run(L"find", false).out)["devices"];
     ASSERT_EQ(found.size(), 1u);
     EXPECT_EQ(json::parse(Run(L"status", false).out)["devices"], found);
-    EXPECT_THAT(RunTandorctl(L"console list --class SYSTEM").out, HasSubstr(found[0]["instance"].get<std::string>()));
+    const std::string instance = found[0]["instance"].get<std::string>();
+    EXPECT_THAT(RunTandorctl(L"console list --class SYSTEM").out, HasSubstr(instance));
     const std::pair<const wchar_t*, std::size_t> steps[] = {
-        {L"update --dry-run", 1}, {L"remove --dry-run", 2}, {L"enable --dry-run", 1}, {L"disable --dry-run", 1}};
+        {L"update --dry-run", 1}, {L"remove --dry-run", 3}, {L"enable --dry-run", 4}, {L"disable --dry-run", 2}};
     for (const auto& [verb, count] : steps) {
         const bool inf = verb[0] == L'u' || verb[0] == L'r';
         const json order = json::parse(Run(verb, inf).out);
-        EXPECT_EQ(order["steps"].size(), count) << order;
-        EXPECT_THAT(order["steps"][0].get<std::string>(), HasSubstr(found[0]["instance"].get<std::string>()));
+        EXPECT_EQ(order["calls"].size(), count) << order;
+        if (verb[0] != L'u') EXPECT_THAT(order["calls"][0].get<std::string>(), HasSubstr(instance));
     }
 }
 
 TEST_F(ConsoleCommands, StagesAPackage) {
-    EXPECT_EQ(RunTandorctl(L"console stage --dry-run " + inf_).exit_code, 0);
+    const NewdevDouble newdev;
+    const ProgramRun plan = RunTandorctl(L"console stage --dry-run " + inf_);
+    EXPECT_THAT(plan.out, AllOf(HasSubstr("1. CreateProcessW("), HasSubstr("pnputil.exe /add-driver \"")));
     const SystemFile pnputil(L"pnputil_double.exe", L"pnputil.exe");
     ::SetEnvironmentVariableW(L"TANDOR_PNPUTIL_RECORD", (folder_.path / L"record").c_str());
     const std::pair<const wchar_t*, const char*> cases[] = {{L"0", "staged\n"},
@@ -86,7 +91,7 @@ TEST_F(ConsoleCommands, StagesAPackage) {
                                                             {L"5", "run as administrator"}};
     for (const auto& [code, text] : cases) {
         ::SetEnvironmentVariableW(L"TANDOR_PNPUTIL_CODE", code);
-        const ProgramRun run = RunTandorctl(L"console stage " + inf_);
+        const ProgramRun run = RunTandorctl(L"console stage --yes " + inf_);
         EXPECT_EQ(run.exit_code, code[0] == L'5' ? 1 : 0);
         EXPECT_THAT(run.out + run.error, HasSubstr(text));
     }

@@ -33,6 +33,7 @@ TEST(Tandorctl, GoodInputAnswersAndEndsWithZero) {
         {L"--json log write KoViewTandor --file -", 0, "{\n  \"done\": true\n}\n", "eins\nzwei\n"},
         {L"log show KoViewTandor -n 2", 0, "- eins\n"},
         {L"log follow KoViewTandor -n 1 --for 0.01 --json", 0, "- zwei\"}\n"},
+        {L"firewall plan", 0, "set by"},
         {L"classify 照片.JPG", 0, "CLASS  FILE\nimage  照片.JPG\n"},
         {L"report list", 0, "8007       ReportTandorReport80MyalbumPhotoCountId"},
         {L"report -- ReportTandorReport80PhonePairId 1 2 3 model 1.0 4 5 6 -trace", 0, "event 606008000, record "},
@@ -105,7 +106,12 @@ TEST(Tandorctl, BadInputSaysWhatAndEndsWithOneOrTwo) {
         {L"cmdline 99999999", 1, "process 99999999: there is none with this number"},
         {L"windows list --of 0x99999999", 1, "there is none with this number"},
         {L"firewall add --name \"\"", 1, "error: the rule's name: it is empty"},
-        {L"firewall remove --by-service --dry-run", 2, "--dry-run excludes --by-service"},
+        {L"firewall add --dry-run", 2, "--name is required"},
+        {L"firewall disable --by-service --dry-run", 2, "--dry-run excludes --by-service"},
+        {L"firewall disable --by-service --yes", 1, "it does not take requests; start the suite's assistant"},
+        {L"firewall enable --dry-run --yes", 2, "--yes excludes --dry-run"},
+        {L"firewall enable", 2, "nobody can be asked here; --yes does it all the same"},
+        {L"firewall clean-dhcp", 2, "firewall clean-dhcp: it changes the system"},
         {L"completion fish", 2, "'fish' is not one of bash, powershell"},
     });
 }

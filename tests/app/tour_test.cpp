@@ -87,6 +87,8 @@ TEST(Doctor, NamesWhatIsMissing) {
     EXPECT_THAT(doctor.out, HasSubstr("not well-formed"));
     EXPECT_THAT(doctor.out, HasSubstr("PadResolutionConfig.xml: the file does not exist"));
     EXPECT_THAT(doctor.out, HasSubstr("cacert.pem is missing or has no certificate"));
+    tandor::test::WriteAll(program.Folder() / L"config" / L"cacert.pem", "-----BEGIN CERTIFICATE-----\nAAAA\n");
+    EXPECT_THAT(program.Run(L"doctor").out, HasSubstr("cacert.pem is damaged behind 0 certificates"));
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 #include "base/win_apartment.h"
+#include "support/apartments.h"
 #include "support/edid_sample.h"
 #include "support/management_double.h"
 #include "support/testing.h"

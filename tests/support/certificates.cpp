@@ -2,6 +2,7 @@
 
 #include <openssl/ec.h>
 #include <openssl/pem.h>
+#include <openssl/rsa.h>
 #include <openssl/x509v3.h>
 
 #include <stdexcept>
@@ -25,17 +26,17 @@ void AddExtension(X509* certificate, int kind, const std::string& value) {
 }
 
 // Everything but the issuer's name and signature.
-Identity Unsigned(const std::string& name, long days) {
+Identity Unsigned(const std::string& name, const Wishes& wishes) {
     static long serial = 0;
     Check(StartCrypto());
     Identity identity{std::unique_ptr<X509, CryptoFree>(::X509_new()),
-                      std::unique_ptr<EVP_PKEY, CryptoFree>(EVP_EC_gen("P-256"))};
+                      std::unique_ptr<EVP_PKEY, CryptoFree>(wishes.rsa ? EVP_RSA_gen(2048u) : EVP_EC_gen("P-256"))};
     X509* const certificate = identity.certificate.get();
     Check(certificate != nullptr && identity.key != nullptr);
     ::X509_set_version(certificate, X509_VERSION_3);
     ::ASN1_INTEGER_set(::X509_get_serialNumber(certificate), ++serial);
-    ::X509_gmtime_adj(::X509_getm_notBefore(certificate), -2 * kDay);
-    ::X509_gmtime_adj(::X509_getm_notAfter(certificate), days * kDay);
+    ::X509_gmtime_adj(::X509_getm_notBefore(certificate), wishes.from * kDay);
+    ::X509_gmtime_adj(::X509_getm_notAfter(certificate), wishes.days * kDay);
     Check(::X509_NAME_add_entry_by_txt(::X509_get_subject_name(certificate), "CN", MBSTRING_UTF8,
                                        reinterpret_cast<const unsigned char*>(name.c_str()), -1, -1, 0) == 1);
     Check(::X509_set_pubkey(certificate, identity.key.get()) == 1);
@@ -50,7 +51,7 @@ void Sign(X509* certificate, const X509* issuer, EVP_PKEY* key) {
 }  // namespace
 
 Identity MakeAuthority(const std::string& name) {
-    Identity authority = Unsigned(name, 1);
+    Identity authority = Unsigned(name, {});
     X509* const certificate = authority.certificate.get();
     AddExtension(certificate, NID_basic_constraints, "critical,CA:TRUE");
     AddExtension(certificate, NID_key_usage, "critical,keyCertSign");
@@ -58,10 +59,17 @@ Identity MakeAuthority(const std::string& name) {
     return authority;
 }
 
-Identity MakeServer(const Identity& authority, const std::string& host, int days) {
-    Identity server = Unsigned("loopback", days);
+Identity MakeServer(const Identity& authority, const std::string& host, const Wishes& wishes) {
+    Identity server = Unsigned("loopback", wishes);
     AddExtension(server.certificate.get(), NID_subject_alt_name, host);
     Sign(server.certificate.get(), authority.certificate.get(), authority.key.get());
+    return server;
+}
+
+Identity MakeSelfSigned(const std::string& host) {
+    Identity server = Unsigned("loopback", {});
+    AddExtension(server.certificate.get(), NID_subject_alt_name, host);
+    Sign(server.certificate.get(), server.certificate.get(), server.key.get());
     return server;
 }
 

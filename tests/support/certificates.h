@@ -22,8 +22,16 @@ struct Identity {
 // An authority with a key on P-256. Everything here throws std::runtime_error when the library refuses.
 Identity MakeAuthority(const std::string& name);
 
-// A server's certificate for `host` ("IP:127.0.0.1", "DNS:name"), valid from yesterday until so many days from now.
-Identity MakeServer(const Identity& authority, const std::string& host, int days = 1);
+struct Wishes {
+    int days = 1;      // valid until so many from now
+    int from = -2;     // and from so many
+    bool rsa = false;  // a key of 2,048 bits instead of one on P-256
+};
+
+// A server's certificate for `host` ("IP:127.0.0.1", "DNS:name").
+Identity MakeServer(const Identity& authority, const std::string& host, const Wishes& wishes = {});
+// The same, signed by itself.
+Identity MakeSelfSigned(const std::string& host);
 
 std::string Pem(const Identity& identity);
 

@@ -20,6 +20,7 @@
 #include "support/child_roles.h"
 #include "tandor/data_report.h"
 #include "tandor/event_reporter.h"
+#include "tandor/firewall.h"
 #include "tandor/screen_config.h"
 #include "tandor/sealing.h"
 #include "tandor/state_watch.h"
@@ -63,6 +64,26 @@ int HoldHandles(const Arguments& arguments) {
         ::ReadFile(read.Get(), &byte, 1, &done, nullptr);
     }).detach();
     return Stay(arguments.at(3));
+}
+
+// ask-unseen: asks the user in a window station that nobody sees. 0 when that counts as declined at once, and is said.
+int AskUnseen(const Arguments&) {
+    const HWINSTA unseen = ::CreateWindowStationW(nullptr, 0, WINSTA_ALL_ACCESS, nullptr);
+    if (unseen == nullptr || ::SetProcessWindowStation(unseen) == 0) return 3;
+    bool said = false;
+    const auto subscription =
+        VxLogger::GetInstance().Subscribe(LOG_MESSAGE_ERROR, [&](LOG_MESSAGE_LEVEL, std::wstring_view message) {
+            said = said || message.starts_with(L"the user cannot be asked: this process has no interactive window");
+        });
+    const bool agreed = FireWallRuleManger::GetInstance().ShowDialog(L"unseen", L"Allow connections?");
+    VxLogger::GetInstance().Unsubscribe(subscription);
+    return !agreed && said ? 0 : 1;
+}
+
+// remove-dhcp: begins to remove the system's rules, and ends.
+int RemoveDhcp(const Arguments&) {
+    Firewall::RemoveDHCPRules();
+    return 0;
 }
 
 // screen-values: prints the extended screen's configuration as this program finds it, first asked for by several
@@ -193,6 +214,7 @@ int main() {
     const Arguments arguments(words + (count < 2 ? count : 2), words + count);
     const std::map<std::wstring, int (*)(const Arguments&)> roles{
         {L"announce", Announce},
+        {L"ask-unseen", AskUnseen},
         {L"check-changes", tandor::test::CheckChanges},
         {L"commit-reports", CommitReports},
         {L"console-without", tandor::test::ConsoleWithout},
@@ -203,6 +225,7 @@ int main() {
         {L"host-log", tandor::test::HostLog},
         {L"log-lines", tandor::test::LogLines},
         {L"outbox-put", OutboxPut},
+        {L"remove-dhcp", RemoveDhcp},
         {L"report-and-exit", ReportAndExit},
         {L"screen-values", ScreenValues},
         {L"seal-vectors", SealVectors},

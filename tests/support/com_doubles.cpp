@@ -57,7 +57,7 @@ ComDouble::ComDouble(REFCLSID clsid, Create create) : clsid_(clsid) {
         ::CoGetClassObject(clsid, CLSCTX_INPROC_SERVER, nullptr, __uuidof(IClassFactory), factory.ReceiveVoid());
     if (SUCCEEDED(status) && Factory::Live() > 0) return;
     Register(nullptr);
-    throw std::runtime_error("windows_tests.exe does not serve a COM class of the tests; see windows_tests.manifest");
+    throw std::runtime_error("this program does not serve a COM class of the tests; see its manifest");
 }
 
 ComDouble::~ComDouble() { Register(nullptr); }

@@ -1,7 +1,6 @@
-// COM classes that the tests serve in place of the system's, by the manifest of windows_tests.exe.
+// COM classes that the tests serve in place of the system's, by the manifest of their program.
 #pragma once
 
-#include <gtest/gtest.h>
 #include <windows.h>
 
 #include <objbase.h>
@@ -9,8 +8,6 @@
 #include <atomic>
 #include <functional>
 #include <memory>
-#include <optional>
-#include <thread>
 
 #include "tandor/uncopyable.h"
 
@@ -30,23 +27,6 @@ private:
     void Register(Create create) const;
     CLSID clsid_;
 };
-
-// Does `work` on a thread that has entered no apartment, the one of many threads, and one of its own, and expects each
-// thread to be left as it was: entering once more says S_OK where there was none, S_FALSE in the same one.
-template <class Work>
-void InEachApartment(const Work& work) {
-    const std::pair<std::optional<DWORD>, HRESULT> apartments[] = {
-        {std::nullopt, S_OK}, {COINIT_MULTITHREADED, S_FALSE}, {COINIT_APARTMENTTHREADED, S_FALSE}};
-    for (const auto& [before, left] : apartments) {
-        std::thread([&work, before = before, left = left] {
-            EXPECT_TRUE(!before || ::CoInitializeEx(nullptr, *before) == S_OK);
-            work();
-            EXPECT_EQ(::CoInitializeEx(nullptr, before.value_or(COINIT_MULTITHREADED)), left);
-            ::CoUninitialize();
-            if (before) ::CoUninitialize();
-        }).join();
-    }
-}
 
 // Makes the base `Interfaces` (COM interfaces, or classes derived from one each) an object: reference count,
 // QueryInterface. Live() counts the objects of one kind, so that a test sees what was not released.

@@ -25,10 +25,19 @@ auto FindRule(Script& script, BSTR name) {
                         [&](const auto& rule) { return NameOf(rule) == Visible(Whole(name)); });
 }
 
-HRESULT Answer(Script& script, const std::wstring& call, const std::wstring& value = {}) {
-    script.asked.push_back(value.empty() ? call : call + L" " + value);
+// Whether a call goes well, without a record of it.
+HRESULT Status(Script& script, const std::wstring& call) {
+    if (script.fail_at > 0 && --script.fail_at == 0) {
+        script.failed = call;
+        return E_FAIL;
+    }
     const auto failing = script.failing.find(call);
     return failing == script.failing.end() ? S_OK : failing->second;
+}
+
+HRESULT Answer(Script& script, const std::wstring& call, const std::wstring& value = {}) {
+    script.asked.push_back(value.empty() ? call : call + L" " + value);
+    return Status(script, call);
 }
 
 template <class Interface>
@@ -51,6 +60,11 @@ public:
     explicit RuleObject(std::shared_ptr<Script> script, FirewallDouble::Rule data = {})
         : Scripted(std::move(script)), data_(std::move(data)) {}
     [[nodiscard]] const FirewallDouble::Rule& Data() const { return data_; }
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
+        *object = nullptr;
+        const HRESULT status = iid == Id() ? Status(*script_, L"INetFwRule") : S_OK;
+        return FAILED(status) ? status : Scripted::QueryInterface(iid, object);
+    }
 
     TANDOR_PROPERTY(Name, BSTR)
     TANDOR_PROPERTY(Description, BSTR)
@@ -77,6 +91,7 @@ private:
     HRESULT Get(const wchar_t* property, BSTR* text) {
         const auto found = data_.texts.find(property);
         if (found == data_.texts.end()) return E_NOTIMPL;
+        if (FAILED(Status(*script_, std::wstring(L"get_") + property))) return E_FAIL;
         *text = ::SysAllocStringLen(found->second.data(), static_cast<UINT>(found->second.size()));
         return S_OK;
     }
@@ -88,6 +103,7 @@ private:
     HRESULT Get(const wchar_t* property, Value* value) {
         const auto found = data_.numbers.find(property);
         if (found == data_.numbers.end()) return E_NOTIMPL;
+        if (FAILED(Status(*script_, std::wstring(L"get_") + property))) return E_FAIL;
         *value = static_cast<Value>(found->second);
         return S_OK;
     }
@@ -104,10 +120,15 @@ private:
 class Entries final : public Scripted<Script, Answering<IEnumVARIANT>> {
 public:
     using Scripted::Scripted;
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
+        *object = nullptr;
+        const HRESULT status = iid == Id() ? Status(*script_, L"IEnumVARIANT") : S_OK;
+        return FAILED(status) ? status : Scripted::QueryInterface(iid, object);
+    }
     HRESULT STDMETHODCALLTYPE Next(ULONG, VARIANT* entry, ULONG* count) override {
         *count = 0;
         if (script_->on_entry) script_->on_entry();
-        if (at_ == script_->failing_entry) return E_FAIL;
+        if (FAILED(Status(*script_, L"Next"))) return E_FAIL;
         if (at_ >= script_->rules.size()) return S_FALSE;
         *count = 1;
         if (at_ == script_->odd_entry) {
@@ -146,7 +167,7 @@ public:
     HRESULT STDMETHODCALLTYPE Item(BSTR name, INetFwRule** rule) override {
         *rule = nullptr;
         const HRESULT status = Answer(*script_, L"Item");
-        if (FAILED(status)) return status;
+        if (FAILED(status) || script_->nothing == L"Item") return status;
         const auto found = FindRule(*script_, name);
         if (found == script_->rules.end()) return HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
         *rule = new RuleObject(script_, *found);
@@ -156,11 +177,7 @@ public:
         *entries = nullptr;
         const HRESULT status = Answer(*script_, L"get__NewEnum");
         if (FAILED(status)) return status;
-        if (script_->failing.contains(L"IEnumVARIANT")) {
-            *entries = new RuleObject(script_);  // anything that is no enumeration
-        } else {
-            *entries = new Entries(script_);
-        }
+        *entries = new Entries(script_);
         return S_OK;
     }
 };
@@ -171,7 +188,7 @@ public:
     HRESULT STDMETHODCALLTYPE get_Rules(INetFwRules** rules) override {
         *rules = nullptr;
         const HRESULT status = Answer(*script_, L"get_Rules");
-        if (SUCCEEDED(status)) *rules = new Rules(script_);
+        if (SUCCEEDED(status) && script_->nothing != L"get_Rules") *rules = new Rules(script_);
         return status;
     }
     HRESULT STDMETHODCALLTYPE IsRuleGroupEnabled(LONG profiles, BSTR group, VARIANT_BOOL* enabled) override {
@@ -209,8 +226,8 @@ public:
 template <class Object>
 ComDouble::Create FailingOrCreating(const std::shared_ptr<Script>& script, const std::wstring& call) {
     return [script, call](REFIID iid, void** object) {
-        const auto failing = script->failing.find(call);
-        return failing != script->failing.end() ? failing->second : Creating<Object>(script)(iid, object);
+        const HRESULT status = Status(*script, call);
+        return FAILED(status) ? status : Creating<Object>(script)(iid, object);
     };
 }
 
@@ -226,6 +243,20 @@ std::vector<std::wstring> FirewallDouble::Names() const {
     std::vector<std::wstring> names;
     for (const Rule& rule : script_->rules) names.push_back(NameOf(rule));
     return names;
+}
+
+void FirewallDouble::FailEach(const std::function<void()>& begin, const std::function<void()>& work,
+                              const std::function<void(const std::wstring& failed)>& check) {
+    for (int n = 1;; ++n) {
+        begin();
+        script_->failed.clear();
+        script_->fail_at = n;
+        work();
+        const bool reached = script_->fail_at == 0;
+        script_->fail_at = 0;
+        if (!reached) return;
+        check(script_->failed);
+    }
 }
 
 int FirewallDouble::Live() { return Policy::Live() + Rules::Live() + Entries::Live() + RuleObject::Live(); }

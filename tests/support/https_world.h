@@ -31,7 +31,8 @@ public:
         DE::Registry::GetValue(DE::RegistryRoot::kCurrentUser, kKey, kValue, proxy_before_);
         WriteAll(bundle, Pem(authority));
         SetSystemProxy("");
-        for (const char* name : {"http_proxy", "https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY"})
+        for (const char* name :
+             {"http_proxy", "https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY", "no_proxy", "NO_PROXY"})
             ::SetEnvironmentVariableA(name, nullptr);
     }
     ~HttpsWorld() {

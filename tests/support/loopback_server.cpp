@@ -103,14 +103,15 @@ bool Exchange::ReadRequest() {
     return true;
 }
 
-void Exchange::Write(std::string_view bytes) {
+bool Exchange::Write(std::string_view bytes) {
     while (!bytes.empty()) {
         const int size = static_cast<int>(std::min<std::size_t>(bytes.size(), 1 << 20));
         const int written =
             tls_ != nullptr ? ::SSL_write(tls_, bytes.data(), size) : ::send(connection_, bytes.data(), size, 0);
-        if (written <= 0) return;
+        if (written <= 0) return false;
         bytes.remove_prefix(static_cast<std::size_t>(written));
     }
+    return true;
 }
 
 void Exchange::Answer(std::string_view text) {
@@ -162,7 +163,9 @@ void LoopbackServer::Serve(SOCKET connection) {
 
 // ---- TunnelProxy
 
-TunnelProxy::TunnelProxy() : listener_(std::make_unique<Listener>(4, [this](SOCKET client) { Serve(client); })) {}
+TunnelProxy::TunnelProxy(std::optional<std::string> refusal)
+    : refusal_(std::move(refusal)),
+      listener_(std::make_unique<Listener>(4, [this](SOCKET client) { Serve(client); })) {}
 
 std::vector<std::string> TunnelProxy::Heads() {
     const std::lock_guard lock(mutex_);
@@ -176,6 +179,10 @@ void TunnelProxy::Serve(SOCKET client) {
         const std::lock_guard lock(mutex_);
         heads_.push_back(exchange.head);
     }
+    if (refusal_) {
+        exchange.Write(*refusal_);
+        return;
+    }
     const std::size_t colon = exchange.head.find(':');
     if (!exchange.head.starts_with("CONNECT ") || colon == std::string::npos) return;
     const SOCKET server = ConnectTo(std::atoi(exchange.head.c_str() + colon + 1));
@@ -183,6 +190,37 @@ void TunnelProxy::Serve(SOCKET client) {
     std::thread back([&] { Carry(server, client); });
     Carry(client, server);
     back.join();
+    ::closesocket(server);
+}
+
+std::unique_ptr<Listener> OldTlsServer() {
+    return std::make_unique<Listener>(1, [](SOCKET connection) {
+        const std::string hello =  // RSA with AES-128-CBC, no compression
+            std::string("\x16\x03\x02\x00\x2a\x02\x00\x00\x26\x03\x02", 11) + std::string(32, 'r') +
+            std::string("\x00\x00\x2f\x00", 4);
+        char sink[4096];
+        ::recv(connection, sink, sizeof(sink), 0);
+        ::send(connection, hello.data(), static_cast<int>(hello.size()), 0);
+        while (::recv(connection, sink, sizeof(sink), 0) > 0) continue;
+    });
+}
+
+// ---- CuttingRelay
+
+CuttingRelay::CuttingRelay(int port) : listener_(1, [this, port](SOCKET client) { Serve(client, port); }) {}
+
+void CuttingRelay::Serve(SOCKET client, int port) {
+    const SOCKET server = ConnectTo(port);
+    std::thread forth([&] { Carry(client, server); });
+    passed = 0;
+    char buffer[16384];
+    for (int size = 0; passed < most && (size = ::recv(server, buffer, sizeof(buffer), 0)) > 0;) {
+        const std::size_t fits = std::min<std::size_t>(static_cast<std::size_t>(size), most - passed);
+        ::send(client, buffer, static_cast<int>(fits), 0);
+        passed += fits;
+    }
+    ::shutdown(client, SD_BOTH);
+    forth.join();
     ::closesocket(server);
 }
 

@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -54,7 +55,8 @@ public:
     Exchange(SOCKET connection, SSL* tls) : connection_(connection), tls_(tls) {}
     // Whether a whole request came: the connection's next one, when the one before it has been answered.
     bool ReadRequest();
-    void Write(std::string_view bytes);
+    // Whether the other side took it.
+    bool Write(std::string_view bytes);
     // A whole answer with status 200.
     void Answer(std::string_view text);
     // Ends the connection as a crash of the server would: with a reset.
@@ -77,6 +79,7 @@ public:
     LoopbackServer(const ServerOptions& options, std::function<void(Exchange&)> handle);
 
     [[nodiscard]] std::string Url(const std::string& host = "127.0.0.1", const std::string& path = "/config") const;
+    [[nodiscard]] int Port() const { return listener_->Port(); }
     [[nodiscard]] int Connections() const { return listener_->Connections(); }
     // Each connection's first one alone: those that a handler reads itself are its own to count.
     [[nodiscard]] int Requests() const { return requests_; }
@@ -94,10 +97,10 @@ private:
     std::unique_ptr<Listener> listener_;  // gone first
 };
 
-// Understands CONNECT alone, and tunnels to where it is asked to.
+// Understands CONNECT alone, and tunnels to where it is asked to; or gives `refusal` as its answer, which ends it.
 class TunnelProxy {
 public:
-    TunnelProxy();
+    explicit TunnelProxy(std::optional<std::string> refusal = {});
     [[nodiscard]] int Port() const { return listener_->Port(); }
     // The heads of the requests so far.
     std::vector<std::string> Heads();
@@ -105,9 +108,27 @@ public:
 private:
     void Serve(SOCKET client);
 
+    const std::optional<std::string> refusal_;
     std::mutex mutex_;
     std::vector<std::string> heads_;
     std::unique_ptr<Listener> listener_;
+};
+
+// Answers every greeting with TLS 1.1, which the library in use does not speak itself: its words are given.
+std::unique_ptr<Listener> OldTlsServer();
+
+// Stands before a server and cuts each connection after so many bytes of the server's.
+class CuttingRelay {
+public:
+    explicit CuttingRelay(int port);
+    [[nodiscard]] int Port() const { return listener_.Port(); }
+
+    std::atomic<std::size_t> most = SIZE_MAX;
+    std::atomic<std::size_t> passed = 0;  // on the last connection
+
+private:
+    void Serve(SOCKET client, int port);
+    Listener listener_;
 };
 
 }  // namespace tandor::test

@@ -1,5 +1,5 @@
-// Stands in for the system's program that stages driver packages: appends its command line to the file that the
-// environment names and ends with the exit code that it says.
+// Stands in for the system's program that stages driver packages: appends whether it has a window and its command line
+// to the file that the environment names and ends with the exit code that it says.
 #include <windows.h>
 
 #include <cstdlib>
@@ -13,7 +13,11 @@ int main() {
     if (record == nullptr || code == nullptr) return 87;
     FILE* const file = ::_wfopen(record, L"ab");
     if (file == nullptr) return 2;
-    std::fprintf(file, "%s\n", tandor::Utf8FromWideLossy(::GetCommandLineW()).c_str());
+    STARTUPINFOW startup{};
+    ::GetStartupInfoW(&startup);
+    const bool hidden = ::GetConsoleWindow() == nullptr && (startup.dwFlags & STARTF_USESHOWWINDOW) != 0 &&
+                        startup.wShowWindow == SW_HIDE;
+    std::fprintf(file, "%s %s\n", hidden ? "unseen" : "seen", tandor::Utf8FromWideLossy(::GetCommandLineW()).c_str());
     std::fclose(file);
     return static_cast<int>(std::wcstoul(code, nullptr, 10));
 }

@@ -18,11 +18,14 @@ HDEVINFO Opened(HDEVINFO list) {
 }
 
 BOOL WINAPI GetInfClass(PCWSTR inf, GUID* id, PWSTR name, DWORD size, DWORD* needed) {
-    return Enter(L"GetINFClass") && ::SetupDiGetINFClassW(inf, id, name, size, needed);
+    return Enter(L"GetINFClass " + std::to_wstring(size)) && ::SetupDiGetINFClassW(inf, id, name, size, needed);
 }
 
 HDEVINFO WINAPI CreateList(const GUID* id, HWND window) {
-    return Enter(L"CreateDeviceInfoList") ? Opened(::SetupDiCreateDeviceInfoList(id, window)) : INVALID_HANDLE_VALUE;
+    if (!Enter(L"CreateDeviceInfoList")) return INVALID_HANDLE_VALUE;
+    const HDEVINFO list = Opened(::SetupDiCreateDeviceInfoList(id, window));
+    if (SetupSpy::current != nullptr) SetupSpy::current->made_list = list;
+    return list;
 }
 
 HDEVINFO WINAPI GetDevices(const GUID* id, PCWSTR enumerator, HWND window, DWORD flags, HDEVINFO set, PCWSTR machine,
@@ -32,7 +35,13 @@ HDEVINFO WINAPI GetDevices(const GUID* id, PCWSTR enumerator, HWND window, DWORD
 }
 
 BOOL WINAPI DestroyList(HDEVINFO list) {
-    if (SetupSpy::current != nullptr) --SetupSpy::current->open_lists;
+    if (SetupSpy::current != nullptr) {
+        --SetupSpy::current->open_lists;
+        if (SetupSpy::current->made_list == list) {
+            SetupSpy::current->made_list = nullptr;  // another list may lie in its place
+            SetupSpy::current->Record(L"DestroyDeviceInfoList");
+        }
+    }
     return ::SetupDiDestroyDeviceInfoList(list);
 }
 
@@ -42,13 +51,20 @@ BOOL WINAPI Enumerate(HDEVINFO list, DWORD index, PSP_DEVINFO_DATA device) {
 
 BOOL WINAPI Create(HDEVINFO list, PCWSTR name, const GUID* id, PCWSTR description, HWND window, DWORD flags,
                    PSP_DEVINFO_DATA device) {
-    return Enter(L"CreateDeviceInfo " + std::to_wstring(flags)) &&
+    return Enter(L"CreateDeviceInfo " + std::to_wstring(flags) + (description == nullptr ? L"" : L" description") +
+                 (window == nullptr ? L"" : L" window")) &&
            ::SetupDiCreateDeviceInfoW(list, name, id, description, window, flags, device);
 }
 
 BOOL WINAPI SetProperty(HDEVINFO list, PSP_DEVINFO_DATA device, DWORD property, const BYTE* data, DWORD bytes) {
     return Enter(L"SetDeviceRegistryProperty " + std::to_wstring(property) + L" " + std::to_wstring(bytes)) &&
            ::SetupDiSetDeviceRegistryPropertyW(list, device, property, data, bytes);
+}
+
+BOOL WINAPI GetProperty(HDEVINFO list, PSP_DEVINFO_DATA device, DWORD property, DWORD* type, BYTE* data, DWORD bytes,
+                        DWORD* needed) {
+    return Enter(L"GetDeviceRegistryProperty " + std::to_wstring(property) + L" " + std::to_wstring(bytes), false) &&
+           ::SetupDiGetDeviceRegistryPropertyW(list, device, property, type, data, bytes, needed);
 }
 
 BOOL WINAPI CallInstaller(DI_FUNCTION function, HDEVINFO list, PSP_DEVINFO_DATA device) {
@@ -68,14 +84,14 @@ BOOL WINAPI GetParameters(HDEVINFO, PSP_DEVINFO_DATA, PSP_DEVINSTALL_PARAMS_W pa
     return Enter(L"GetDeviceInstallParams", false);
 }
 
-BOOL WINAPI UpdateDriver(HWND, LPCWSTR hardware_id, LPCWSTR inf, DWORD flags, BOOL* reboot) {
+BOOL WINAPI UpdateDriver(HWND window, LPCWSTR hardware_id, LPCWSTR inf, DWORD flags, BOOL* reboot) {
     return Enter(L"UpdateDriver " + std::wstring(hardware_id) + L" " + inf + L" " + std::to_wstring(flags) +
-                 (reboot == nullptr ? L"" : L" reboot"));
+                 (reboot == nullptr && window == nullptr ? L"" : L" reboot or window"));
 }
 
-BOOL WINAPI UninstallDriver(HWND, LPCWSTR inf, DWORD flags, BOOL* reboot) {
+BOOL WINAPI UninstallDriver(HWND window, LPCWSTR inf, DWORD flags, BOOL* reboot) {
     return Enter(L"UninstallDriver " + std::wstring(inf) + L" " + std::to_wstring(flags) +
-                 (reboot == nullptr ? L"" : L" reboot"));
+                 (reboot == nullptr && window == nullptr ? L"" : L" reboot or window"));
 }
 
 FARPROC WINAPI LookUp(HMODULE module, LPCSTR name) {
@@ -87,6 +103,7 @@ FARPROC WINAPI LookUp(HMODULE module, LPCSTR name) {
         {"SetupDiEnumDeviceInfo", reinterpret_cast<void*>(&Enumerate)},
         {"SetupDiCreateDeviceInfoW", reinterpret_cast<void*>(&Create)},
         {"SetupDiSetDeviceRegistryPropertyW", reinterpret_cast<void*>(&SetProperty)},
+        {"SetupDiGetDeviceRegistryPropertyW", reinterpret_cast<void*>(&GetProperty)},
         {"SetupDiCallClassInstaller", reinterpret_cast<void*>(&CallInstaller)},
         {"SetupDiSetClassInstallParamsW", reinterpret_cast<void*>(&SetParameters)},
         {"SetupDiGetDeviceInstallParamsW", reinterpret_cast<void*>(&GetParameters)},
@@ -122,9 +139,32 @@ void SetupSpy::Fail(std::wstring call, DWORD error, int times) {
     times_ = times;
 }
 
+void SetupSpy::FailAt(int n, DWORD error) {
+    const std::lock_guard lock(mutex_);
+    countdown_ = n;
+    error_ = error;
+    failed_.clear();
+}
+
+std::wstring SetupSpy::Failed() {
+    const std::lock_guard lock(mutex_);
+    countdown_ = 0;
+    return std::exchange(failed_, {});
+}
+
+void SetupSpy::Record(const std::wstring& call) {
+    const std::lock_guard lock(mutex_);
+    calls_.push_back(call);
+}
+
 bool SetupSpy::Enter(const std::wstring& call, bool recorded) {
     const std::lock_guard lock(mutex_);
     if (recorded) calls_.push_back(call);
+    if (countdown_ > 0 && --countdown_ == 0) {
+        failed_ = call;
+        ::SetLastError(error_);
+        return false;
+    }
     if (times_ == 0 || !call.starts_with(failing_)) return true;
     --times_;
     ::SetLastError(error_);

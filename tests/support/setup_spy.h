@@ -31,11 +31,18 @@ public:
     // The call that begins like this fails so often with this error.
     void Fail(std::wstring call, DWORD error, int times = 1);
 
+    // The n-th call from now on fails with this error, looking at devices included. Failed says which that was, nothing
+    // when there were fewer, and ends it.
+    void FailAt(int n, DWORD error);
+    std::wstring Failed();
+
     DWORD install_flags = 0;          // of the devices' install parameters
     std::atomic<int> open_lists = 0;  // device lists that were not destroyed yet
 
     // For the doubles' functions: records the call and says whether it is to fail.
     bool Enter(const std::wstring& call, bool recorded = true);
+    void Record(const std::wstring& call);
+    std::atomic<HDEVINFO> made_list = nullptr;  // the last one for a new device
     static SetupSpy* current;
 
 private:
@@ -44,6 +51,8 @@ private:
     std::wstring failing_;
     DWORD error_ = ERROR_SUCCESS;
     int times_ = 0;
+    int countdown_ = 0;
+    std::wstring failed_;
 };
 
 // A file of this folder in the system directory, for as long as the object lives; what was there comes back after,

@@ -3,6 +3,7 @@
 #include "tandor/device_console.h"
 #include "support/setup_spy.h"
 #include "support/testing.h"
+#include "tandor/rehearsal.h"
 
 namespace {
 
@@ -58,9 +59,9 @@ protected:
 
 TEST_F(DeviceConsoleTest, InstallsAndRemovesRealDeviceNodes) {
     EXPECT_TRUE(Run(L"InStall", id_));
-    EXPECT_THAT(spy_.Take(), ElementsAre(L"GetINFClass", L"CreateDeviceInfoList", L"CreateDeviceInfo 1",
+    EXPECT_THAT(spy_.Take(), ElementsAre(L"GetINFClass 32", L"CreateDeviceInfoList", L"CreateDeviceInfo 1",
                                          L"SetDeviceRegistryProperty 1 404", L"CallClassInstaller 25",
-                                         Driver((L"UpdateDriver " + id_).c_str(), L"1")));
+                                         Driver((L"UpdateDriver " + id_).c_str(), L"1"), L"DestroyDeviceInfoList"));
     EXPECT_THAT(log_.Take(), ElementsAre(Line(L"Command: InStall finished successfully.")));
     std::wstring upper = id_;
     std::ranges::transform(upper, upper.begin(), [](wchar_t c) { return static_cast<wchar_t>(std::towupper(c)); });
@@ -84,22 +85,84 @@ TEST_F(DeviceConsoleTest, InstallsAndRemovesRealDeviceNodes) {
     EXPECT_THAT(spy_.Take(), ElementsAre(Driver(L"UninstallDriver", L"0")));
 }
 
-TEST_F(DeviceConsoleTest, AStepThatFailsEndsAnInstallationAndSaysWhy) {
-    for (const auto* const step : {L"GetINFClass", L"CreateDeviceInfoList", L"CreateDeviceInfo 1", L"SetDeviceRegistry",
-                                   L"CallClassInstaller", L"UpdateDriver"}) {
-        spy_.Fail(step, ERROR_ACCESS_DENIED);
-        ::SetLastError(ERROR_SUCCESS);
-        EXPECT_FALSE(Run(L"install", id_)) << step;
-        EXPECT_EQ(::GetLastError(), static_cast<DWORD>(ERROR_ACCESS_DENIED));
-        EXPECT_TRUE(spy_.Take().back().starts_with(step)) << step;
-        EXPECT_EQ(spy_.open_lists, 0) << step;
-        const auto* const text = L"Command: install failed with error code : 5";
-        EXPECT_THAT(log_.Take(), ElementsAre(Line(text, L"InstallDevice"), Line(text)));
+// Each of the system's calls fails once, one at a time.
+TEST_F(DeviceConsoleTest, EachCallThatFailsIsSaidAndNothingStaysOpen) {
+    for (const std::wstring word : {L"install", L"update", L"remove", L"enable", L"disable"}) {
+        std::set<std::wstring> seen;
+        for (int n = 1;; ++n) {
+            while (word != L"install" && Devices(id_).size() < 2) ASSERT_TRUE(Run(L"install", id_));
+            if (word == L"install") Run(L"remove", id_);
+            log_.Take();
+            spy_.Take();
+            spy_.FailAt(n, ERROR_ACCESS_DENIED);
+            const bool done = Run(word, id_);
+            const DWORD error = ::GetLastError();
+            const std::wstring failed = spy_.Failed();
+            EXPECT_EQ(spy_.open_lists, 0);
+            if (failed.empty()) {
+                EXPECT_TRUE(done);
+                break;
+            }
+            seen.insert(failed.substr(0, failed.find(L' ')));
+            SCOPED_TRACE(testing::PrintToString(word + L": " + failed));
+            const auto lines = log_.Take();
+            // A device that cannot be read is not meant, and one of two is left; the node is gone before its state is.
+            if (failed.starts_with(L"GetDevice")) {
+                EXPECT_TRUE(done);
+                EXPECT_EQ(lines.size(), failed == L"GetDeviceInstallParams" ? 2u : 1u);
+                if (failed != L"GetDeviceInstallParams") EXPECT_EQ(failed, L"GetDeviceRegistryProperty 1 2048");
+                continue;
+            }
+            EXPECT_FALSE(done);
+            EXPECT_EQ(error, static_cast<DWORD>(ERROR_ACCESS_DENIED));
+            EXPECT_EQ(lines.back(), Line((L"Command: " + word + L" failed with error code : 5").c_str()));
+            if (word == L"install") {
+                EXPECT_EQ(lines[0], Line(L"Command: install failed with error code : 5", L"InstallDevice"));
+                const auto calls = spy_.Take();
+                EXPECT_EQ(std::ranges::count(calls, std::wstring(L"DestroyDeviceInfoList")), n > 2);
+            }
+        }
+        const std::size_t kinds[] = {6, 1, 7, 5, 5};
+        EXPECT_EQ(seen.size(), kinds[word == L"install" ? 0 : word == L"update" ? 1 : word == L"remove" ? 2 : 3]);
     }
-    EXPECT_EQ(Devices(id_).size(), 1u);  // the last had its device by then
     spy_.Fail(L"UpdateDriver", ERROR_SUCCESS);
     EXPECT_FALSE(Run(L"update", id_));
-    EXPECT_THAT(log_.Take(), ElementsAre(Line(L"Command: update failed with error code : 31")));  // never "error 0"
+    EXPECT_EQ(log_.Take().back(), Line(L"Command: update failed with error code : 31"));  // never "error 0"
+}
+
+// What a rehearsal lists is what the real run then asks of the system.
+TEST_F(DeviceConsoleTest, ARehearsalListsTheChangesAndMakesNone) {
+    InstallTwoAndAnother();
+    for (const std::wstring word : {L"install", L"update", L"enable", L"disable", L"remove"}) {
+        const auto nodes = Devices(id_).size();
+        std::vector<std::wstring> planned;
+        {
+            const Rehearsal rehearsal;
+            EXPECT_TRUE(Run(word, id_));
+            for (const std::wstring& call : rehearsal.Calls()) {
+                const std::size_t begin = call.starts_with(L"SetupDi") ? 7 : 0;
+                planned.push_back(call.substr(begin, call.find(L'(') - begin));
+            }
+            EXPECT_EQ(Devices(id_).size(), nodes);
+            spy_.Take();
+        }
+        EXPECT_TRUE(Run(word, id_));
+        auto real = spy_.Take();
+        std::erase_if(real, [](const auto& call) {
+            return call.starts_with(L"GetINFClass") || call.ends_with(L"DeviceInfoList");
+        });
+        ASSERT_EQ(planned.size(), real.size());
+        for (std::size_t i = 0; i < real.size(); ++i) {
+            const std::wstring name = real[i].substr(0, real[i].find(L' '));
+            EXPECT_THAT(planned[i], HasSubstr(name));
+        }
+    }
+    const Rehearsal rehearsal;
+    EXPECT_TRUE(Run(L"disable", other_));
+    const std::wstring node = Devices(other_).at(0).instance;
+    EXPECT_THAT(rehearsal.Calls(), ElementsAre(L"SetupDiSetClassInstallParamsW(" + node +
+                                                   L", DIF_PROPERTYCHANGE, DICS_DISABLE, DICS_FLAG_CONFIGSPECIFIC)",
+                                               L"SetupDiCallClassInstaller(DIF_PROPERTYCHANGE, " + node + L")"));
 }
 
 TEST_F(DeviceConsoleTest, RefusesBadInputBeforeItTouchesTheSystem) {
@@ -152,8 +215,6 @@ TEST_F(DeviceConsoleTest, EnablesInBothScopesAndDisablesInOne) {
     EXPECT_THAT(fails_with(L"enable", everywhere, ERROR_ACCESS_DENIED),
                 ElementsAre(everywhere, here, call, everywhere, call, here, call));
     EXPECT_THAT(fails_with(L"disable", call, ERROR_NOT_DISABLEABLE), ElementsAre(off, call, off, call));
-    EXPECT_THAT(fails_with(L"disable", L"EnumDeviceInfo", ERROR_GEN_FAILURE), IsEmpty());
-    EXPECT_THAT(fails_with(L"disable", L"GetClassDevsEx 6", ERROR_GEN_FAILURE), IsEmpty());
 }
 
 TEST_F(DeviceConsoleTest, RemovalTellsOfRestartsAndOfDriversThatStay) {

@@ -1,3 +1,4 @@
+#include "base/win_system_entry.h"
 #include "support/firewall_double.h"
 #include "support/testing.h"
 #include "tandor/firewall.h"
@@ -86,22 +87,45 @@ TEST_F(FirewallRemoval, RulesThatChangeDuringTheWalkAndOnesThatStayAreNoTrouble)
                                       Line(3, L"rules ok, rules removed count: 0")));
 }
 
-TEST_F(FirewallRemoval, AStepThatFailsIsNamedAndWhatWasReadIsRemoved) {
-    for (const auto& [step, text] : {std::pair{L"policy", L"rules: get netfwpolicy interface failed."},
-                                     {L"get_Rules", L"rules: get netfwrules interface failed."},
-                                     {L"get__NewEnum", L"rules: get netfwrules enum interface failed."},
-                                     {L"IEnumVARIANT", L"rules: get netfwrules variant enum interface failed."}}) {
-        double_->failing = {{step, E_FAIL}};
-        EXPECT_THAT(Remove(), ElementsAre(kStart, Line(4, text)));
-    }
-    double_->failing.clear();
-    double_->failing_entry = 0;
-    EXPECT_THAT(Remove(), ElementsAre(kStart, Line(4, L"rules: enum rules failed.")));
-    double_->rules = {RuleFor(L"Internet (DHCPv4-In)", kHost), RuleFor(L"Internet (SharedAccess-Out)", kHost)};
-    double_->failing_entry = 1;
-    EXPECT_THAT(Remove(),
-                ElementsAre(kStart, Line(3, L"rule: Internet (DHCPv4-In)"), Line(4, L"rules: enum rules failed 2.")));
-    EXPECT_THAT(double_.Names(), ElementsAre(L"Internet (SharedAccess-Out)"));
+TEST_F(FirewallRemoval, EachCallThatFailsIsNamedAndWhatWasReadIsRemoved) {
+    const std::map<std::wstring, const wchar_t*> texts{
+        {L"policy", L"rules: get netfwpolicy interface failed."},
+        {L"get_Rules", L"rules: get netfwrules interface failed."},
+        {L"get__NewEnum", L"rules: get netfwrules enum interface failed."},
+        {L"IEnumVARIANT", L"rules: get netfwrules variant enum interface failed."},
+        {L"INetFwRule", L"rules: get netfwrule interface faile."},
+        {L"get_Name", L"rules: get netfwrule interface faile."},
+        {L"Remove", L"rule failed."},
+    };
+    std::set<std::wstring> seen;
+    int removed = 0;
+    long status = S_OK;
+    double_.FailEach(
+        [&] {
+            double_->rules = {RuleFor(L"Internet (DHCPv4-In)", kHost), RuleFor(L"Internet (SharedAccess-Out)", kHost)};
+            log_.Take();
+        },
+        [&] { status = Firewall::RemoveDHCPRulesAndWait(removed); },
+        [&](const std::wstring& failed) {
+            const auto text = texts.find(failed);
+            const auto lines = log_.Take();
+            EXPECT_EQ(removed, 2 - static_cast<int>(double_->rules.size()));
+            if (failed == L"Next") {
+                const bool first = !seen.contains(failed);
+                EXPECT_EQ(lines.back(), Line(4, first ? L"rules: enum rules failed." : L"rules: enum rules failed 2."));
+                EXPECT_EQ(status, E_FAIL);
+            } else if (text != texts.end()) {
+                EXPECT_THAT(lines, Contains(Line(4, text->second)));
+                const bool passed_over = failed == L"INetFwRule" || failed == L"get_Name";
+                EXPECT_EQ(status, passed_over ? S_OK : E_FAIL);
+            } else {  // a property that is not asked for by name stays empty
+                EXPECT_EQ(removed, failed == L"get_ApplicationName" ? 1 : 2);
+            }
+            seen.insert(failed);
+            EXPECT_EQ(FirewallDouble::Live(), 0);
+        });
+    EXPECT_EQ(removed, 2);
+    for (const auto& [call, text] : texts) EXPECT_TRUE(seen.contains(call)) << testing::PrintToString(call);
 }
 
 TEST_F(FirewallRemoval, OneRunsAtATimeAndOneStartsIn15Seconds) {
@@ -124,6 +148,35 @@ TEST_F(FirewallRemoval, OneRunsAtATimeAndOneStartsIn15Seconds) {
     EXPECT_EQ(started, 2);
     ::SetEvent(go_on.Get());
     EXPECT_TRUE(Ends());
+}
+
+// The library under another name, which nobody else holds: it goes with its last user, and that is the thread.
+TEST_F(FirewallRemoval, TheThreadKeepsItsLibraryUntilItEnds) {
+    const TemporaryFolder folder;
+    const std::filesystem::path copy = folder.path / L"TandorUtil copy.dll";
+    std::filesystem::copy_file(L"TandorUtil.dll", copy);
+    const tandor::KernelHandle reached(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    const tandor::KernelHandle go_on(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    double_->rules = {RuleFor(L"Internet (DHCPv4-In)", kHost)};
+    double_->on_entry = [&] {
+        ::SetEvent(reached.Get());
+        ::WaitForSingleObject(go_on.Get(), 30'000);
+    };
+    {
+        const tandor::ModuleHandle library(::LoadLibraryW(copy.c_str()));
+        ASSERT_TRUE(library);
+        auto* const remove = tandor::EntryOf<void()>(library.Get(), "_ZN8Firewall15RemoveDHCPRulesEv");
+        ASSERT_NE(remove, nullptr);
+        remove();
+    }
+    EXPECT_EQ(::WaitForSingleObject(reached.Get(), 30'000), WAIT_OBJECT_0);
+    EXPECT_NE(::GetModuleHandleW(copy.c_str()), nullptr);
+    ::SetEvent(go_on.Get());
+    const ULONGLONG begin = ::GetTickCount64();
+    while (::GetModuleHandleW(copy.c_str()) != nullptr && ::GetTickCount64() - begin < 30'000) ::Sleep(5);
+    EXPECT_EQ(::GetModuleHandleW(copy.c_str()), nullptr);
+    EXPECT_THAT(double_.Names(), IsEmpty());
+    EXPECT_EQ(Child(L"remove-dhcp").Wait(), 0);  // a program that ends at once is not held up
 }
 
 TEST_F(FirewallRemoval, AThreadThatDoesNotStartIsToldAndBlocksNothing) {

@@ -1,7 +1,9 @@
 #include "tandor/firewall.h"
 #include "pelora/system_environment.h"
+#include "support/apartments.h"
 #include "support/firewall_double.h"
 #include "support/testing.h"
+#include "tandor/rehearsal.h"
 
 namespace {
 
@@ -86,50 +88,115 @@ TEST_F(FirewallTest, OneRuleOrAllOfTheNameAreRemoved) {
     EXPECT_LT(Firewall(L"Other", L"").DeleteExistFirewallRules(), 0);
 }
 
-TEST_F(FirewallTest, EachFailureIsReturnedAndLogged) {
-    const std::wstring all = L"AddFirewallRules", add = L"AddFirewallRuleWithEdgeTraversal";
-    const std::wstring remove_all = L"DeleteExistFirewallRules", remove = L"DeleteFirewallRule";
-    const std::wstring denied = L"Access is denied, the firewall needs administrator rights.";
-    const std::wstring remove_error = L"DeleteExistFirewallRules() Remove() error.";
-    const std::wstring group = L"Failed calling API IsRuleGroupCurrentlyEnabled.";
-    const std::vector<std::wstring> not_added{Line(3, L"Firewall plan is on, we add the firewall rule here.", all),
-                                              Line(4, L"Add Firewall rule failed: 0x80070005", add),
-                                              Line(4, denied, add),
-                                              Line(4, L"Firewall plan is on, we add the firewall rule failed.", all)};
-    const std::vector<std::wstring> not_removed{Line(4, remove_error, remove_all), Line(4, denied, remove_all),
-                                                Line(4, L"DeleteExistFirewallRules() failed.", all)};
+// What an operation says when a call fails. `adding`: the old rules have gone by then.
+std::vector<std::wstring> LinesOf(const std::wstring& operation, const std::wstring& failed, bool adding) {
+    const bool all = operation == L"AddFirewallRules";
+    const std::wstring inner = !all     ? operation
+                               : adding ? L"AddFirewallRuleWithEdgeTraversal"
+                                        : L"DeleteExistFirewallRules";
+    std::wstring text = L"Add Firewall rule failed: 0x80004005";
+    if (failed == L"get_Rules")
+        text = inner.starts_with(L"Add") ? L"Add FireWall rule get_Rules() failed " : inner + L"() get_Rules() error.";
+    if (failed == L"Item") text = L"Item() failed: 0x80004005";
+    if (failed == L"Remove") text = L"DeleteExistFirewallRules() Remove() error.";
+    if (failed == L"rule" || (failed == L"INetFwRule" && inner.starts_with(L"Add")))
+        text = L"CoCreateInstance for Firewall Rule failed: 0x80004005";
+    if (failed.ends_with(L"Enabled") && !failed.starts_with(L"put_"))
+        text = L"Failed calling API IsRuleGroupCurrentlyEnabled.";
+    if (failed == L"get_IsRuleGroupCurrentlyEnabled") text += L" Error: 0x 80004005.";
+    std::vector<std::wstring> lines{Line(4, text, inner)};
+    if (all && adding) {
+        lines.insert(lines.begin(), Line(3, L"Firewall plan is on, we add the firewall rule here.", operation));
+        lines.push_back(Line(4, L"Firewall plan is on, we add the firewall rule failed.", operation));
+    } else if (all) {
+        lines.push_back(Line(4, L"DeleteExistFirewallRules() failed.", operation));
+    }
+    return lines;
+}
+
+TEST_F(FirewallTest, EachCallThatFailsIsReturnedAndLogged) {
+    plan_.user.Set(L"1");
     struct Case {
-        const wchar_t* failing;
-        HRESULT status;
         Operation operation;
-        std::vector<std::wstring> lines;
-        std::size_t rules_left = 1;
+        std::wstring name;
+        std::size_t calls;
     };
     const Case cases[] = {
-        {L"get_Rules", E_FAIL, kAdd, {Line(4, L"Add FireWall rule get_Rules() failed ", add)}},
-        {L"rule", E_FAIL, kAdd, {Line(4, L"CoCreateInstance for Firewall Rule failed: 0x80004005", add)}},
-        {L"put_ApplicationName", E_FAIL, kAdd, {Line(4, L"Add Firewall rule failed: 0x80004005", add)}},
-        {L"Add", kDenied, kAddAll, not_added, 0},
-        {L"Remove", kDenied, kAddAll, not_removed},
-        {L"get_Rules", E_FAIL, kRemoveAll, {Line(4, L"DeleteExistFirewallRules() get_Rules() error.", remove_all)}},
-        {L"Item", E_NOTIMPL, kRemoveAll, {Line(4, L"Item() failed: 0x80004001", remove_all)}},
-        {L"get_Rules", E_FAIL, kRemove, {Line(4, L"DeleteFirewallRule() get_Rules() error.", remove)}},
-        {L"Remove", E_FAIL, kRemove, {Line(4, remove_error, remove)}},
-        {L"IsRuleGroupEnabled", E_FAIL, kEnabled, {Line(4, group, L"IsRuleGroupEnabled")}},
-        {L"get_IsRuleGroupCurrentlyEnabled",
-         E_FAIL,
-         kCurrently,
-         {Line(4, group + L" Error: 0x 80004005.", L"IsRuleGroupCurrentlyEnabled")}},
+        {kAddAll, L"AddFirewallRules", 18},           {kAdd, L"AddFirewallRuleWithEdgeTraversal", 13},
+        {kRemoveAll, L"DeleteExistFirewallRules", 6}, {kRemove, L"DeleteFirewallRule", 3},
+        {kEnabled, L"IsRuleGroupEnabled", 1},         {kCurrently, L"IsRuleGroupCurrentlyEnabled", 1},
     };
-    plan_.user.Set(L"1");
     for (const Case& c : cases) {
-        double_->rules = {RuleFor(L"PVAMessageCenter", L"a")};
-        double_->failing = {{c.failing, c.status}};
-        Firewall firewall;
-        EXPECT_EQ(c.operation(firewall), c.status);
-        EXPECT_EQ(log_.Take(), c.lines);
-        EXPECT_EQ(double_->rules.size(), c.rules_left);
+        std::optional<Firewall> firewall;
+        long status = S_OK;
+        std::size_t failures = 0;
+        double_.FailEach(
+            [&] {
+                double_->rules = {RuleFor(L"PVAMessageCenter", L"a"), RuleFor(L"PVAMessageCenter", L"b")};
+                firewall.emplace();
+                log_.Take();
+            },
+            [&] { status = c.operation(*firewall); },
+            [&](const std::wstring& failed) {
+                ++failures;
+                EXPECT_EQ(status, E_FAIL);
+                EXPECT_EQ(log_.Take(), LinesOf(c.name, failed, double_->rules.empty() && failed != L"Item"));
+                firewall.reset();
+                EXPECT_EQ(FirewallDouble::Live(), 0);
+            });
+        EXPECT_EQ(status, S_OK);
+        EXPECT_GE(failures, c.calls);
     }
+}
+
+TEST_F(FirewallTest, ADenialIsExplainedAndNothingWhereSomethingShouldBeIsNoRule) {
+    const std::wstring remove_all = L"DeleteExistFirewallRules";
+    double_->rules = {RuleFor(L"PVAMessageCenter", L"a")};
+    double_->failing = {{L"Remove", kDenied}};
+    Firewall firewall;
+    EXPECT_EQ(firewall.DeleteExistFirewallRules(), kDenied);
+    EXPECT_THAT(log_.Take(),
+                ElementsAre(Line(4, L"DeleteExistFirewallRules() Remove() error.", remove_all),
+                            Line(4, L"Access is denied, the firewall needs administrator rights.", remove_all)));
+    double_->nothing = L"Item";
+    EXPECT_EQ(firewall.DeleteExistFirewallRules(), S_OK);
+    double_->nothing = L"get_Rules";
+    EXPECT_EQ(firewall.DeleteExistFirewallRules(), E_POINTER);
+    EXPECT_THAT(log_.Take(), ElementsAre(Line(4, L"DeleteExistFirewallRules() get_Rules() error.", remove_all)));
+}
+
+// What a rehearsal lists is what the real run then asks of the firewall.
+TEST_F(FirewallTest, ARehearsalListsTheChangesAndMakesNone) {
+    plan_.user.Set(L"1");
+    wchar_t program[500];
+    ::GetModuleFileNameW(nullptr, program, 500);
+    const std::wstring removal = L"INetFwRules::Remove(PVAMessageCenter)";
+    const std::wstring dhcp = L"Internet Connection Sharing (DHCPv4-In)";
+    double_->rules = {RuleFor(L"PVAMessageCenter", L"a"), RuleFor(dhcp, L"C:\\svchost.exe"),
+                      RuleFor(L"PVAMessageCenter", L"b")};
+    int removed = 0;
+    {
+        const Rehearsal rehearsal;
+        EXPECT_EQ(Firewall().AddFirewallRules(), S_OK);
+        EXPECT_EQ(Firewall().DeleteFirewallRule(), S_OK);
+        EXPECT_EQ(Firewall::RemoveDHCPRulesAndWait(removed), S_OK);
+        EXPECT_EQ(removed, 1);
+        EXPECT_THAT(
+            rehearsal.Calls(),
+            ElementsAre(removal, removal, L"INetFwRules::Add(PVAMessageCenter for " + std::wstring(program) + L")",
+                        removal, L"INetFwRules::Remove(" + dhcp + L")"));
+        const Rehearsal inner;
+        InThreads(1, [&](int) { Firewall(L"Elsewhere", L"").AddFirewallRuleWithEdgeTraversal(); });
+        EXPECT_EQ(Firewall().DeleteExistFirewallRules(), S_OK);
+        EXPECT_THAT(inner.Calls(), SizeIs(2));
+        EXPECT_THAT(rehearsal.Calls(), SizeIs(5));
+    }
+    EXPECT_THAT(double_.Names(), ElementsAre(L"PVAMessageCenter", dhcp, L"PVAMessageCenter", L"Elsewhere"));
+    double_.Asked();
+    EXPECT_EQ(Firewall().AddFirewallRules(), S_OK);
+    auto changes = double_.Asked();
+    std::erase_if(changes, [](const auto& call) { return !call.starts_with(L"Remove") && call != L"Add"; });
+    EXPECT_THAT(changes, ElementsAre(L"Remove PVAMessageCenter", L"Remove PVAMessageCenter", L"Add"));
 }
 
 TEST_F(FirewallTest, WithoutConnectionEverythingFailsUntilItIsMadeAnew) {

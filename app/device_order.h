@@ -1,4 +1,4 @@
-// What a command of the device console would do, without doing it.
+// What a command of the device console is about.
 #pragma once
 
 #include <string>
@@ -20,16 +20,5 @@ Vxa::Exp::DriverInf ReadInf(const DeviceOrder& order);
 
 // The devices that the order means.
 std::vector<Vxa::Exp::DeviceNode> Targets(const DeviceOrder& order);
-
-struct DevicePlan {
-    std::vector<std::string> steps;
-    std::vector<std::string> notes;
-    bool can_succeed = true;
-};
-
-// Looks at the INF and at the devices there are. Throws CommandError when the order cannot even begin.
-DevicePlan PlanOf(const DeviceOrder& order);
-
-void ShowPlan(const Context& context, const DeviceOrder& order, const DevicePlan& plan);
 
 }  // namespace tandor::app
