@@ -87,14 +87,18 @@ void Classify(const Context& context, const Options& options) {
 void AddClassifyCommand(CLI::App& app, Context& context) {
     CLI::App* const classify = app.add_subcommand("classify", "Sort files into transfer classes by their extension");
     const auto options = std::make_shared<Options>();
-    classify->add_option("PATH", options->paths, "File names, or folders whose files are meant")
-        ->required()
-        ->check(NotEmpty());
+    CLI::Option* const paths =
+        classify->add_option("PATH", options->paths, "File names, or folders whose files are meant")->check(NotEmpty());
+    const auto input = std::make_shared<FileInput>(
+        *classify, std::vector{paths}, "Take the names in the lines of this file instead; - is standard input");
     classify->add_flag("-r,--recursive", options->recursive, "Folders with everything below them");
     classify->add_flag("-s,--summary", options->summary, "Only how many files each class has");
     classify->footer(
         "Example:\n  tandorctl classify photo.JPG film.mkv\n  tandorctl classify --recursive --summary C:\\Users");
-    classify->callback([options, &context] { Classify(context, *options); });
+    classify->callback([options, input, &context] {
+        if (input->IsGiven()) options->paths = input->Lines();
+        Classify(context, *options);
+    });
 }
 
 }  // namespace tandor::app

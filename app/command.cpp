@@ -8,6 +8,7 @@
 #include <iostream>
 #include <iterator>
 
+#include "app/terminal.h"
 #include "base/utf.h"
 
 namespace tandor::app {
@@ -15,13 +16,16 @@ namespace {
 
 constexpr std::size_t kLongestWhat = 50;  // characters that fit into a line with what follows
 
-std::size_t Width(std::string_view text) {
-    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
-}
+bool printed = false;
 
 }  // namespace
 
-void Print(std::string_view text) { std::fwrite(text.data(), 1, text.size(), stdout); }
+void Print(std::string_view text) {
+    std::fwrite(text.data(), 1, text.size(), stdout);
+    printed = true;
+}
+
+bool HasPrinted() { return printed; }
 
 void PrintLine(std::string_view text) {
     Print(text);
@@ -46,8 +50,15 @@ void PrintTable(const std::vector<std::vector<std::string>>& rows) {
     }
 }
 
-Progress::Progress(std::string_view what)
-    : terminal_(::GetFileType(::GetStdHandle(STD_ERROR_HANDLE)) == FILE_TYPE_CHAR) {
+void PrintNotLookedAt(const std::map<std::string, std::vector<std::string>>& reasons) {
+    for (const auto& [reason, things] : reasons) {
+        std::string list;
+        for (const std::string& thing : things) list += (list.empty() ? "" : ", ") + thing;
+        PrintLine(std::to_string(things.size()) + " more: " + reason + ": " + list);
+    }
+}
+
+Progress::Progress(std::string_view what) : terminal_(IsTerminal(STD_ERROR_HANDLE)) {
     if (!terminal_) return;
     const std::wstring wide = WideFromUtf8Lossy(what);
     what_ = wide.size() <= kLongestWhat ? std::string(what)
@@ -82,6 +93,7 @@ std::filesystem::path PathFrom(std::string_view utf8) { return std::filesystem::
 std::string TextOf(const std::filesystem::path& path) { return Utf8FromWideLossy(path.native()); }
 
 std::string ReadInput(const std::string& file) {
+    if (file == "-" && IsTerminal(STD_INPUT_HANDLE)) return ReadTyped();
     if (file == "-") return {std::istreambuf_iterator<char>(std::cin), {}};
     std::ifstream stream(PathFrom(file), std::ios::binary);
     std::string content{std::istreambuf_iterator<char>(stream), {}};
@@ -89,6 +101,19 @@ std::string ReadInput(const std::string& file) {
         throw CommandError(file, "cannot be read", "check that the file exists and that you may read it");
     }
     return content;
+}
+
+std::vector<std::string> ReadLines(const std::string& file) {
+    constexpr std::string_view kMark = "\xEF\xBB\xBF";
+    std::string content = ReadInput(file);
+    if (content.starts_with(kMark)) content.erase(0, kMark.size());
+    if (!content.empty() && !content.ends_with('\n')) content += '\n';
+    std::vector<std::string> lines;
+    for (std::size_t begin = 0, end = 0; (end = content.find('\n', begin)) != std::string::npos; begin = end + 1) {
+        lines.push_back(content.substr(begin, end - begin));
+        if (lines.back().ends_with('\r')) lines.back().pop_back();
+    }
+    return lines;
 }
 
 void WriteOutput(const std::string& file, std::string_view content) {

@@ -3,22 +3,18 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cstdint>
 #include <filesystem>
-#include <stdexcept>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "app/trouble.h"
+
 namespace tandor::app {
 
 using Json = nlohmann::ordered_json;
-
-// A failure that a person can act on. Its text is "thing: cause; remedy"; the program prints it and ends with 1.
-class CommandError : public std::runtime_error {
-public:
-    CommandError(const std::string& thing, const std::string& cause, const std::string& remedy = {})
-        : std::runtime_error(thing + ": " + cause + (remedy.empty() ? "" : "; " + remedy)) {}
-};
 
 // What the options before and behind the verb say, and how the command ended.
 struct Context {
@@ -30,10 +26,19 @@ struct Context {
 // Writes UTF-8 to standard output, as it is or with a line break. What cannot be written is told at the program's end.
 void Print(std::string_view text);
 void PrintLine(std::string_view text);
+
+// One document, the only thing that a command prints under --json. It is an object, its lists stand under keys in the
+// plural, and its keys and their types are the same whatever is found; docs/cli.md shows them.
 void PrintJson(const Json& document);
+
+// Whether anything went to standard output yet.
+bool HasPrinted();
 
 // A table for people: the first row is the heading. Columns are padded by characters, not bytes.
 void PrintTable(const std::vector<std::vector<std::string>>& rows);
+
+// What a look had to leave out, by the reason: "2 more: a pipe: 0x14, 0x18".
+void PrintNotLookedAt(const std::map<std::string, std::vector<std::string>>& reasons);
 
 // One line on standard error that is written over and over, when that is a terminal; nothing otherwise.
 class Progress {
@@ -62,6 +67,9 @@ std::string TextOf(const std::filesystem::path& path);
 
 // The content of the file, or of standard input for "-". Throws CommandError.
 std::string ReadInput(const std::string& file);
+
+// Its lines, without their ends and a byte order mark in front.
+std::vector<std::string> ReadLines(const std::string& file);
 
 // Writes the content to the file, or to standard output for "-" and for no name. Throws CommandError.
 void WriteOutput(const std::string& file, std::string_view content);

@@ -18,8 +18,9 @@ CLI::Validator WebAddress() {
     return {[](const std::string& text) {
                 const bool known = (text.starts_with("https://") && text.size() > 8) ||
                                    (text.starts_with("http://") && text.size() > 7);
-                return known ? std::string()
-                             : "'" + text + "' is not an address of https; write it whole, as https://host/path";
+                return known
+                           ? std::string()
+                           : "'" + text + "' is not the address of a web server; write it whole, as https://host/path";
             },
             "URL"};
 }
@@ -44,6 +45,20 @@ CLI::Validator OneOf(const std::vector<std::string>& words) {
                 return known ? std::string() : "'" + text + "' is not one of " + CLI::detail::join(words, ", ");
             },
             "{" + CLI::detail::join(words, ",") + "}"};
+}
+
+FileInput::FileInput(CLI::App& command, std::vector<CLI::Option*> arguments, const std::string& help)
+    : arguments_(std::move(arguments)), option_(command.add_option("--file", file_, help)->type_name("FILE")) {
+    for (CLI::Option* const argument : arguments_) option_->excludes(argument);
+}
+
+bool FileInput::IsGiven() const {
+    if (option_->count() > 0) return true;
+    std::string names;
+    for (const CLI::Option* const argument : arguments_) names += argument->get_name(true) + " ";
+    if (std::ranges::any_of(arguments_, [](const CLI::Option* argument) { return argument->count() == 0; }))
+        throw CLI::RequiredError(names + "or --file");
+    return false;
 }
 
 }  // namespace tandor::app

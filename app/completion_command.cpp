@@ -1,8 +1,10 @@
-// completion: what a shell must know to complete tandorctl's command lines, written from the parser's own tree.
+// completion: what a shell must know to complete tandorctl's command lines, and the table of all commands, written from
+// the parser's own tree.
 #include <fmt/format.h>
 
 #include <map>
 
+#include "app/command_table.h"
 #include "app/commands.h"
 #include "app/usage.h"
 
@@ -138,20 +140,28 @@ std::string PowerShellScript(const std::vector<Level>& levels) {
            "    }\n    $sets = @{\n" + sets + "    }\n" + std::string(kPowerShellEnd);
 }
 
+std::string TextFor(const std::string& shell, const CLI::App& app) {
+    if (shell == "markdown") return CommandTable(app);
+    std::vector<Level> levels;
+    Collect(app, {}, levels);
+    return shell == "bash" ? BashScript(levels) : PowerShellScript(levels);
+}
+
 }  // namespace
 
-void AddCompletionCommand(CLI::App& app, Context&) {
+void AddCompletionCommand(CLI::App& app, Context& context) {
     const auto shell = std::make_shared<std::string>();
     CLI::App* const completion =
-        app.add_subcommand("completion", "Print the script by which a shell completes tandorctl");
-    completion->add_option("SHELL", *shell, "The shell")->required()->check(OneOf({"bash", "powershell"}));
+        app.add_subcommand("completion", "Completion for a shell: the script that it runs; or all commands as a table");
+    completion->add_option("SHELL", *shell, "The shell; markdown is the table")
+        ->required()
+        ->check(OneOf({"bash", "powershell", "markdown"}));
     completion->footer(
         "Example:\n  tandorctl completion bash > ~/.local/share/bash-completion/completions/tandorctl\n"
         "  tandorctl completion powershell | Out-String | Invoke-Expression");
-    completion->callback([shell, &app] {
-        std::vector<Level> levels;
-        Collect(app, {}, levels);
-        Print(*shell == "bash" ? BashScript(levels) : PowerShellScript(levels));
+    completion->callback([shell, &app, &context] {
+        const std::string text = TextFor(*shell, app);
+        context.json ? PrintJson({{"for", *shell}, {"text", text}}) : Print(text);
     });
 }
 

@@ -114,8 +114,8 @@ void Stage(Context& context, const ConsoleOptions& options) {
     const bool staged = DeviceConsole::GetInstance().ExecPnpCommand(inf);
     const DWORD code = ::GetLastError();
     if (code == ERROR_FILE_NOT_FOUND)  // the INF is there
-        throw CommandError("stage " + options.order.inf,
-                           "the system's pnputil.exe or a file of the package is missing");
+        throw CommandError("stage " + options.order.inf, "the system's pnputil.exe or a file of the package is missing",
+                           "compare the package's folder with its INF file");
     if (!staged) throw DeviceError("stage " + options.order.inf, code);
     Vxa::Exp::DriverInf driver;
     Json folders = Json::array();

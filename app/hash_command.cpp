@@ -7,11 +7,11 @@
 #include <optional>
 
 #include "app/commands.h"
+#include "app/file_hash.h"
 #include "base/hex.h"
 #include "base/utf.h"
 #include "base/win_error.h"
 #include "tandor/crypto.h"
-#include "tandor/sealing.h"
 
 namespace tandor::app {
 namespace {
@@ -29,23 +29,19 @@ std::string HashStandardInput() {
     }
     std::string digest(hash.DigestLen(), '\0');
     if (!good || !hash.Finish(reinterpret_cast<unsigned char*>(digest.data()))) {
-        throw CommandError("standard input", "it cannot be read and hashed");
+        throw CommandError("standard input", "it cannot be read and hashed", "give a file's name instead");
     }
     return HexFromBytes(digest, HexCase::kLower);
 }
 
 std::string Hash(const std::string& file) {
     if (file == "-") return HashStandardInput();
-    std::string digest;
     Progress progress("hashing " + file);
     const auto show = [&progress](unsigned long long done, unsigned long long total) {
         progress.Show(done, std::max(done, total));
         return true;
     };
-    if (!CTandorSecTools().GetSha256HashStrFromFile(PathFrom(file).native(), digest, show)) {
-        throw CommandError(file, WindowsErrorText(::GetLastError()), kReadable);
-    }
-    return digest;
+    return HashFile(file, show);
 }
 
 // Lines of a list of digests: the digest, a blank, a blank or an asterisk, the name. A backslash in front says that
@@ -190,6 +186,12 @@ void CheckLists(Context& context, const std::vector<std::string>& lists) {
 }
 
 }  // namespace
+
+std::string HashFile(const std::string& file, const CTandorSecTools::HashProgress& progress) {
+    std::string digest;
+    if (CTandorSecTools().GetSha256HashStrFromFile(PathFrom(file).native(), digest, progress)) return digest;
+    throw CommandError(file, WindowsErrorText(::GetLastError()), kReadable);
+}
 
 void AddHashCommand(CLI::App& app, Context& context) {
     CLI::App* const hash = app.add_subcommand("hash", "SHA-256 of files, as lists that sha256sum -c reads");

@@ -27,9 +27,9 @@ class HttpPoster::Impl {
 public:
     explicit Impl(Options options) : options_(std::move(options)) {
         if (!StartCrypto() || ::curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK)
-            throw CommandError("HTTP", "the library did not start");
+            throw CommandError("HTTP", "the library did not start", "see 'tandorctl doctor'");
         easy_.reset(::curl_easy_init());
-        if (!easy_) throw CommandError("HTTP", "the library did not start");
+        if (!easy_) throw CommandError("HTTP", "the library did not start", "see 'tandorctl doctor'");
         for (const char* const header : {"Content-Type: application/json", "Expect:"}) AddHeader(header);
         for (const std::string& header : options_.headers) AddHeader(header.c_str());
     }

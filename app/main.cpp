@@ -3,9 +3,11 @@
 #include <fcntl.h>
 #include <io.h>
 
+#include <algorithm>
 #include <cstdio>
 
 #include "app/commands.h"
+#include "app/terminal.h"
 #include "app/usage.h"
 #include "base/utf.h"
 #include "pelora/log_service.h"
@@ -29,32 +31,57 @@ private:
     std::uint64_t subscription_;
 };
 
+// The help shows the commands in this order.
+struct Group {
+    const char* name;
+    std::vector<void (*)(CLI::App&, Context&)> families;
+};
+
+const std::vector<Group>& Groups() {
+    using namespace tandor::app;
+    static const std::vector<Group> groups{
+        {"Start", {AddTourCommand, AddDoctorCommand, AddCompletionCommand}},
+        {"Text", {AddLogCommands, AddTextCommands, AddVersionCommands, AddClassifyCommand}},
+        {"Devices", {AddDeviceCommands, AddConsoleCommands}},
+        {"Screens", {AddScreenCommands, AddPanelCommand}},
+        {"Security", {AddHashCommand, AddSealCommands}},
+        {"Reports", {AddReportCommands, AddOutboxCommands}},
+        {"Processes", {AddQueueCommand, AddWatchCommand, AddLookCommands, AddWindowsCommand}},
+        {"Network", {AddFetchCommand, AddFirewallCommands}},
+    };
+    return groups;
+}
+
 void AddCommands(CLI::App& app, Context& context) {
-    app.add_flag("--json", context.json, "Print data as JSON");
-    app.add_flag("--follow", context.follow, "Show what this command writes to the host log, on standard error");
+    app.add_flag("--json", context.json, "Print one JSON object, also of an error");
+    app.add_flag("--follow", context.follow, "Show on standard error what goes to the host log");
     app.set_version_flag("--version", "tandorctl " TANDOR_VERSION);
     app.require_subcommand(1);
     app.fallthrough();
     app.formatter(tandor::app::HelpFormat());
     app.footer(
-        "Try 'tandorctl tour' to see everything at work, 'tandorctl doctor' to see what works on this machine,\n"
-        "'tandorctl COMMAND --help' for one command. Exit codes: 0 done, 1 failed, 2 usage.");
-    using namespace tandor::app;
-    for (const auto add : {
-             AddLogCommands,     AddTextCommands,     AddVersionCommands, AddClassifyCommand, AddDeviceCommands,
-             AddScreenCommands,  AddPanelCommand,     AddHashCommand,     AddSealCommands,    AddFetchCommand,
-             AddReportCommands,  AddOutboxCommands,   AddQueueCommand,    AddWatchCommand,    AddLookCommands,
-             AddConsoleCommands, AddFirewallCommands, AddDoctorCommand,   AddTourCommand,     AddCompletionCommand,
-         }) {
-        add(app, context);
+        "'tandorctl COMMAND --help' has a command's verbs, its options and examples.\n"
+        "Exit codes: 0 done, 1 failed, 2 the command line was not understood.");
+    for (const Group& group : Groups()) {
+        const std::size_t before = app.get_subcommands(nullptr).size();
+        for (const auto add : group.families) add(app, context);
+        const auto commands = app.get_subcommands(nullptr);
+        for (std::size_t i = before; i < commands.size(); ++i) commands[i]->group(group.name);
     }
 }
 
 // Output that did not arrive is a failure, whatever the command thought of itself.
-int Finish(int exit_code) {
+int Finish(int exit_code, bool json) {
     if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return exit_code;
-    std::fputs("error: standard output: not all could be written; its reader has gone, or the disk is full\n", stderr);
+    tandor::app::ShowTrouble(
+        {"standard output", "not all could be written", "its reader has gone, or the disk is full"}, json);
     return exit_code == 0 ? 1 : exit_code;
+}
+
+// A line that was not understood has set nothing yet. Behind -- everything is a value.
+bool AsksForJson(const std::vector<std::string>& arguments) {
+    const auto end = std::ranges::find(arguments, "--");
+    return std::find(arguments.begin(), end, "--json") != end;
 }
 
 int Run(std::vector<std::string> arguments) {
@@ -62,6 +89,7 @@ int Run(std::vector<std::string> arguments) {
     Context context;
     AddCommands(app, context);
     if (arguments.empty()) arguments.emplace_back("--help");
+    const bool json = AsksForJson(arguments);
     std::unique_ptr<Follower> follower;
     app.parse_complete_callback([&] {
         if (context.follow) follower = std::make_unique<Follower>();
@@ -70,20 +98,22 @@ int Run(std::vector<std::string> arguments) {
         app.parse(
             std::vector<std::string>(arguments.rbegin(), arguments.rend()));  // the parser takes them from the back
     } catch (const CLI::ParseError& error) {
-        if (error.get_exit_code() == 0) return Finish(app.exit(error));  // help and version
-        std::fprintf(stderr, "%s\n", tandor::app::UsageError(app, error).c_str());
+        if (error.get_exit_code() == 0) return Finish(app.exit(error), json);  // help and version
+        tandor::app::ShowTrouble(tandor::app::UsageError(app, error), json);
         return 2;
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "error: %s\n", error.what());
-        return 1;
+        const std::string task = "'tandorctl" + tandor::app::PathOf(tandor::app::Reached(app)) + "'";
+        tandor::app::ShowTrouble(tandor::app::TroubleOf(error, task), json);
+        return dynamic_cast<const tandor::app::UsageFailure*>(&error) != nullptr ? 2 : 1;
     }
-    return Finish(context.exit_code);
+    if (json && !tandor::app::HasPrinted()) tandor::app::PrintJson({{"done", context.exit_code == 0}});
+    return Finish(context.exit_code, json);
 }
 
 }  // namespace
 
 int wmain(int count, wchar_t** words) {
-    ::SetConsoleOutputCP(CP_UTF8);
+    const tandor::app::ConsoleSetup console;
     _setmode(_fileno(stdin), _O_BINARY);
     _setmode(_fileno(stdout), _O_BINARY);
     std::vector<std::string> arguments;

@@ -18,7 +18,7 @@ constexpr auto kLongestBackoff = 30'000ms;
 constexpr std::size_t kBatchBytes = 512 * 1024;
 
 void Check(const std::string& trouble) {
-    if (!trouble.empty()) throw CommandError("outbox", trouble);
+    if (!trouble.empty()) throw CommandError("outbox", trouble, "see 'tandorctl doctor'");
 }
 
 bool WorthAnotherTry(const PostResult& answer) {

@@ -22,6 +22,19 @@ const std::vector<LogChannel>& LogChannels() {
 
 std::filesystem::path HostLogFolder() { return CommonFolder() / "log" / "host"; }
 
+std::filesystem::path HostLogFile(unsigned long process) {
+    const std::wstring end = L"-" + std::to_wstring(process) + L".log";
+    std::error_code error, ignored;
+    std::filesystem::directory_entry newest;
+    for (std::filesystem::directory_iterator entry(HostLogFolder(), error), none; !error && entry != none;
+         entry.increment(error)) {
+        const bool named = entry->path().native().ends_with(end);
+        if (named && (!newest.exists(ignored) || newest.last_write_time(ignored) < entry->last_write_time(ignored)))
+            newest = *entry;
+    }
+    return newest.path();
+}
+
 std::filesystem::path DeviceStoreFile() { return CommonFolder() / "device" / "devices.db"; }
 
 std::filesystem::path OutboxFile() { return CommonFolder() / "telemetry" / "outbox.db"; }

@@ -18,6 +18,8 @@ struct LogChannel {
 // The three channels with their present files; older ones lie beside them.
 const std::vector<LogChannel>& LogChannels();
 std::filesystem::path HostLogFolder();
+// Of the process that has this number, or had it last; empty when there is none.
+std::filesystem::path HostLogFile(unsigned long process);
 std::filesystem::path DeviceStoreFile();
 std::filesystem::path OutboxFile();
 

@@ -8,18 +8,17 @@
 namespace tandor::app {
 namespace {
 
+// A text, or the whole content of a file.
 struct Input {
+    explicit Input(CLI::App& command)
+        : file(command, {command.add_option("TEXT", text, "The text")},
+               "Read the input from this file instead; - is standard input") {}
+
+    [[nodiscard]] std::string Read() const { return file.IsGiven() ? file.Content() : text; }
+
     std::string text;
-    std::string file;
     bool decode = false;
-
-    CLI::Option* text_option = nullptr;
-    CLI::Option* file_option = nullptr;
-
-    [[nodiscard]] std::string Read() const {
-        if (text_option->count() + file_option->count() == 0) throw CLI::RequiredError("TEXT or --file");
-        return file_option->count() == 0 ? text : ReadInput(file);
-    }
+    FileInput file;
 };
 
 const unsigned char* Bytes(const std::string& text) { return reinterpret_cast<const unsigned char*>(text.data()); }
@@ -35,7 +34,8 @@ std::wstring WideText(const std::string& text) {
 
 std::string Base64(const Input& input) {
     const std::string content = input.Read();
-    if (content.size() > 0x7FFFFFFF) throw CommandError("the input", "it is larger than 2 GiB");
+    if (content.size() > 0x7FFFFFFF)
+        throw CommandError("the input", "it is larger than 2 GiB", "code it in parts, each a multiple of 3 bytes long");
     if (!input.decode) return TandorUtilClass::Base64Encode(Bytes(content), static_cast<unsigned>(content.size()));
     std::string text = content;
     text.erase(std::remove_if(text.begin(), text.end(), [](char c) { return c == '\r' || c == '\n'; }), text.end());
@@ -65,26 +65,16 @@ void ShowUnits(const Context& context, const std::string& text) {
     PrintLine(line);
 }
 
-std::shared_ptr<Input> AddInput(CLI::App* command) {
-    const auto input = std::make_shared<Input>();
-    input->text_option = command->add_option("TEXT", input->text, "The text");
-    input->file_option =
-        command->add_option("--file", input->file, "Read the input from this file instead; - is standard input")
-            ->excludes(input->text_option)
-            ->type_name("FILE");
-    return input;
-}
-
 void AddCoding(CLI::App* text, const Context& context, const char* name, const char* help, const char* example,
-               std::string (*code)(const Input&)) {
+               std::string (*code)(const Input&), bool both_ways = true) {
     CLI::App* const command = text->add_subcommand(name, help);
-    const auto input = AddInput(command);
-    command->add_flag("-d,--decode", input->decode, "Decode instead");
+    const auto input = std::make_shared<Input>(*command);
+    if (both_ways) command->add_flag("-d,--decode", input->decode, "Decode instead");
     command->footer(fmt::format("Example:\n  tandorctl text {}", example));
     command->callback([input, code, &context] {
         const std::string result = code(*input);
         if (context.json) return PrintJson({{"result", result}});
-        input->decode && !input->file.empty() ? Print(result) : PrintLine(result);
+        input->decode && input->file.IsGiven() ? Print(result) : PrintLine(result);
     });
 }
 
@@ -103,7 +93,8 @@ void AddTextCommands(CLI::App& app, Context& context) {
     });
     AddCoding(
         text, context, "mask", "Keep the first and the last character, asterisks between", "mask 13812345678",
-        [](const Input& input) { return Utf8FromWide(TandorUtilClass::SenstiveContent(WideText(input.Read()))); });
+        [](const Input& input) { return Utf8FromWide(TandorUtilClass::SenstiveContent(WideText(input.Read()))); },
+        false);
     AddCoding(text, context, "hex", "A number as sixteen hexadecimal digits, or hexadecimal text as a number",
               "hex --decode 1A2B", [](const Input& input) {
                   const std::string content = input.Read();
@@ -115,9 +106,9 @@ void AddTextCommands(CLI::App& app, Context& context) {
                   return Utf8FromWide(TandorUtilClass::StringFromHex(*number));
               });
 
-    CLI::App* const units = text->add_subcommand("units", "The UTF-16 units of a text");
-    const auto input = AddInput(units);
-    units->footer("Example:\n  tandorctl text units é");
+    CLI::App* const units = text->add_subcommand("utf16", "The UTF-16 units of a text");
+    const auto input = std::make_shared<Input>(*units);
+    units->footer("Example:\n  tandorctl text utf16 é");
     units->callback([input, &context] { ShowUnits(context, input->Read()); });
 }
 

@@ -36,6 +36,10 @@ struct TourStep {
     void (*run)(TourReport&);
 };
 
+// What helps when a call of the library did not do what it should.
+inline constexpr const char* kToldInTheLog =
+    "'tandorctl --follow tour' shows what the library logged, 'tandorctl doctor' what works here";
+
 // A step's own check; the step has failed when it does not hold. `what` says what was tried.
 void Expect(bool holds, const char* what);
 

@@ -2,20 +2,32 @@
 
 #include <algorithm>
 #include <numeric>
+#include <sstream>
 #include <utility>
 
 namespace tandor::app {
 namespace {
 
-// What stands for the option's value.
-std::string ValueWord(const CLI::Option& option) {
-    const std::vector<std::string> words = WordsOf(option);
-    if (!words.empty()) return "{" + CLI::detail::join(words, ",") + "}";
-    const std::string type = option.get_type_name();
-    const std::string word = type.substr(0, type.find(':'));
-    const std::size_t range = type.find(" in [");
-    const bool number = word == "INT" || word == "UINT" || word == "FLOAT";
-    return (number ? "N" : word) + (range == std::string::npos ? "" : type.substr(range));
+constexpr std::size_t kLineLength = 79;  // a terminal of 80 wraps after its last column
+constexpr std::size_t kGroup = 2, kName = 12, kText = 23, kOptionText = 30;  // columns
+
+// `left` in column 2 and the text from `column` on, broken where the line ends.
+std::string Row(const std::string& left, const std::string& text, std::size_t column) {
+    std::string row = "  " + left;
+    if (row.size() >= column) row += '\n' + std::string(column, ' ');
+    const auto begin = row.rfind('\n') + 1;
+    row.resize(std::max(row.size(), begin + column), ' ');
+    std::size_t used = column;
+    std::istringstream words(text);
+    for (std::string word; words >> word; used += word.size() + 1) {
+        if (used > column && used + word.size() > kLineLength) {
+            row.back() = '\n';
+            row += std::string(column, ' ');
+            used = column;
+        }
+        row += word + " ";
+    }
+    return row.substr(0, row.find_last_not_of(' ') + 1) + "\n";
 }
 
 class Format final : public CLI::Formatter {
@@ -28,6 +40,26 @@ public:
         return word + (many ? " ..." : "") + (option->get_required() && !option->get_positional() ? " (required)" : "");
     }
 
+    std::string make_option(const CLI::Option* option, bool positional) const override {
+        return Row(make_option_name(option, positional) + make_option_opts(option), make_option_desc(option),
+                   kOptionText);
+    }
+
+    std::string make_subcommands(const CLI::App* command, CLI::AppFormatMode) const override {
+        const bool grouped = command->get_parent() == nullptr;
+        std::string text, group;
+        for (const CLI::App* const verb : command->get_subcommands({})) {
+            std::string left = verb->get_name();
+            if (grouped) left = std::string(kName - kGroup, ' ') + left;
+            if (grouped && group != verb->get_group()) left.replace(0, verb->get_group().size(), verb->get_group());
+            group = verb->get_group();
+            // One screen has room for what stands before a colon.
+            const std::string about = verb->get_description();
+            text += grouped ? Row(left, about.substr(0, about.find(": ")), kText) : Row(left, about, kOptionText);
+        }
+        return text.empty() ? text : "\nCommands:\n" + text;
+    }
+
     // Before the footer, the options that may stand here as well because every command above has them.
     std::string make_footer(const CLI::App* command) const override {
         std::string inherited;
@@ -35,7 +67,8 @@ public:
             if (level->get_require_subcommand_min() == 0) continue;
             for (const CLI::Option* const option : level->get_options()) {
                 const bool once = option == level->get_help_ptr() || option->check_lname("version");
-                if (!once) inherited += make_option(option, false);
+                const bool hidden = command->get_option_no_throw(option->get_name()) != nullptr;  // by one of its own
+                if (!once && !hidden) inherited += make_option(option, false);
             }
         }
         return (inherited.empty() ? "" : "Options of the commands above:\n" + inherited + "\n") +
@@ -99,6 +132,18 @@ std::string ConversionText(std::string text) {
 
 }  // namespace
 
+std::string ValueWord(const CLI::Option& option) {
+    const std::vector<std::string> words = WordsOf(option);
+    if (!words.empty()) return "{" + CLI::detail::join(words, ",") + "}";
+    const std::string type = option.get_type_name();
+    std::size_t end = type.find(':');  // behind it stands what a check calls its values; a word may have one too
+    while (end != std::string::npos && type.substr(end + 1, 1) == " ") end = type.find(':', end + 1);
+    const std::string word = type.substr(0, end);
+    const std::size_t range = type.find(" in [");
+    const bool number = word == "INT" || word == "UINT" || word == "FLOAT";
+    return (number ? "N" : word) + (range == std::string::npos ? "" : type.substr(range));
+}
+
 std::shared_ptr<CLI::FormatterBase> HelpFormat() {
     const auto format = std::make_shared<Format>();
     format->label("Positionals", "Arguments");
@@ -123,7 +168,7 @@ std::string PathOf(const CLI::App& command) {
     return command.get_parent() == nullptr ? "" : PathOf(*command.get_parent()) + " " + command.get_name();
 }
 
-std::string UsageError(const CLI::App& app, const CLI::ParseError& error) {
+Trouble UsageError(const CLI::App& app, const CLI::ParseError& error) {
     const CLI::App& command = Reached(app);
     std::vector<std::string> unknown = app.remaining(true);
     std::erase(unknown, "--");
@@ -136,7 +181,10 @@ std::string UsageError(const CLI::App& app, const CLI::ParseError& error) {
     } else if (what.starts_with("A subcommand")) {
         text = "'tandorctl" + PathOf(command) + "' needs one of " + CLI::detail::join(VerbsOf(command), ", ");
     }
-    return "error: " + text + "; see 'tandorctl" + PathOf(command) + " --help'";
+    const std::string remedy = "see 'tandorctl" + PathOf(command) + " --help'";
+    const std::size_t colon = text.find(": ");
+    if (colon == std::string::npos) return {"the command line", text, remedy};
+    return {text.substr(0, colon), text.substr(colon + 2), remedy};
 }
 
 }  // namespace tandor::app

@@ -7,10 +7,16 @@
 #include <string>
 #include <vector>
 
+#include "app/trouble.h"
+
 namespace tandor::app {
 
-// Help with one word for one idea: FILE, N, TEXT and so on, fixed sets as {a,b}, ranges as they are.
+// Help with one word for one idea: FILE, N, TEXT and so on, fixed sets as {a,b}, ranges as they are. The program's own
+// help is one screen: each group of commands with its name beside the first of them.
 std::shared_ptr<CLI::FormatterBase> HelpFormat();
+
+// What stands for the option's value in a usage line: "FILE", "N", "{a,b}".
+std::string ValueWord(const CLI::Option& option);
 
 // The words that the option or argument takes, when they are a fixed set.
 std::vector<std::string> WordsOf(const CLI::Option& option);
@@ -21,7 +27,7 @@ const CLI::App& Reached(const CLI::App& app);
 // " text base64" for that command, nothing for the program itself.
 std::string PathOf(const CLI::App& command);
 
-// What was wrong, as "error: ...; see 'tandorctl text --help'".
-std::string UsageError(const CLI::App& app, const CLI::ParseError& error);
+// What was wrong with the command line; the remedy is the help of the command that was reached.
+Trouble UsageError(const CLI::App& app, const CLI::ParseError& error);
 
 }  // namespace tandor::app

@@ -16,7 +16,7 @@ constexpr const char* kStates[] = {"not running", "started, not initialised", "i
 struct WatchOptions {
     std::string name_a, name_b;
     double seconds = 0;
-    bool once = false;
+    bool follow = false;
     bool until_gone = false;
     bool initialised_only = false;
 };
@@ -34,22 +34,23 @@ void ShowState(const Context& context, unsigned state) {
     std::fflush(stdout);
 }
 
-void Watch(Context& context, const WatchOptions& options) {
+void State(Context& context, const WatchOptions& options) {
     const TdProcessStateWatcher watcher(WideFromUtf8(options.name_a), WideFromUtf8(options.name_b));
     unsigned state = watcher.QueryProcessState();
     ShowState(context, state);
-    if (options.once) {
+    if (!options.follow) {
         context.exit_code = state == 0 ? 1 : 0;
         return;
     }
     const StopSignal stop(options.seconds);
-    while (!stop.WaitFor(kIntervalMilliseconds)) {
+    while (!options.until_gone || state != 0) {
+        if (stop.WaitFor(kIntervalMilliseconds)) {
+            context.exit_code = options.until_gone ? 1 : 0;
+            return;
+        }
         const unsigned before = std::exchange(state, watcher.QueryProcessState());
-        if (state == before) continue;
-        ShowState(context, state);
-        if (options.until_gone && state == 0) return;
+        if (state != before) ShowState(context, state);
     }
-    if (options.until_gone) context.exit_code = 1;
 }
 
 // Why an event could not be made; the library's answer is only that it could not.
@@ -61,7 +62,7 @@ CommandError NotAnnounced(const TdProcessStatePresenter& presenter, const std::s
     return {"event '" + name + "'", "cannot be created", "with --follow the log line shows the system's error number"};
 }
 
-void Announce(const Context& context, const WatchOptions& options) {
+void Present(const Context& context, const WatchOptions& options) {
     TdProcessStatePresenter presenter(WideFromUtf8(options.name_a), WideFromUtf8(options.name_b));
     if (!presenter.Init()) throw NotAnnounced(presenter, options.name_a);
     if (!options.initialised_only && !presenter.Start()) throw NotAnnounced(presenter, options.name_b);
@@ -74,11 +75,14 @@ void Announce(const Context& context, const WatchOptions& options) {
     ShowState(context, 0);
 }
 
-void AddNames(CLI::App& command, WatchOptions& options) {
+CLI::Option* AddNames(CLI::App& command, WatchOptions& options) {
     command.add_option("NAME_A", options.name_a, "Event that exists while the process is initialised")
+        ->required()
         ->check(NotEmpty());
-    command.add_option("NAME_B", options.name_b, "Event that exists while the process is started")->check(NotEmpty());
-    command.add_option("--for", options.seconds, "End by itself after so many seconds")
+    command.add_option("NAME_B", options.name_b, "Event that exists while the process is started")
+        ->required()
+        ->check(NotEmpty());
+    return command.add_option("--for", options.seconds, "End by itself after so many seconds")
         ->check(AtLeast(0))
         ->type_name("SECONDS");
 }
@@ -88,29 +92,30 @@ void AddNames(CLI::App& command, WatchOptions& options) {
 void AddWatchCommand(CLI::App& app, Context& context) {
     const auto options = std::make_shared<WatchOptions>();
     CLI::App* const watch = app.add_subcommand("watch", "Follow the presence of another process, or announce one");
+    watch->require_subcommand(1);
     watch->footer(
-        "Shows the state at once and every change within 0.2 s, until Ctrl-C. With --json, one object for each line.\n"
-        "Exit code 1 with --once when nothing runs, and with --until-gone when the time was over first.\nExample:\n"
-        "  tandorctl watch announce Local\\MyA Local\\MyB     in one window\n"
-        "  tandorctl watch Local\\MyA Local\\MyB              in another");
-    AddNames(*watch, *options);
-    watch->add_flag("--once", options->once, "Show the state and end");
-    watch->add_flag("--until-gone", options->until_gone, "End when the process is gone");
+        "Example:\n"
+        "  tandorctl watch present Local\\MyA Local\\MyB            in one window\n"
+        "  tandorctl watch state Local\\MyA Local\\MyB --follow     in another");
 
-    CLI::App* const announce = watch->add_subcommand("announce", "Hold the two events until Ctrl-C, as a process does");
-    AddNames(*announce, *options);
-    announce->add_flag("--initialised-only", options->initialised_only, "Hold only the first event");
-    announce->get_option("NAME_A")->required();
-    announce->get_option("NAME_B")->required();
-    announce->footer("Example:\n  tandorctl watch announce Local\\MyA Local\\MyB --for 60");
-    announce->callback([options, &context] { Announce(context, *options); });
-    watch->callback([watch, announce, options, &context] {
-        if (announce->parsed()) return;
-        for (const char* const name : {"NAME_A", "NAME_B"}) {
-            if (watch->count(name) == 0) throw CLI::RequiredError(name);
-        }
-        Watch(context, *options);
-    });
+    CLI::App* const present = watch->add_subcommand("present", "Hold the two events until Ctrl-C, as a process does");
+    AddNames(*present, *options);
+    present->add_flag("--initialised-only", options->initialised_only, "Hold only the first event");
+    present->footer("Example:\n  tandorctl watch present Local\\MyA Local\\MyB --for 60");
+    present->callback([options, &context] { Present(context, *options); });
+
+    CLI::App* const state = watch->add_subcommand("state", "Show whether a process is initialised and started");
+    CLI::Option* const seconds = AddNames(*state, *options);
+    CLI::Option* const follow =
+        state->add_flag("--follow", options->follow, "Go on until Ctrl-C and show every change within 0.2 s");
+    seconds->needs(follow);
+    state->add_flag("--until-gone", options->until_gone, "End when the process is gone")->needs(follow);
+    state->footer(
+        "With --json, one object for each line. Exit code 1 when nothing runs, and with --until-gone when the time "
+        "was\n"
+        "over first. The host log is shown by a --follow in front: 'tandorctl --follow watch state ...'.\n"
+        "Example:\n  tandorctl watch state Local\\MyA Local\\MyB --follow");
+    state->callback([options, &context] { State(context, *options); });
 }
 
 }  // namespace tandor::app

@@ -92,8 +92,9 @@ SharedTurn::Taken SharedTurn::Wait() noexcept {
         same = holder == last && size == last_size ? same + 1 : 0;
         last = holder;
         last_size = size;
-        if (same % kNapsPerLook == kNapsPerLook - 1 && TakeFromTheDead(holder)) return Taken::kFromTheDead;
-        if (same >= (holder == stuck_ ? kNapsForStuck : kNaps)) {
+        const bool enough = same >= (holder == stuck_ ? kNapsForStuck : kNaps);
+        if ((enough || same % kNapsPerLook == kNapsPerLook - 1) && TakeFromTheDead(holder)) return Taken::kFromTheDead;
+        if (enough) {
             stuck_ = holder;
             return Taken::kNo;
         }

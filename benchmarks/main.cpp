@@ -164,6 +164,7 @@ int main(int count, char** words) {
     AddSecurity();
     AddHttp();
     AddTelemetry();
+    AddWatching();
     Reporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     const bool met = WriteTable(stdout);

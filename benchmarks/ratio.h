@@ -49,5 +49,6 @@ void AddScreen();
 void AddSecurity();
 void AddHttp();
 void AddTelemetry();
+void AddWatching();
 
 }  // namespace tandor::bench

@@ -1,8 +1,8 @@
 #include "tandor/operation_queue.h"
 
 #include <cstdint>
+#include <exception>
 #include <list>
-#include <memory>
 #include <mutex>
 #include <new>
 #include <system_error>
@@ -18,45 +18,48 @@ using TandorUtil::WorkCounters;
 
 constexpr std::size_t kSpareNodes = 16;
 
-// Whoever reads the count sees what was counted.
-void Add(std::atomic<unsigned long long>& counter) { counter.fetch_add(1, std::memory_order_release); }
-void Subtract(std::atomic<unsigned long long>& counter) { counter.fetch_sub(1, std::memory_order_relaxed); }
-
 }  // namespace
 
-// The lock guards the list, the spare nodes, the wake flag and the worker; the rest is read without it.
+// docs/concurrency.md, "Why this is safe", has the whole of the arguments that stand here in parts.
 struct OperationQueueBase::State {
-    tandor::Lock lock;
+    tandor::Lock control;  // held by a Stop until its worker has ended, and by the resident Start; taken before `lock`
+
+    tandor::Lock lock;  // guards what follows, up to the atomics
     std::list<Operation> operations;
     std::list<Operation> spare;  // empty nodes: a push to a queue that works allocates nothing
-    std::atomic<std::size_t> count{0};
-    std::unique_ptr<std::thread> worker;
-    std::atomic<std::uint32_t> running{0};
-    std::atomic<std::int32_t> max_size{2};
-    std::uint32_t wait_milliseconds = 60'000;
-
+    std::thread worker;
     // An event that resets itself: a signal is kept until one wait has taken it.
     bool signalled = false;
     bool waiting = false;
     tandor::Condition wake;
+    unsigned long long submitted = 0;
+    unsigned long long taken = 0;  // by Pop, and not dropped by Stop afterwards
+    unsigned long long dropped = 0;
+    unsigned long long refused = 0;
 
-    std::atomic<unsigned long long> operations_running{0};
-    std::atomic<unsigned long long> done{0};
-    std::atomic<unsigned long long> dropped{0};
-    std::atomic<unsigned long long> refused{0};
+    std::atomic<std::size_t> count{0};
+    std::atomic<std::uint32_t> running{0};
+    std::atomic<std::int32_t> max_size{2};
+    std::atomic<unsigned long long> done{0};  // of those taken
+    std::atomic<std::thread::id> consumer{};  // the thread that is in DealQueue
+    const std::uint32_t wait_milliseconds = 60'000;
 
     bool Append(Operation& operation, Operation& oldest);
     void Signal();
     tandor::WaitResult WaitForSignal();
     void RunUntilEmpty(IOperationQueue& queue);
+    std::thread StartThread(IOperationQueue& queue);
+    [[nodiscard]] bool IsInside() const { return consumer == std::this_thread::get_id(); }
 };
 
 // Under the lock. False when the queue is stopped. What is dropped goes to `oldest`, to be destroyed after the unlock.
-// Looking at `running` once more under the lock is what keeps a push that overlaps with Stop from leaving an operation,
-// or a worker that nobody waits for, behind.
+// `running` is looked at under the lock: Stop clears it before it takes the lock to empty the list, so a push either
+// comes before Stop's last look at the list, which then finds its operation and the worker that it started, or it sees
+// that the queue is stopped.
 bool OperationQueueBase::State::Append(Operation& operation, Operation& oldest) {
     if (running == 0) {
-        Add(refused);
+        ++submitted;
+        ++refused;
         return false;
     }
     const std::int64_t bound = max_size.load(std::memory_order_relaxed);
@@ -64,13 +67,14 @@ bool OperationQueueBase::State::Append(Operation& operation, Operation& oldest) 
         oldest.swap(operations.front());
         operations.front().swap(operation);
         operations.splice(operations.end(), operations, operations.begin());
-        Add(dropped);
+        ++dropped;
     } else if (!spare.empty()) {
         spare.front().swap(operation);
         operations.splice(operations.end(), spare, spare.begin());
     } else {
-        operations.push_back(std::move(operation));
+        operations.push_back(std::move(operation));  // may throw: nothing is counted yet
     }
+    ++submitted;
     count.store(operations.size(), std::memory_order_relaxed);
     return true;
 }
@@ -93,52 +97,76 @@ tandor::WaitResult OperationQueueBase::State::WaitForSignal() {
     return result;
 }
 
-// Through the queue's own Pop, which a derived class may have replaced.
+// Through the queue's own Pop, which a derived class may have replaced. Whoever reads the count sees what was counted.
 void OperationQueueBase::State::RunUntilEmpty(IOperationQueue& queue) {
     for (;;) {
         Operation operation;
         if (!queue.Pop(operation)) return;
-        Add(operations_running);
         operation();
         operation = nullptr;
-        Subtract(operations_running);
-        Add(done);
+        done.fetch_add(1, std::memory_order_release);
     }
+}
+
+// The worker says itself that it is the consumer, before its first operation and until after its last: nobody has to
+// look at the thread object, which belongs to whoever starts or stops. The next worker of a low-power queue may say so
+// before this one takes it back.
+std::thread OperationQueueBase::State::StartThread(IOperationQueue& queue) {
+    return std::thread([this, &queue] {
+        auto self = std::this_thread::get_id();
+        consumer = self;
+        queue.DealQueue();
+        consumer.compare_exchange_strong(self, {});
+    });
 }
 
 OperationQueueBase::OperationQueueBase() : state_(new State) {}
 
 OperationQueueBase::~OperationQueueBase() {
-    OperationQueueBase::Stop();
+    StopForGood();
     delete state_;
 }
 
-void OperationQueueBase::Start() {
-    state_->running.exchange(1);
-    std::thread worker([this] { DealQueue(); });
-    const std::lock_guard hold(state_->lock);
-    if (state_->worker == nullptr) state_->worker = std::make_unique<std::thread>();
-    *state_->worker = std::move(worker);
+// A Stop that another thread has under way still uses the queue: it holds `control` from before `running` is 0.
+void OperationQueueBase::StopForGood() {
+    OperationQueueBase::Stop();
+    const std::lock_guard wait(state_->control);
 }
 
+// From inside an operation this is a second Start, and there would be no end of waiting for a Stop that waits for it.
+void OperationQueueBase::Start() {
+    if (state_->IsInside()) std::terminate();
+    const std::lock_guard one_at_a_time(state_->control);
+    state_->running.exchange(1);
+    std::thread worker = state_->StartThread(*this);
+    const std::lock_guard hold(state_->lock);
+    state_->worker = std::move(worker);
+}
+
+// The worker is taken out of its field before it is waited for: a Start and a Push may put the next one there already.
 void OperationQueueBase::Stop() {
     if (state_->running == 0) return;
-    state_->running.exchange(0);
+    const bool inside = state_->IsInside();
+    std::unique_lock one_at_a_time(state_->control, std::defer_lock);
+    if (!inside) one_at_a_time.lock();  // inside, a Stop that holds it may be waiting for this operation
+    if (state_->running.exchange(0) == 0) return;
     for (;;) {
         Operation unrun;
         // NOLINTNEXTLINE(clang-analyzer-optin.cplusplus.VirtualCall): each class's destructor stops with its own
         if (!Pop(unrun)) break;
-        Add(state_->dropped);
+        const std::lock_guard hold(state_->lock);
+        --state_->taken;
+        ++state_->dropped;
     }
+    std::thread worker;
     {
         const std::lock_guard hold(state_->lock);
         state_->Signal();
+        if (!inside) worker.swap(state_->worker);
     }
-    if (state_->worker == nullptr || !state_->worker->joinable()) return;
     // Said here and not left to the thread library, which need not notice.
-    if (state_->worker->get_id() == std::this_thread::get_id())
-        throw std::system_error(std::make_error_code(std::errc::resource_deadlock_would_occur));
-    state_->worker->join();
+    if (inside) throw std::system_error(std::make_error_code(std::errc::resource_deadlock_would_occur));
+    if (worker.joinable()) worker.join();
 }
 
 void OperationQueueBase::Push(Operation operation) {
@@ -162,6 +190,7 @@ bool OperationQueueBase::Pop(Operation& out) {
         } else {
             operations.pop_front();
         }
+        ++state_->taken;
         state_->count.store(operations.size(), std::memory_order_relaxed);
     }
     out = std::move(front);  // here, because it destroys what `out` held
@@ -179,11 +208,15 @@ void OperationQueueBase::DealQueue() {
     }
 }
 
+// Under the lock the list and what was submitted, taken, dropped and refused agree. An operation counts as done after
+// the lock under which it was taken, so no more are done than taken.
 WorkCounters OperationQueueBase::GetCounters() const {
     const std::lock_guard hold(state_->lock);
-    return {.queued = state_->operations.size(),
-            .running = state_->operations_running,
-            .done = state_->done,
+    const unsigned long long done = state_->done.load(std::memory_order_acquire);
+    return {.submitted = state_->submitted,
+            .queued = state_->operations.size(),
+            .running = state_->taken - done,
+            .done = done,
             .dropped = state_->dropped,
             .refused = state_->refused};
 }
@@ -191,7 +224,7 @@ WorkCounters OperationQueueBase::GetCounters() const {
 LowPowerOperationQueue::LowPowerOperationQueue() = default;
 
 // Here and not only in the base: the worker runs this class's operations.
-LowPowerOperationQueue::~LowPowerOperationQueue() { OperationQueueBase::Stop(); }
+LowPowerOperationQueue::~LowPowerOperationQueue() { StopForGood(); }
 
 void LowPowerOperationQueue::Start() { state_->running.exchange(1); }
 
@@ -210,13 +243,13 @@ void LowPowerOperationQueue::Push(Operation operation) {
 }
 
 // Under the lock. The previous worker takes the lock no more once worker_active_ is false, so it can be waited for
-// here.
+// here; and there is only one, because the flag is set under the lock.
 bool LowPowerOperationQueue::StartWorker() {
     worker_active_.exchange(true);
     try {
-        auto& worker = state_->worker;
-        if (worker != nullptr && worker->joinable()) worker->join();
-        worker = std::make_unique<std::thread>([this] { DealQueue(); });
+        std::thread& worker = state_->worker;
+        if (worker.joinable()) worker.join();
+        worker = state_->StartThread(*this);
         return true;
     } catch (...) {
         worker_active_.exchange(false);  // or no push would ever try again
@@ -224,6 +257,8 @@ bool LowPowerOperationQueue::StartWorker() {
     }
 }
 
+// A push between the last look at the list and the flag's end finds the flag still set and starts nothing: its
+// operation waits for the next push, or is dropped by Stop.
 void LowPowerOperationQueue::DealQueue() {
     state_->RunUntilEmpty(*this);
     worker_active_.exchange(false);

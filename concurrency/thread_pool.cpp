@@ -1,6 +1,7 @@
 #include "tandor/thread_pool.h"
 
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -53,15 +54,21 @@ int ThreadPool::Start() {
     return 0;
 }
 
+// No wake-up is lost although it comes after the unlock and only where somebody waits: a worker looks at the tasks,
+// counts itself as waiting and begins to wait under one hold of the lock, so it has either seen this task or is counted
+// here. The count may be too high, by a worker that was woken and is not back yet, never too low. The condition is
+// still there: a task's own thread is joined before it goes, and no other call may overlap with the destructor.
 bool ThreadPool::Submit(Task task) {
     bool wake = false;
     {
         const std::lock_guard hold(state_->lock);
         if (state_->stop) {
+            ++state_->counters.submitted;
             ++state_->counters.refused;
             return false;
         }
         state_->tasks.Push(std::move(task));
+        ++state_->counters.submitted;
         wake = state_->waiting > 0;
     }
     if (wake) state_->work.WakeOne();
@@ -83,11 +90,18 @@ void ThreadPool::Stop() {
     constexpr auto kFunction = L"TandorUtil::ThreadPool::Stop";
     tandor::LogPoolMessage(tandor::PoolMessageLevel::kInfo, kFunction, L"notify all threads to stop");
     state_->work.WakeAll();
-    for (std::thread& worker : state_->workers) worker.join();
+    for (std::thread& worker : state_->workers) {
+        // Said here and not left to the thread library, which need not notice.
+        if (worker.get_id() == std::this_thread::get_id())
+            throw std::system_error(std::make_error_code(std::errc::resource_deadlock_would_occur));
+        worker.join();
+    }
     tandor::LogPoolMessage(tandor::PoolMessageLevel::kInfo, kFunction, L"all threads stopped");
 }
 
-// One task at a time: a worker that took several could hold back one that another's task waits for.
+// One task at a time: a worker that took several could hold back one that another's task waits for. A worker ends only
+// when it sees the flag and no task under one hold of the lock, and Submit accepts nothing once the flag is set: every
+// task that was accepted is run, whenever Stop comes.
 void ThreadPool::ThreadProc() {
     State& state = *state_;
     std::unique_lock hold(state.lock);

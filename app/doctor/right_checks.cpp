@@ -1,11 +1,12 @@
 // What this user may do.
 #include <windows.h>
 
-#include <tlhelp32.h>
-
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include "app/doctor/doctor.h"
+#include "app/processes.h"
 #include "base/win_error.h"
 #include "base/win_handle.h"
 #include "tandor/state_watch.h"
@@ -65,20 +66,15 @@ void CheckProcesses(Findings& findings) {
                             "the system does not list handles; nothing helps but another Windows version"});
         return;
     }
-    const FileHandle snapshot(::CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
-    PROCESSENTRY32W entry{};
-    entry.dwSize = sizeof(entry);
-    std::size_t all = 0, opened = 0;
-    for (BOOL more = ::Process32FirstW(snapshot.Get(), &entry); more != 0;
-         more = ::Process32NextW(snapshot.Get(), &entry)) {
+    const std::vector<RunningProcess> all = RunningProcesses();
+    const auto opened = static_cast<std::size_t>(std::ranges::count_if(all, [](const RunningProcess& one) {
         constexpr DWORD kRights = PROCESS_DUP_HANDLE | PROCESS_QUERY_INFORMATION | PROCESS_VM_READ;
-        const KernelHandle process(::OpenProcess(kRights, FALSE, entry.th32ProcessID));
-        ++all;
-        if (process) ++opened;
-    }
-    findings.push_back({"open files of processes", opened == all ? Verdict::kWorks : Verdict::kLimited,
-                        fmt::format("{} of {} processes can be looked into", opened, all),
-                        opened == all ? "" : "run as administrator for those of other users; the system keeps some"});
+        return static_cast<bool>(KernelHandle(::OpenProcess(kRights, FALSE, one.id)));
+    }));
+    findings.push_back(
+        {"open files of processes", opened == all.size() ? Verdict::kWorks : Verdict::kLimited,
+         fmt::format("{} of {} processes can be looked into", opened, all.size()),
+         opened == all.size() ? "" : "run as administrator for those of other users; the system keeps some"});
 }
 
 }  // namespace tandor::app

@@ -37,12 +37,14 @@ public:
         SECURITY_ATTRIBUTES inherited{sizeof(inherited), nullptr, TRUE};
         const FileHandle file(::CreateFileW(output.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE,
                                             &inherited, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
-        if (!file) throw CommandError(TextOf(output), WindowsErrorText(::GetLastError()));
+        if (!file)
+            throw CommandError(TextOf(output), WindowsErrorText(::GetLastError()), "name another folder with --output");
         STARTUPINFOW startup{};
         startup.dwFlags = STARTF_USESTDHANDLES;
         startup.hStdOutput = startup.hStdError = file.Get();
         process_ = StartProcess(ProgramFile().c_str(), L"tandorctl " + arguments, startup);
-        if (!process_.handle) throw CommandError("a second process", WindowsErrorText(::GetLastError()));
+        if (!process_.handle)
+            throw CommandError("a second process", WindowsErrorText(::GetLastError()), "see 'tandorctl doctor'");
     }
     ~SecondProcess() { Kill(); }
     SecondProcess(const SecondProcess&) = delete;
@@ -70,7 +72,7 @@ void AnnounceTo(const std::wstring& names, const std::wstring& name_a, const std
                 const std::filesystem::path& output, TourReport& report) {
     TdProcessStatePresenter presenter(name_a, name_b);
     Expect(presenter.Init() && presenter.Start(), "announcing this process");
-    const SecondProcess watcher(L"watch --once " + names, output);
+    const SecondProcess watcher(L"watch state " + names, output);
     Expect(watcher.EndsWell(), "the second process's look");
     const std::string seen = ReadInput(TextOf(output));
     report.Result("a second process sees this one", seen.substr(0, seen.find_last_not_of("\r\n") + 1));
@@ -87,7 +89,7 @@ void TourPresence(TourReport& report) {
     AnnounceTo(names, name_a, name_b, output, report);
     const TdProcessStateWatcher watcher(name_a, name_b);
     Expect(watcher.QueryProcessState() == 0, "nobody announced any more");
-    SecondProcess announcer(L"watch announce " + names, output);
+    SecondProcess announcer(L"watch present " + names, output);
     WaitUntil([&] { return watcher.QueryProcessState() == 3; }, "the second process's announcement");
     report.Result("a second process announces itself", fmt::format("state 3, process {}", announcer.Id()), 3);
 

@@ -31,6 +31,11 @@ void TourChannels(TourReport& report) {
         { Logger(channel).Log(LOG_MESSAGE_INFO, message); }
         report.Result(channel, LineWith(file, TandorUtilClass::ConvertFromWideBytes(message.str())));
     }
+    std::wstringstream message;
+    message << L"tour: the host log of process " << ::GetCurrentProcessId();
+    VxLogger::GetInstance().Log(LOG_MESSAGE_INFO, message);
+    report.Result("host log",
+                  LineWith(HostLogFile(::GetCurrentProcessId()), TandorUtilClass::ConvertFromWideBytes(message.str())));
 }
 
 void TourText(TourReport& report) {

@@ -51,24 +51,24 @@ void ShowOutbox(TourReport& report) {
 
 }  // namespace
 
-void TourPlaces(TourReport& report) {
-    ShowLogs(report);
-    ShowStore(report);
-    ShowOutbox(report);
-}
-
 void TourTidyUp(TourReport& report) {
     const std::size_t devices = TakeBackPhone();
     const std::size_t records = TakeBackRecords();
     report.Result("taken out of the store", fmt::format("{} device", devices), devices);
     report.Result("taken out of the outbox", fmt::format("{} records", records), records);
+}
+
+void TourPlaces(TourReport& report) {
+    ShowLogs(report);
+    ShowStore(report);
+    ShowOutbox(report);
     Json left = Json::array();
     for (const auto& entry : std::filesystem::directory_iterator(report.Folder()))
         left.push_back(TextOf(entry.path().filename()));
     std::string names;
     for (const Json& name : left) names += (names.empty() ? "" : ", ") + name.get<std::string>();
-    report.Result("stays, to be looked at", TextOf(report.Folder()) + ": " + names, left);
-    report.Result("stays as well", "the lines that the steps wrote into the logs");
+    report.Result("files to be looked at", TextOf(report.Folder()) + ": " + names,
+                  {{"folder", TextOf(report.Folder())}, {"files", left}});
 }
 
 }  // namespace tandor::app

@@ -28,7 +28,7 @@ void TourTimedPairing(TourReport& report) {
     const pelora::OutboxRecord record = sent.Last();
     sent_by_tour.push_back(record.sequence);
     if (record.values.size() != 5 || record.values[2].text != "0") {
-        throw CommandError("the committed record", "came out wrong: " + ValuesLine(record));
+        throw CommandError("the committed record", "came out wrong: " + ValuesLine(record), kToldInTheLog);
     }
     report.Result("event", record.event);
     constexpr const char* kSteps[] = {"found at", "verified at", "settings at", "connected at", "trace"};

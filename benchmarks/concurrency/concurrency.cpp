@@ -1,19 +1,19 @@
 #include <windows.h>
 
 #include <atomic>
-#include <bit>
 #include <chrono>
+#include <functional>
 #include <list>
 #include <memory>
+#include <mutex>
+#include <optional>
+#include <thread>
 #include <vector>
 
 #include "base/win_handle.h"
 #include "benchmarks/concurrency/pools.h"
 #include "benchmarks/ratio.h"
-#include "concurrency/handle_table.h"
 #include "tandor/operation_queue.h"
-#include "tandor/state_watch.h"
-#include "tests/support/handle_table_double.h"
 
 namespace tandor::bench {
 namespace {
@@ -31,7 +31,7 @@ void Spin(int turns) {
 }
 
 // How many turns take 2 microseconds here: the fastest of several looks.
-int TurnsOfATask() {
+int MeasureTurns() {
     constexpr int kMany = 1'000'000;
     double fastest = 1;
     for (int i = 0; i < 10; ++i) {
@@ -40,6 +40,12 @@ int TurnsOfATask() {
         fastest = std::min(fastest, SecondsSince(begin));
     }
     return static_cast<int>(kMany * 2e-6 / fastest);
+}
+
+// The same for all that are compared.
+int TurnsOfATask() {
+    static const int turns = MeasureTurns();
+    return turns;
 }
 
 // A round: the workers are held, the tasks are queued behind them, the workers are let go, and all are done.
@@ -74,9 +80,8 @@ struct RoundTimes {
 
 template <class Pool>
 RoundTimes RunRound(Pool& pool) {
-    static const int turns = TurnsOfATask();
     Round round;
-    round.turns = turns;
+    round.turns = TurnsOfATask();
     for (unsigned i = 0; i < kWorkers; ++i) pool.Submit(Hold{&round});
     ::WaitForSingleObject(round.held.Get(), INFINITE);
     const auto submission = Clock::now();
@@ -99,15 +104,69 @@ Body Rounds(double RoundTimes::*time) {
     };
 }
 
+struct Nothing {
+    void operator()() const {}
+};
+
+// From the first submission until all tasks were run and the threads have ended.
+template <class Pool>
+void ManyEmptyTasks(benchmark::State& state) {
+    constexpr int kMany = 1'000'000;
+    for (auto _ : state) {
+        std::optional<Pool> pool(std::in_place);
+        const auto begin = Clock::now();
+        for (int i = 0; i < kMany; ++i) pool->Submit(Nothing());
+        pool.reset();
+        state.SetIterationTime(SecondsSince(begin));
+    }
+}
+
+// As many workers as there are processors.
+void TasksOnTwoWorkers(benchmark::State& state) {
+    OurPool pool(2);
+    Round round;
+    round.turns = TurnsOfATask();
+    for (auto _ : state) {
+        round.left = kTasks;
+        const auto begin = Clock::now();
+        for (int i = 0; i < kTasks; ++i) pool.Submit(TwoMicroseconds{&round});
+        ::WaitForSingleObject(round.done.Get(), INFINITE);
+        state.SetIterationTime(SecondsSince(begin));
+    }
+}
+
+// The same work without a pool: on one thread, or half each on two that run already.
+void TasksInline(benchmark::State& state, bool two_threads) {
+    const int turns = TurnsOfATask(), tasks = two_threads ? kTasks / 2 : kTasks;
+    for (auto _ : state) {
+        std::atomic<int> there{0};
+        const auto half = [&] {
+            for (++there; there < 2;) YieldProcessor();
+            for (int i = 0; i < tasks; ++i) Spin(turns);
+        };
+        std::thread second;
+        if (two_threads) {
+            second = std::thread(half);
+            while (there == 0) YieldProcessor();
+        } else {
+            ++there;
+        }
+        const auto begin = Clock::now();
+        half();
+        if (two_threads) second.join();
+        state.SetIterationTime(SecondsSince(begin));
+    }
+}
+
 struct NoteStart {
     struct Note {
         Clock::time_point begin;
-        KernelHandle done{::CreateEventW(nullptr, FALSE, FALSE, nullptr)};
+        std::atomic<bool> done{false};
     };
     Note* note;
     void operator()() const {
         note->begin = Clock::now();
-        ::SetEvent(note->done.Get());
+        note->done = true;
     }
 };
 
@@ -119,7 +178,7 @@ void StartOfAParkedWorker(benchmark::State& state) {
         for (const auto parking = Clock::now(); SecondsSince(parking) < 100e-6;) YieldProcessor();
         const auto submission = Clock::now();
         pool.Submit(NoteStart{&note});
-        ::WaitForSingleObject(note.done.Get(), INFINITE);
+        while (!note.done.exchange(false)) YieldProcessor();
         state.SetIterationTime(std::chrono::duration<double>(note.begin - submission).count());
     }
 }
@@ -131,12 +190,24 @@ void AddPools() {
     };
     compare("pool, submission of 5,000 tasks of 2 µs to busy workers", &RoundTimes::submission, AtMostTimes(1),
             AtLeastAsFast(5));
-    compare("pool, draining a queue of 5,000 tasks of 2 µs", &RoundTimes::draining, AtMostTimes(1), AtMostTimes(1));
+    compare("pool, draining a queue of 5,000 tasks of 2 µs", &RoundTimes::draining, AtMostTimes(1), Reported());
+    const std::string many = "pool, 1,000,000 empty tasks on 4 workers, run and joined";
+    Compare(many, "Boost.Asio thread_pool", AtMostTimes(1), ManyEmptyTasks<OurPool>, ManyEmptyTasks<AsioPool>, true);
+    Compare(many, "std::mutex, std::condition_variable, std::deque", Reported(), ManyEmptyTasks<OurPool>,
+            ManyEmptyTasks<StandardPool>, true);
+    const std::string two = "pool, 5,000 tasks of 2 µs on 2 workers, submitted and run";
+    const auto inline_on = [](bool two_threads) {
+        return [two_threads](benchmark::State& state) { TasksInline(state, two_threads); };
+    };
+    Compare(two, "the same inline", AtMostTimes(0.62), TasksOnTwoWorkers, inline_on(false), true);
+    Compare(two, "two threads with half of them each", Reported(), TasksOnTwoWorkers, inline_on(true), true);
     const std::string start = "pool, submission to start with parked workers";
     Compare(start, "Boost.Asio thread_pool", Reported(), StartOfAParkedWorker<OurPool>, StartOfAParkedWorker<AsioPool>,
             true);
     Compare(start, "Win32 thread pool", Reported(), StartOfAParkedWorker<OurPool>, StartOfAParkedWorker<SystemPool>,
             true);
+    Compare(start, "std::condition_variable", AtMostTimes(0.5), StartOfAParkedWorker<OurPool>,
+            StartOfAParkedWorker<StandardPool>, true);
 }
 
 // ---- low-power queue
@@ -148,129 +219,83 @@ struct CountRun {
     void operator()() const { ++*count; }
 };
 
-// The queue's worker is held in an operation. With a bound of 2 nearly every push drops the oldest.
-Body PushToRunningWorker(int bound) {
-    return [bound](benchmark::State& state) {
-        const std::unique_ptr<IOperationQueue> queue(OperationQueueFactory::Create());
+// A running queue whose worker is held in an operation.
+class HeldQueue {
+public:
+    explicit HeldQueue(int bound) : queue_(OperationQueueFactory::Create()) {
+        round_.to_hold = 1;
+        queue_->SetMaxSize(bound);
+        queue_->Start();
+        queue_->Push(Hold{&round_});
+        ::WaitForSingleObject(round_.held.Get(), INFINITE);
+    }
+    ~HeldQueue() {
+        ::SetEvent(round_.release.Get());
+        queue_->Stop();
+    }
+    HeldQueue(const HeldQueue&) = delete;
+    HeldQueue& operator=(const HeldQueue&) = delete;
+    void Push(std::function<void()> operation) { queue_->Push(std::move(operation)); }
+    bool Pop(std::function<void()>& out) { return queue_->Pop(out); }
+
+private:
+    const std::unique_ptr<IOperationQueue> queue_;
+    Round round_;
+};
+
+// The same rules with the standard library's parts.
+class StandardQueue {
+public:
+    explicit StandardQueue(int bound) : bound_(bound) {}
+    void Push(std::function<void()> operation) {
+        const std::lock_guard hold(mutex_);
+        if (!running_) return;
+        if (static_cast<int>(operations_.size()) >= bound_) operations_.pop_front();
+        operations_.push_back(std::move(operation));
+    }
+    bool Pop(std::function<void()>& out) {
+        const std::lock_guard hold(mutex_);
+        if (operations_.empty()) return false;
+        out = std::move(operations_.front());
+        operations_.pop_front();
+        return true;
+    }
+
+private:
+    const int bound_;
+    bool running_ = true;
+    std::mutex mutex_;
+    std::list<std::function<void()>> operations_;
+};
+
+// With a bound of 2, nearly every push without a pop drops the oldest.
+template <class Queue>
+Body PushAndPop(int bound, bool pop) {
+    return [=](benchmark::State& state) {
+        Queue queue(bound);
         std::atomic<int> count{0};
-        Round round;
-        round.to_hold = 1;
-        queue->SetMaxSize(bound);
-        queue->Start();
-        queue->Push(Hold{&round});
-        ::WaitForSingleObject(round.held.Get(), INFINITE);
+        std::function<void()> out;
         for (auto _ : state) {
             const auto begin = Clock::now();
-            for (int i = 0; i < kPushes; ++i) queue->Push(CountRun{&count});
+            for (int i = 0; i < kPushes; ++i) {
+                queue.Push(CountRun{&count});
+                if (pop) queue.Pop(out);
+            }
             state.SetIterationTime(SecondsSince(begin));
-            std::function<void()> out;
-            while (queue->Pop(out)) {
+            while (queue.Pop(out)) {
             }
         }
-        ::SetEvent(round.release.Get());
-        queue->Stop();
     };
-}
-
-void LockAppendUnlock(benchmark::State& state) {
-    SRWLOCK lock = SRWLOCK_INIT;
-    std::list<std::function<void()>> operations;
-    std::atomic<int> count{0};
-    for (auto _ : state) {
-        const auto begin = Clock::now();
-        for (int i = 0; i < kPushes; ++i) {
-            std::function<void()> operation = CountRun{&count};
-            ::AcquireSRWLockExclusive(&lock);
-            operations.push_back(std::move(operation));
-            ::ReleaseSRWLockExclusive(&lock);
-        }
-        state.SetIterationTime(SecondsSince(begin));
-        operations.clear();
-    }
 }
 
 void AddQueue() {
-    const std::string baseline = "SRWLOCK, list append, unlock";
-    Compare("low-power queue, 2,000 pushes that drop the oldest", baseline, AtMostTimes(1.5), PushToRunningWorker(2),
-            LockAppendUnlock, true);
-    Compare("low-power queue, 2,000 pushes that drop nothing", baseline, AtMostTimes(1.5), PushToRunningWorker(1 << 30),
-            LockAppendUnlock, true);
-}
-
-// ---- open files
-
-using Query = LONG NTAPI(ULONG information, void* buffer, ULONG bytes, ULONG* needed);
-
-// What the library's detector was given, so that both sides ask the same function.
-Query* TheQuery() {
-    return reinterpret_cast<Query*>(reinterpret_cast<void*>(
-        test::HandleTableDouble::LookUp(::GetModuleHandleW(L"ntdll.dll"), "ZwQuerySystemInformation")));
-}
-
-// This process with files and directories open.
-std::vector<FileHandle> OpenSomeFiles(int count) {
-    std::vector<FileHandle> files;
-    for (int i = 0; i < count; ++i) {
-        files.emplace_back(::CreateFileW(L"C:\\windows\\system32\\ntdll.dll", GENERIC_READ, FILE_SHARE_READ, nullptr,
-                                         OPEN_EXISTING, 0, nullptr));
-    }
-    return files;
-}
-
-// The system's own answers to the walk's questions, without our code around them.
-void AskOfFile(HANDLE file) {
-    FILE_STANDARD_INFO standard;
-    char name[1024];
-    DWORD serial = 0;
-    if (::GetFileType(file) != FILE_TYPE_DISK) return;
-    ::GetFileInformationByHandleEx(file, FileStandardInfo, &standard, sizeof(standard));
-    ::GetFileInformationByHandleEx(file, FileNameInfo, name, sizeof(name));
-    ::GetVolumeInformationByHandleW(file, nullptr, 0, &serial, nullptr, nullptr, nullptr, 0);
-}
-
-void RawWalk(bool ask) {
-    constexpr std::size_t kSize = 0x80000;
-    const std::unique_ptr<std::byte[]> table(new std::byte[kSize]);
-    TheQuery()(16, table.get(), kSize, nullptr);
-    const KernelHandle process(::OpenProcess(PROCESS_DUP_HANDLE, FALSE, ::GetCurrentProcessId()));
-    if (ask) {
-        wchar_t drives[260];
-        ::GetLogicalDriveStringsW(260, drives);
-        DWORD serial = 0;
-        for (const wchar_t* root : {L"C:\\", L"Z:\\"})
-            ::GetVolumeInformationW(root, nullptr, 0, &serial, nullptr, nullptr, nullptr, 0);
-    }
-    for (const HandleEntry& entry : HandlesInTable16({table.get(), kSize}, ::GetCurrentProcessId())) {
-        if (entry.type != 36) continue;
-        KernelHandle own;
-        ::DuplicateHandle(process.Get(), reinterpret_cast<HANDLE>(entry.handle), ::GetCurrentProcess(), own.Receive(),
-                          0, FALSE, DUPLICATE_SAME_ACCESS);
-        if (ask) AskOfFile(own.Get());
-    }
-}
-
-void AddOpenFiles() {
-    const auto walk = [](int files, DWORD process) {
-        return [files, process](benchmark::State& state) {
-            const test::HandleTableDouble table;
-            const auto open = OpenSomeFiles(files);
-            const std::unique_ptr<TdProcessDetectorInterface> detector(TdProcessDetectorFactory::Create());
-            std::size_t found = 0;
-            for (auto _ : state) detector->EnumFile(process, [&](bool, const std::wstring&) { ++found; });
-            benchmark::DoNotOptimize(found);
-        };
+    const auto compare = [](const std::string& what, int bound, bool pop) {
+        Compare("running queue, 2,000 " + what, "std::list under std::mutex, the same rules", AtMostTimes(0.8),
+                PushAndPop<HeldQueue>(bound, pop), PushAndPop<StandardQueue>(bound, pop), true);
     };
-    const auto raw = [](int files, bool ask) {
-        return [files, ask](benchmark::State& state) {
-            const auto open = OpenSomeFiles(files);
-            for (auto _ : state) RawWalk(ask);
-        };
-    };
-    const DWORD self = ::GetCurrentProcessId();
-    Compare("EnumFile, 50 files open", "the query, the duplications and what the system answers about each",
-            AtMostTimes(1.3), walk(50, self), raw(50, true));
-    Compare("EnumFile, 50 files open", "the query and the duplications alone", Reported(), walk(50, self),
-            raw(50, false));
+    compare("pushes and pops", 2, true);
+    compare("pushes that drop the oldest", 2, false);
+    compare("pushes that drop nothing", 1 << 30, false);
 }
 
 }  // namespace
@@ -278,7 +303,6 @@ void AddOpenFiles() {
 void AddConcurrency() {
     AddPools();
     AddQueue();
-    AddOpenFiles();
 }
 
 }  // namespace tandor::bench

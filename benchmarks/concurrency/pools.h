@@ -1,10 +1,17 @@
-// Three thread pools under one face: ours, Boost.Asio's and the system's.
+// Thread pools under one face: ours, Boost.Asio's, the system's, and a plain one of the standard library.
 #pragma once
 
 #include <windows.h>
 
 #include <boost/asio/post.hpp>
 #include <boost/asio/thread_pool.hpp>
+
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <thread>
+#include <vector>
 
 #include "tandor/thread_pool.h"
 
@@ -15,7 +22,7 @@ inline constexpr unsigned kWorkers = 4;
 // Work is a trivially copyable functor no larger than a pointer, so that the system's pool needs no allocation for it.
 class OurPool {
 public:
-    OurPool() : pool_(kWorkers) { pool_.Start(); }
+    explicit OurPool(unsigned workers = kWorkers) : pool_(workers) { pool_.Start(); }
     template <class Work>
     void Submit(Work work) {
         (void)pool_.Submit(work);
@@ -38,6 +45,53 @@ public:
 
 private:
     boost::asio::thread_pool pool_;
+};
+
+// As it is written everywhere. With the tool chain here, its parts are winpthreads'.
+class StandardPool {
+public:
+    StandardPool() {
+        for (unsigned i = 0; i < kWorkers; ++i) workers_.emplace_back([this] { Work(); });
+    }
+    ~StandardPool() {
+        {
+            const std::lock_guard hold(mutex_);
+            stop_ = true;
+        }
+        condition_.notify_all();
+        for (std::thread& worker : workers_) worker.join();
+    }
+    StandardPool(const StandardPool&) = delete;
+    StandardPool& operator=(const StandardPool&) = delete;
+    template <class Task>
+    void Submit(Task task) {
+        {
+            const std::lock_guard hold(mutex_);
+            tasks_.emplace_back(task);
+        }
+        condition_.notify_one();
+    }
+
+private:
+    void Work() {
+        for (;;) {
+            std::function<void()> task;
+            {
+                std::unique_lock hold(mutex_);
+                condition_.wait(hold, [this] { return stop_ || !tasks_.empty(); });
+                if (tasks_.empty()) return;
+                task = std::move(tasks_.front());
+                tasks_.pop_front();
+            }
+            task();
+        }
+    }
+
+    std::mutex mutex_;
+    std::condition_variable condition_;
+    std::deque<std::function<void()>> tasks_;
+    bool stop_ = false;
+    std::vector<std::thread> workers_;
 };
 
 class SystemPool {

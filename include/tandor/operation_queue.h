@@ -48,9 +48,13 @@ public:
 /// if that is 0 or less); a push to a full queue drops the oldest.
 ///
 /// Threads: Push, Pop, the bound and the counters may be used from any thread, also from inside an operation and from
-/// an operation's destructor: no operation is destroyed under the queue's lock. Start, Stop and the destructor belong
-/// to one thread at a time. Stop from inside an operation raises std::system_error (resource deadlock would occur). A
-/// class that derives from a queue and overrides Pop or DealQueue calls Stop in its own destructor.
+/// an operation's destructor: no operation is destroyed under the queue's lock. Start and Stop may be called from any
+/// thread, but not from an operation's destructor. Of several threads that stop the queue one waits for the worker, and
+/// a Stop that finds the queue stopped returns at once; a Start that meets a Stop waits for its end. Stop from inside
+/// an operation raises std::system_error (resource deadlock would occur); Start there ends the process. The queue is
+/// destroyed when no other call is under way, or none but a Stop.
+/// A class that derives from a queue and overrides Pop or DealQueue calls Stop in its own destructor; its Pop takes
+/// through this class's, which counts.
 class TANDOR_API OperationQueueBase : public IOperationQueue, private UnCopyable {
 public:
     /// std::bad_alloc may leave.
@@ -73,13 +77,15 @@ public:
     /// Runs what is queued, and waits for more, until Stop.
     void DealQueue() override;
 
-    /// What became of all operations so far; each number is exact, and their sum is while nothing is being handed over.
-    /// What a caller took with Pop is in none of them. Everything that the factory creates is an OperationQueueBase.
+    /// The state of one moment. What a caller took with Pop stays among the running, since nobody says when it has
+    /// ended; what Stop has taken and is about to destroy is there for that time. Everything that the factory creates
+    /// is an OperationQueueBase.
     [[nodiscard]] TandorUtil::WorkCounters GetCounters() const;
 
 private:
     friend class LowPowerOperationQueue;
     struct State;
+    void StopForGood();
     State* state_;
 };
 
@@ -87,8 +93,9 @@ private:
 /// empty. An operation pushed in the moment between the worker's last look and its end stays queued until the next
 /// push.
 ///
-/// Threads: as OperationQueueBase. When the system gives no thread the operation stays queued, and the next push tries
-/// again.
+/// Threads: as OperationQueueBase, but Start only opens the queue, also from inside an operation: it waits for nothing,
+/// and a Stop that it meets waits for what is pushed meanwhile. When the system gives no thread the operation stays
+/// queued, and the next push tries again.
 class TANDOR_API LowPowerOperationQueue : public OperationQueueBase {
 public:
     /// std::bad_alloc may leave.

@@ -21,14 +21,22 @@ TEST(Tandorctl, GoodInputAnswersAndEndsWithZero) {
         {L"text mask 手机号", 0, "手*号\n"},
         {L"text hex 6699", 0, "0000000000001A2B\n"},
         {L"text hex -d 1A2B", 0, "6699\n"},
-        {L"text units é\U0001F4F1", 0, "00E9 D83D DCF1\n"},
+        {L"text utf16 é\U0001F4F1", 0, "00E9 D83D DCF1\n"},
         {L"version compare 10.0.10 10.0.9", 0, "higher\n"},
         {L"version compare 10.0 10.0.1", 0, "not comparable\n"},
         {L"version pack 10.0.0.100", 0, "0x0A000064\n"},
+        {L"version compare --file -", 0, "higher\nequal\n", "10.0.10 10.0.9\r\n1\t1"},
+        {L"version pack --file -", 0, "0x00000102\n0x00000000\n",
+         "\xEF\xBB\xBF"
+         "1.2\n\n"},
+        {L"classify --file -", 0, "video  影片.mkv\n", "照片.JPG\n影片.mkv\n"},
+        {L"--json log write KoViewTandor --file -", 0, "{\n  \"done\": true\n}\n", "eins\nzwei\n"},
+        {L"log show KoViewTandor -n 2", 0, "- eins\n"},
+        {L"log follow KoViewTandor -n 1 --for 0.01 --json", 0, "- zwei\"}\n"},
         {L"classify 照片.JPG", 0, "CLASS  FILE\nimage  照片.JPG\n"},
         {L"report list", 0, "ReportTandorReport80MyalbumPhotoCountId"},
-        {L"queue --pushes 3 --bound 3 --busy 0 --every 0", 0, "3 pushed: 3 done, 0 dropped, 0 refused\n"},
-        {L"watch announce tandorctl-test-a tandorctl-test-b --for 0.01", 0, "  0  not running\n"},
+        {L"watch present tandorctl-test-a tandorctl-test-b --for 0.01", 0, "  0  not running\n"},
+        {L"watch state --help", 0, "\n  --follow                    Go on until Ctrl-C"},
         {L"report send --help", 0, "Options of the commands above:\n  --json"},
         {L"outbox export --help", 0, "-o,--output FILE"},
         {L"text base64 --json -- --json", 0, "\"LS1qc29u\""},
@@ -43,14 +51,18 @@ TEST(Tandorctl, BadInputSaysWhatAndEndsWithOneOrTwo) {
         {L"outbox list --cuont 3", 2, "'--cuont': there is no such option; perhaps '--count' is meant"},
         {L"report send 1 -x", 2, "begins with - goes behind --"},
         {L"doctor extra", 2, "'extra': that is one argument too many"},
-        {L"log", 2, "'tandorctl log' needs one of list, write, show; see 'tandorctl log --help'"},
+        {L"log", 2, "'tandorctl log' needs one of list, write, show, follow; see 'tandorctl log --help'"},
         {L"text mask", 2, "TEXT or --file is required; see 'tandorctl text mask --help'"},
-        {L"text units", 2, "TEXT or --file is required"},
+        {L"text utf16", 2, "the command line: TEXT or --file is required"},
+        {L"version compare 1.0", 2, "LEFT RIGHT or --file is required"},
+        {L"version compare --file -", 1, "'1.0': it is not two versions; write two a line", "1.0\n"},
+        {L"log show", 2, "CHANNEL or --host is required"},
+        {L"log follow --host 99999999", 1, "process 99999999: it has no host log; the files in "},
         {L"text base64 -d aGVs!G8=", 1, "error: the Base64 text: it is not whole after 3 decoded bytes"},
         {L"text base64 --file no-such-file", 1, "no-such-file: cannot be read"},
         {L"text mask --file -", 1, "the text: it is not valid UTF-8", "\xE6\x89"},
         {L"text hex 12x", 1, "'12x': it is not a decimal number"},
-        {L"log write KoViewTandor text --level 9", 2, "not in range"},
+        {L"log write KoViewTandor text --level 2", 2, "not in range 3 to 5"},
         {L"log show Nope", 2, "'Nope' is not one of KoViewTandor, KoViewMirror, KoViewAccountCred"},
         {L"log show KoViewTandor --count -1", 2, "'-1' is not a number of at least 0"},
         {L"log show KoViewTandor --count many", 2, "'many' is not a number"},
@@ -68,23 +80,30 @@ TEST(Tandorctl, BadInputSaysWhatAndEndsWithOneOrTwo) {
         {L"outbox show 99999999999999999999999", 1, "the outbox has no such record"},
         {L"outbox export --format xml", 2, "'xml' is not one of jsonl, otlp"},
         {L"outbox --file none.db status", 1, "none.db: there is no such file"},
-        {L"queue --bound 99999999999", 2, "--bound: '99999999999' is not a number, or one that is too large"},
-        {L"watch a", 2, "NAME_B is required"},
-        {L"watch a b --for -1", 2, "'-1' is not a number of at least 0"},
+        {L"queue demo f --newest 99999999999", 2, "--newest: '99999999999' is not a number, or one that is too large"},
+        {L"watch state a", 2, "NAME_B is required"},
+        {L"watch state a b --until-gone", 2, "--until-gone requires --follow"},
+        {L"watch present a b --for -1", 2, "'-1' is not a number of at least 0"},
         {L"files 99999999", 1, "process 99999999: there is none with this number"},
-        {L"process 99999999", 1, "process 99999999: there is none with this number"},
-        {L"files -- -1", 2, "'-1' is not a number of at least 0"},
-        {L"windows --of 0x99999999", 1, "there is none with this number"},
-        {L"windows --thread", 2, "--thread requires --of"},
+        {L"files no-such-program", 1, "process 'no-such-program': no program of this name is running"},
+        {L"cmdline 99999999", 1, "process 99999999: there is none with this number"},
+        {L"windows list --of 0x99999999", 1, "there is none with this number"},
         {L"firewall add --name \"\"", 1, "error: the rule's name: it is empty"},
         {L"firewall remove --by-service --dry-run", 2, "--dry-run excludes --by-service"},
         {L"completion fish", 2, "'fish' is not one of bash, powershell"},
     });
 }
 
-TEST(Tandorctl, PrintsJsonWhereverTheOptionStands) {
-    EXPECT_EQ(json::parse(RunTandorctl(L"--json version compare 1.0 1.0").out)["left_is"], "equal");
-    EXPECT_EQ(json::parse(RunTandorctl(L"version pack 1.2 --json").out)["packed"], 0x0102);
+TEST(Tandorctl, PrintsJsonWhereverTheOptionStandsAndOfErrorsToo) {
+    EXPECT_EQ(json::parse(RunTandorctl(L"--json version compare 1.0 1.0").out)["comparisons"][0]["left_is"], "equal");
+    EXPECT_EQ(json::parse(RunTandorctl(L"version pack 1.2 --json").out)["versions"][0]["packed"], 0x0102);
+    TryAll({
+        {L"text hex 12x --json", 1,
+         R"({"error":{"thing":"'12x'","cause":"it is not a decimal number of at most 64 bits","remedy":"give digits alone"}})"},
+        {L"--json log lits", 2,
+         R"({"error":{"thing":"'lits'","cause":"there is no such command; perhaps 'list' is meant",)"},
+        {L"text mask -- --json x", 2, "error: 'x': that is one argument too many"},
+    });
     EXPECT_EQ(json::parse(RunTandorctl(L"log list --json").out)["channels"].size(), 3u);
     const tandor::test::TemporaryFolder folder;
     tandor::test::WriteAll(folder.path / L"影片.mkv", "");
@@ -102,6 +121,16 @@ TEST(Tandorctl, WritesAndShowsAChannelAndFollowsTheHostLog) {
     EXPECT_THAT(write.error, HasSubstr("log 3 try to create logger, tryTime:0(`anonymous-namespace'::CreateLogger)"));
     const ProgramRun show = RunTandorctl(L"log show KoViewTandor --count 1");
     EXPECT_THAT(show.out, HasSubstr("tandorctl 手机 " + std::to_string(::GetCurrentProcessId())));
+}
+
+TEST(Tandorctl, TheHelpFitsOneScreenAndHasEachCommandInItsGroup) {
+    const std::string help = RunTandorctl(L"--help").out;
+    EXPECT_THAT(help, HasSubstr("\n  Start     tour       See everything at work\n"));
+    EXPECT_THAT(help, HasSubstr("\n            doctor     "));
+    EXPECT_THAT(help, HasSubstr("\n  Text      log        "));
+    const std::vector<std::string> lines = LinesIn(help);
+    EXPECT_LE(lines.size(), 42u);
+    for (const std::string& line : lines) EXPECT_LT(line.size(), 80u) << line;  // a terminal wraps after the 80th
 }
 
 // The outbox sets aside what is damaged; a file that never was one must stay as it is.

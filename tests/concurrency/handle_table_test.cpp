@@ -97,6 +97,7 @@ TEST(RemoteCommandLine, EndsAtItsLengthOrItsFirstZero) {
     EXPECT_EQ(read(10, std::u16string(u"ab\0cd", 5)), L"ab");
     EXPECT_EQ(read(5, u"ab\xFF41"), std::wstring(L"ab") + wchar_t{0x41});  // an odd length: half a character
     EXPECT_EQ(read(0, u""), L"");
+    EXPECT_EQ(read(65534, std::u16string(32767, u'x')), std::wstring(32767, L'x'));
 }
 
 TEST(RemoteCommandLine, WhatCannotBeReadLeavesTheResultAsItWas) {

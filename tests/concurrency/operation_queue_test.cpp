@@ -158,14 +158,17 @@ TEST_P(OperationQueue, AnOperationMayUseTheQueueWhileItIsDestroyed) {
 }
 
 TEST_P(OperationQueue, EveryOperationIsRunDroppedOrRefusedExactlyOnceWheneverItStops) {
-    const auto share = Amount("TANDOR_STRESS_OPERATIONS", 100'000) / 16;
+    const auto share = Amount("TANDOR_STRESS_OPERATIONS", 200'000) / 16;
     Tally tally;
     std::atomic<bool> producing{true};
     queue->SetMaxSize(8);
     queue->Start();
     std::thread producers([&] {
         InThreads(16, [&](int) {
-            for (unsigned long long i = 0; i < share; ++i) queue->Push(tally.Work());
+            for (unsigned long long i = 0; i < share; ++i) {
+                queue->Push(tally.Work());
+                EXPECT_TRUE(i % 8 != 0 || AddsUp(CountersOf(*queue)));
+            }
         });
         producing = false;
     });
@@ -186,9 +189,37 @@ TEST_P(OperationQueue, EveryOperationIsRunDroppedOrRefusedExactlyOnceWheneverItS
     producers.join();
     const auto counters = CountersOf(*queue);
     EXPECT_EQ(counters.queued + counters.running, 0u);
-    EXPECT_EQ(counters.done + counters.dropped + counters.refused, 16 * share);
+    EXPECT_EQ(counters.submitted, 16 * share);
+    EXPECT_TRUE(AddsUp(counters));
     EXPECT_EQ(tally.run, counters.done);
     EXPECT_EQ(tally.unrun, counters.dropped + counters.refused);
+    EXPECT_EQ(tally.again, 0u);
+}
+
+// Three threads push, two stop, one stops and starts again; whoever is the last to let go of the queue destroys it.
+TEST_P(OperationQueue, MayBePushedToStoppedStartedAndLetGoByAnyThread) {
+    constexpr unsigned long long kPushers = 3, kPushes = 40;
+    Tally tally;
+    const auto rounds = Amount("TANDOR_STRESS_OPERATIONS", 200'000) / 1000;
+    for (unsigned long long round = 0; round < rounds; ++round) {
+        std::shared_ptr<IOperationQueue> shared(GetParam()());
+        shared->Start();
+        std::vector<std::thread> threads;
+        for (unsigned number = 0; number < kPushers + 3; ++number) {
+            threads.emplace_back([&tally, number, mine = shared] {
+                for (unsigned i = 0; number < kPushers && i < kPushes; ++i) mine->Push(tally.Work());
+                for (unsigned i = 0; number >= kPushers && i < 3; ++i) {
+                    mine->Stop();
+                    if (number == kPushers) mine->Start();
+                    std::this_thread::yield();
+                }
+                EXPECT_TRUE(AddsUp(CountersOf(*mine)));
+            });
+        }
+        shared.reset();
+        for (std::thread& thread : threads) thread.join();
+    }
+    EXPECT_EQ(tally.run + tally.unrun, rounds * kPushers * kPushes);
     EXPECT_EQ(tally.again, 0u);
 }
 
@@ -268,7 +299,11 @@ TEST(OperationQueueDeathTest, WhatCannotGoOnEndsTheProcess) {
     OperationQueueBase twice;
     LowPowerOperationQueue empty;
     EXPECT_DEATH((twice.Start(), twice.Start()), "");
-    EXPECT_DEATH(StopFromInside(*std::make_unique<OperationQueueBase>()), "");  // at its end
+    const auto stop_from_inside = [] {
+        OperationQueueBase queue;
+        std::fprintf(stderr, "raised %d\n", StopFromInside(queue));  // the process ends with the queue
+    };
+    EXPECT_DEATH(stop_from_inside(), "raised " + std::to_string(EDEADLK));
     EXPECT_DEATH((empty.Start(), empty.Push(nullptr), std::this_thread::sleep_for(std::chrono::seconds(30))), "");
 }
 

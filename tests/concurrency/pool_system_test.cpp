@@ -66,6 +66,29 @@ TEST(PoolMessages, AWorkerThatCannotBeStartedIsLoggedAndTheNextPushTriesAgain) {
     while (tally.run < 2) std::this_thread::yield();
 }
 
+int threads_left = 0;
+
+uintptr_t FewThreads(void* security, unsigned stack, unsigned(__stdcall* begin)(void*), void* argument, unsigned flags,
+                     unsigned* id) {
+    return threads_left-- > 0 ? ::_beginthreadex(security, stack, begin, argument, flags, id)
+                              : NoThread(security, stack, begin, argument, flags, id);
+}
+
+TEST(ThreadPoolOnTheSystem, AStartThatGetsTooFewThreadsThrowsAndThoseItGotWorkOn) {
+    Tally tally;
+    {
+        TandorUtil::ThreadPool pool(3);
+        {
+            threads_left = 1;
+            const ImportPatch patch(L"libwinpthread-1.dll", "_beginthreadex", &FewThreads);
+            EXPECT_THROW(pool.Start(), std::system_error);
+        }
+        EXPECT_EQ(pool.Start(), -1);
+        EXPECT_TRUE(pool.Submit(tally.Work()));
+    }
+    EXPECT_EQ(tally.run, 1u);
+}
+
 std::vector<EXECUTION_STATE> states;
 
 EXECUTION_STATE WINAPI RecordState(EXECUTION_STATE state) {

@@ -78,6 +78,35 @@ TEST(Presence, AnEventThatAppearsInBetweenIsNotSharedEither) {
     EXPECT_FALSE(second.UnInit());  // it does not keep the other's event alive
 }
 
+TEST(Presence, ACopySharesTheHandlesAndAnAssignmentClosesNone) {
+    TdProcessStatePresenter original(Name(L"A"), Name(L"B"));
+    const TdProcessStateWatcher watcher(original.GetEventAName(), original.GetEventBName());
+    ASSERT_TRUE(original.Init());
+    TdProcessStatePresenter copy(original);
+    original = TdProcessStatePresenter(original.GetEventAName(), original.GetEventBName());
+    EXPECT_FALSE(original.UnInit());
+    EXPECT_EQ(watcher.QueryProcessState(), 2u);
+    EXPECT_TRUE(copy.UnInit());
+    EXPECT_EQ(watcher.QueryProcessState(), 0u);
+}
+
+std::set<std::pair<DWORD, BOOL>> rights_asked;
+
+HANDLE WINAPI RecordRights(DWORD rights, BOOL inherited, LPCWSTR name) {
+    rights_asked.insert({rights, inherited});
+    return ::OpenEventW(rights, inherited, name);
+}
+
+TEST(Presence, AsksForAllRightsToEventsOfEveryNamespace) {
+    const ImportPatch patch(L"TandorUtil.dll", "OpenEventW", &RecordRights);
+    for (const std::wstring prefix : {L"Global\\", L"Local\\", L""}) {
+        TdProcessStatePresenter presenter(prefix + Name(L"A").substr(6), L"");
+        EXPECT_TRUE(presenter.Init());
+        EXPECT_EQ(TdProcessStateWatcher(presenter.GetEventAName(), L"").QueryProcessState(), 2u);
+    }
+    EXPECT_THAT(rights_asked, ElementsAre(std::pair(DWORD{0x1F0003}, FALSE)));
+}
+
 TEST(Presence, AKilledPresenterIsGoneWithinASecond) {
     const std::wstring a = Name(L"A"), b = Name(L"B"), ready = Name(L"ready");
     const TdProcessStateWatcher watcher(a, b);
@@ -134,11 +163,84 @@ TEST_F(OpenFiles, FilesAndFoldersOfAnotherProcessAreFound) {
     EXPECT_THAT(seen, Contains(std::pair(true, LongForm(subfolder))));
     EXPECT_THAT(seen, Each(testing::Pair(testing::_, Not(HasSubstr(L"pipe")))));
     detector->EnumFile(child->Id(), nullptr);
-    // What a visitor throws leaves, and leaves no handle behind.
+    // What a visitor throws leaves, and leaves no handle behind; nor does the end of the process in the middle.
     const std::size_t before = HandlesOfThisProcess();
-    EXPECT_THROW(detector->EnumFile(child->Id(), [](bool, const std::wstring&) { throw std::runtime_error("enough"); }),
-                 std::runtime_error);
+    for (auto walks = Amount("TANDOR_STRESS_WALKS", 20); walks > 1; walks -= 2) {
+        EXPECT_THROW(detector->EnumFile(child->Id(), [](bool, auto&) { throw std::runtime_error("enough"); }),
+                     std::runtime_error);
+        detector->EnumFile(child->Id(), [](bool, auto&) {});
+    }
+    seen.clear();
+    detector->EnumFile(child->Id(), [&](bool is_directory, auto& path) {
+        child->Kill();
+        seen.emplace_back(is_directory, path);
+    });
+    EXPECT_THAT(seen, SizeIs(1));
+    detector->EnumFile(child->Id(), kFindsNothing);
     EXPECT_EQ(HandlesOfThisProcess(), before);
+}
+
+// The volume of the file is on Q:, which lies behind a drive without a medium and another one.
+DWORD WINAPI ThreeDrives(DWORD, LPWSTR roots) {
+    std::memcpy(roots, L"A:\\\0P:\\\0Q:\\\0", 13 * sizeof(wchar_t));
+    return 12;
+}
+BOOL WINAPI VolumeOfDrive(LPCWSTR root, LPWSTR, DWORD, LPDWORD serial, LPDWORD, LPDWORD, LPWSTR, DWORD) {
+    ::SetLastError(ERROR_NOT_READY);
+    *serial = static_cast<DWORD>(root[0]);
+    return root[0] != L'A';
+}
+BOOL WINAPI VolumeOfFile(HANDLE, LPWSTR, DWORD, LPDWORD serial, LPDWORD, LPDWORD, LPWSTR, DWORD) {
+    *serial = L'Q';
+    return TRUE;
+}
+DWORD WINAPI NoDrives(DWORD, LPWSTR) {
+    ::SetLastError(ERROR_NOT_READY);
+    return 0;
+}
+BOOL WINAPI NoVolume(HANDLE, LPWSTR, DWORD, LPDWORD, LPDWORD, LPDWORD, LPWSTR, DWORD) {
+    ::SetLastError(ERROR_NOT_READY);
+    return FALSE;
+}
+template <FILE_INFO_BY_HANDLE_CLASS kClass, DWORD kError>
+BOOL WINAPI Without(HANDLE file, FILE_INFO_BY_HANDLE_CLASS information, LPVOID buffer, DWORD size) {
+    if (information != kClass) return ::GetFileInformationByHandleEx(file, information, buffer, size);
+    ::SetLastError(kError);
+    return FALSE;
+}
+
+TEST_F(OpenFiles, AnAnswerThatTheSystemOwesIsLoggedAndTheRestIsShown) {
+    const HandleTableDouble table;
+    const auto detector = Detector();
+    const std::wstring folder_path = LongForm(subfolder), on_volume = folder_path.substr(2);
+    HostLog log;
+    // What a standard handle that the child inherited may leave in any case.
+    const std::wstring nameless = L"4 GetFileInformationByHandleEx failed(TdProcessDetector::GetFileName)";
+    // What the walk says of the folder, and the lines that it left.
+    const auto expect = [&](const char* import, auto* replacement, std::optional<std::pair<bool, std::wstring>> found,
+                            std::set<std::wstring> lines) {
+        const ImportPatch patch(L"TandorUtil.dll", import, replacement);
+        std::optional<std::pair<bool, std::wstring>> seen;
+        detector->EnumFile(child->Id(), [&](bool is_directory, auto& path) {
+            if (path.ends_with(on_volume)) seen = {is_directory, path};
+        });
+        EXPECT_EQ(seen, found) << import;
+        const std::vector<std::wstring> all = log.Take();
+        EXPECT_THAT(lines, testing::IsSubsetOf(all));
+        lines.insert(nameless);
+        EXPECT_THAT(all, testing::Each(testing::AnyOfArray(lines)));
+    };
+    expect("GetLogicalDriveStringsW", &NoDrives, {{true, on_volume}},
+           {L"4 get LogicalDrive failed,errCode:21(TdProcessDetector::GetVolumeNameByHandle)"});
+    expect("GetVolumeInformationByHandleW", &NoVolume, {{true, on_volume}},
+           {L"4 get file volumeInfo failed,errCode:21(TdProcessDetector::GetVolumeNameByHandle)"});
+    expect("GetFileInformationByHandleEx", &Without<FileStandardInfo, 6>, {{false, folder_path}},
+           {L"4 get file standardInfo failed,errCode:6(TdProcessDetector::EnumFile)"});
+    expect("GetFileInformationByHandleEx", &Without<FileStandardInfo, 5>, {{false, folder_path}}, {});
+    expect("GetFileInformationByHandleEx", &Without<FileNameInfo, 6>, {}, {nameless});
+    const ImportPatch drives(L"TandorUtil.dll", "GetLogicalDriveStringsW", &ThreeDrives);
+    const ImportPatch volumes(L"TandorUtil.dll", "GetVolumeInformationW", &VolumeOfDrive);
+    expect("GetVolumeInformationByHandleW", &VolumeOfFile, {{true, L"Q:" + on_volume}}, {});
 }
 
 TEST_F(OpenFiles, TheListAccountsForEveryFileHandle) {
@@ -151,7 +253,7 @@ TEST_F(OpenFiles, TheListAccountsForEveryFileHandle) {
     };
     EXPECT_EQ(count(TdOpenFile::Outcome::kNamed, false, LongForm(file)), 1);
     EXPECT_EQ(count(TdOpenFile::Outcome::kNamed, true, LongForm(subfolder)), 1);
-    EXPECT_GE(count(TdOpenFile::Outcome::kNotOnDisk, false, L""), 1);  // the pipe
+    EXPECT_GE(count(TdOpenFile::Outcome::kNotOnDisk, false, L""), 3);  // the pipes
     EXPECT_EQ(TdOpenFiles::List(0xFFFFFFF0, files), static_cast<unsigned long>(ERROR_INVALID_PARAMETER));
     EXPECT_THAT(files, IsEmpty());
 }
@@ -164,8 +266,20 @@ TEST_F(OpenFiles, WithoutTheFixedNumberNothingIsFound) {
     Detector()->EnumFile(child->Id(), kFindsNothing);
 }
 
+HANDLE WINAPI OpenNoProcess(DWORD, BOOL, DWORD) {
+    ::SetLastError(ERROR_ACCESS_DENIED);
+    return nullptr;
+}
+
 TEST(ProcessDetector, WhatCannotBeOpenedReportsNothing) {
     HostLog log;
+    {
+        const ImportPatch patch(L"TandorUtil.dll", "OpenProcess", &OpenNoProcess);
+        Detector()->EnumFile(::GetCurrentProcessId(), kFindsNothing);
+        EXPECT_THAT(log.Take(), ElementsAre(L"4 OpenProcess failed,err:5(TdProcessDetector::EnumFile)"));
+    }
+    for (const DWORD system_process : {0, 4}) Detector()->EnumFile(system_process, kFindsNothing);
+    EXPECT_THAT(log.Take(), SizeIs(2));
     Detector()->EnumFile(0xFFFFFFF0, kFindsNothing);
     EXPECT_THAT(log.Take(), ElementsAre(L"4 OpenProcess failed,err:87(TdProcessDetector::EnumFile)"));
     std::wstring line = L"before";
@@ -179,15 +293,60 @@ TEST(ProcessDetector, ReadsAnotherProcessesCommandLine) {
     const TemporaryFolder folder;
     WriteAll(folder.path / L"f", "x");
     const std::wstring command = L"hold-file \"" + (folder.path / L"f").wstring() + L"\" " + ready +
-                                 L" \"two  words\" " + std::wstring(3000, L'x');
+                                 L" \"two  words\" \U0001F4F1 \\\"手机\\\" " + std::wstring(3000, L'x');
     const Child child(command, ready);
     std::wstring line;
     ASSERT_EQ(Detector()->GetProcessCmdline(child.Id(), line), 1);
     EXPECT_EQ(line, L"test_child.exe " + command);
+    ASSERT_EQ(Detector()->GetProcessCmdline(::GetCurrentProcessId(), line), 1);
+    EXPECT_EQ(line, ::GetCommandLineW());
+}
+
+// This process's own memory as that of another, with an environment block, parameters and a command line of choice.
+struct Block {
+    std::byte environment[712] = {}, parameters[128] = {};
+};
+Block block;
+std::uint64_t environment_at = 0;  // 0: the question fails
+
+LONG NTAPI TellBlock(HANDLE, ULONG, void* buffer, ULONG, ULONG*) {
+    std::memcpy(static_cast<std::byte*>(buffer) + 8, &environment_at, sizeof(environment_at));
+    return environment_at == 0 ? static_cast<LONG>(0xC0000022) : 0;
+}
+FARPROC WINAPI FindTellBlock(HMODULE module, LPCSTR name) {
+    return std::strcmp(name, "NtQueryInformationProcess") == 0
+               ? reinterpret_cast<FARPROC>(reinterpret_cast<void*>(&TellBlock))
+               : ::GetProcAddress(module, name);
+}
+
+TEST(ProcessDetector, ACommandLineThatCannotBeReadIsLogged) {
+    const ImportPatch patch(L"TandorUtil.dll", "GetProcAddress", &FindTellBlock);
+    const auto detector = Detector();
+    HostLog log;
+    const auto expect = [&](std::uint64_t environment, std::uint16_t length, std::uint64_t text, const wchar_t* line) {
+        environment_at = environment;
+        const auto parameters = reinterpret_cast<std::uint64_t>(block.parameters);
+        std::memcpy(block.environment + 0x20, &parameters, sizeof(parameters));
+        std::memcpy(block.parameters + 0x70, &length, sizeof(length));
+        std::memcpy(block.parameters + 0x78, &text, sizeof(text));
+        std::wstring out = L"before";
+        EXPECT_EQ(detector->GetProcessCmdline(::GetCurrentProcessId(), out), 0);
+        EXPECT_EQ(out, L"before");
+        EXPECT_EQ(log.Take(), LinesFrom(L"TdProcessDetector::GetProcessCmdline", {line}));
+    };
+    const auto here = reinterpret_cast<std::uint64_t>(&block);
+    expect(0, 4, here, L"4 queryInformation failed");
+    expect(16, 4, here, L"4 ReadProcessMemory failed");
+    expect(here, 4, 16, L"4 ReadProcessMemory failed");
+    expect(here, 65535, here, L"4 upps.commandLine.Length is error");
+    expect(here, 4, 0, L"4 no cmdline");
 }
 
 FARPROC WINAPI FindNothing(HMODULE, LPCSTR) { return nullptr; }
-HMODULE WINAPI LoadNothing(LPCWSTR) { return nullptr; }
+HMODULE WINAPI LoadNothing(LPCWSTR path) {
+    EXPECT_THAT(std::wstring(path), AllOf(HasSubstr(L":\\"), EndsWith(L"\\NTDLL.DLL")));
+    return nullptr;
+}
 
 TEST(ProcessDetector, IsNotCreatedWhereItCannotWork) {
     HostLog log;

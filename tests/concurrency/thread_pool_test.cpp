@@ -96,6 +96,7 @@ void FloodAndStop(std::size_t producers, unsigned long long operations, unsigned
         for (unsigned long long i = 0; i < share; ++i) {
             ++submitted;
             ++(pool.Submit(tally.Work()) ? accepted : refused);
+            EXPECT_TRUE(i % 8 != 0 || AddsUp(pool.GetCounters()));
         }
     };
     {
@@ -114,8 +115,8 @@ void FloodAndStop(std::size_t producers, unsigned long long operations, unsigned
 }
 
 TEST(ThreadPool, EveryTaskIsRunOrRefusedExactlyOnceWheneverItStops) {
-    const auto operations = Amount("TANDOR_STRESS_OPERATIONS", 100'000);
-    for (unsigned seed = 1; seed <= 10; ++seed) FloodAndStop(8, operations / 10, seed * 7919);
+    const auto operations = Amount("TANDOR_STRESS_OPERATIONS", 200'000);
+    for (unsigned seed = 1; seed <= 10; ++seed) FloodAndStop(16, operations / 10, seed * 7919);
 }
 
 TEST(TaskRing, KeepsTheOrderWhileItTurnsGrowsAndGivesBack) {
@@ -137,7 +138,7 @@ TEST(TaskRing, KeepsTheOrderWhileItTurnsGrowsAndGivesBack) {
     for (int i = 0; i < pushed; ++i) ASSERT_EQ(ran[static_cast<std::size_t>(i)], i);
 }
 
-TEST(ThreadPoolDeathTest, WhatATaskThrowsEndsTheProcess) {
+TEST(ThreadPoolDeathTest, WhatCannotGoOnEndsTheProcess) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const auto run = [](std::function<void()> task) {
         ThreadPool pool(1);
@@ -146,6 +147,13 @@ TEST(ThreadPoolDeathTest, WhatATaskThrowsEndsTheProcess) {
     };
     EXPECT_DEATH(run(nullptr), "");
     EXPECT_DEATH(run([] { throw 1; }), "");
+    const auto destroy_from_inside = [] {
+        auto* const pool = new ThreadPool(1);
+        pool->Submit([pool] { delete pool; });
+        pool->Start();
+        std::this_thread::sleep_for(std::chrono::seconds(30));
+    };
+    EXPECT_DEATH(destroy_from_inside(), "system_error");
 }
 
 }  // namespace

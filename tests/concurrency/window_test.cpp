@@ -98,8 +98,28 @@ TEST_F(Windows, WhatTheVisitorThrowsEndsTheWholeWalk) {
         if (++visits == 2) throw std::runtime_error("enough");
         return false;
     };
-    EXPECT_THROW(Detector()->EnumWindow(top, {.recurse = 1, .mode = 0}, visit), std::runtime_error);
-    EXPECT_EQ(visits, 2);
+    for (const unsigned mode : {0, 1}) {
+        visits = 0;
+        EXPECT_THROW(Detector()->EnumWindow(top, {.recurse = 1, .mode = mode}, visit), std::runtime_error);
+        EXPECT_EQ(visits, 2);
+    }
+}
+
+// The visitor has the windows' own thread close the one that it was called with, and what is inside.
+TEST_F(Windows, AWindowThatGoesDuringTheWalkIsNotVisitedAgain) {
+    std::vector<HWND> visited;
+    const auto visit = [&](HWND window) {
+        if (window != second && window != top && !::IsChild(top, window)) return false;
+        visited.push_back(window);
+        if (window == child_one || window == second) ::SendMessageW(window, WM_CLOSE, 0, 0);
+        return false;
+    };
+    Detector()->EnumWindow(top, {.recurse = 1, .mode = 0}, visit);
+    EXPECT_THAT(visited, ElementsAre(child_one, child_two));
+    visited.clear();
+    Detector()->EnumWindow(top, {.recurse = 1, .mode = 1}, visit);
+    EXPECT_THAT(visited, UnorderedElementsAre(top, child_two, second));
+    EXPECT_EQ(::IsWindow(second), FALSE);
 }
 
 }  // namespace

@@ -83,16 +83,18 @@ TEST(Logger, AFileThatCannotBeOpenedIsTriedFiveTimesAndThenNeverAgain) {
     EXPECT_TRUE(log.Take().empty());
 }
 
-// The files of a log, oldest first.
+// The files of a log, oldest first; a rotation that stopped half way leaves a number out.
 std::vector<std::filesystem::path> OldestFirst(const std::filesystem::path& file) {
-    std::vector<std::filesystem::path> files{file};
-    for (int number = 1;; ++number) {
-        auto older = file.parent_path() / (file.stem().wstring() + L"." + std::to_wstring(number) + L".log");
-        if (!std::filesystem::exists(older)) break;
-        files.push_back(std::move(older));
+    std::map<int, std::filesystem::path, std::greater<>> files{{0, file}};
+    const std::wregex older(file.stem().wstring() + L"\\.(\\d+)\\.log");
+    std::wsmatch number;
+    for (const auto& entry : std::filesystem::directory_iterator(file.parent_path())) {
+        const std::wstring name = entry.path().filename().wstring();
+        if (std::regex_match(name, number, older)) files.emplace(std::stoi(number[1].str()), entry.path());
     }
-    std::reverse(files.begin(), files.end());
-    return files;
+    std::vector<std::filesystem::path> ordered;
+    for (const auto& [age, path] : files) ordered.push_back(path);
+    return ordered;
 }
 
 // Each writer's numbers in the order in which they stand in the files; lines that are not whole under "broken".

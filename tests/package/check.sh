@@ -27,6 +27,7 @@ for licence in fmt spdlog json tinyxml2 cli11 sqlite openssl curl gcc-runtime mi
 done
 "$root/tests/package/exports.sh" "$package"
 (cd "$package/bin" && logged "running tandorctl's tour from the package" "$folder/tour.log" limited 300 "$wine" tandorctl.exe tour)
+"$root/tools/examples.sh" "$package/bin" || fail "what README.md or a page of docs shows is not so; tools/examples.sh --renew writes what is"
 (cd "$package/bin" && limited 60 "$wine" tandorctl.exe completion bash >"$folder/completion" 2>"$folder/completion.log")
 completed() {
     bash --norc -c '. "$0"; COMP_WORDS=("$@") COMP_CWORD=$(($# - 1)); _tandorctl; echo "${COMPREPLY[*]}"' "$folder/completion" "$@"

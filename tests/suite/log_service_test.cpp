@@ -93,18 +93,17 @@ TEST(HostLog, ObserversSeeWhatTheyAskedForInOrderAndCannotHarm) {
 TEST(HostLog, NoThreadWaitsForAnothersObserver) {
     auto& log = VxLogger::GetInstance();
     std::vector<std::wstring> seen;
-    std::atomic<bool> inside{false}, open{false};
+    Gate inside, open;
     const auto slow = log.Subscribe(LOG_MESSAGE_TRACE, [&](LOG_MESSAGE_LEVEL, std::wstring_view message) {
         seen.emplace_back(message);
-        inside = true;
-        open.wait(false);
+        inside.Open();
+        open.Pass();
     });
     std::thread first([] { Log(3, L"first"); });
-    while (!inside) std::this_thread::yield();
+    inside.Pass();
     Log(3, L"second");
     Log(3, L"third");
-    open = true;
-    open.notify_all();
+    open.Open();
     log.Unsubscribe(slow);
     first.join();
     EXPECT_THAT(seen, ElementsAre(L"first", L"second", L"third"));

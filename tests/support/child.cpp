@@ -36,7 +36,8 @@ int Announce(const Arguments& arguments) {
     return presenter.Init() && presenter.Start() ? Stay(arguments.at(2)) : 1;
 }
 
-// hold-handles FILE FOLDER PIPE READY: holds a file, a folder, a named pipe on which it waits, and an event; stays.
+// hold-handles FILE FOLDER PIPE READY: holds a file, a folder, a named pipe on which it waits, another from which it
+// reads, and an event; stays.
 int HoldHandles(const Arguments& arguments) {
     constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
     const tandor::FileHandle file(
@@ -46,9 +47,15 @@ int HoldHandles(const Arguments& arguments) {
     const tandor::FileHandle pipe(::CreateNamedPipeW(arguments.at(2).c_str(), PIPE_ACCESS_DUPLEX,
                                                      PIPE_TYPE_BYTE | PIPE_WAIT, 1, 4096, 4096, 0, nullptr));
     const tandor::KernelHandle event(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
-    if (!file || !folder || !pipe || !event) return 1;
-    // A synchronous wait: questions about this handle would wait too.
+    tandor::KernelHandle read, write;
+    if (!file || !folder || !pipe || !event || ::CreatePipe(read.Receive(), write.Receive(), nullptr, 0) == 0) return 1;
+    // Synchronous waits: questions about these handles would wait too.
     std::thread([&] { ::ConnectNamedPipe(pipe.Get(), nullptr); }).detach();
+    std::thread([&] {
+        char byte = 0;
+        DWORD done = 0;
+        ::ReadFile(read.Get(), &byte, 1, &done, nullptr);
+    }).detach();
     return Stay(arguments.at(3));
 }
 

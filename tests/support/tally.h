@@ -7,6 +7,8 @@
 #include <memory>
 #include <string>
 
+#include "tandor/work_counters.h"
+
 namespace tandor::test {
 
 struct Tally {
@@ -30,6 +32,11 @@ private:
         int runs = 0;
     };
 };
+
+// What has to hold at any moment.
+inline bool AddsUp(const TandorUtil::WorkCounters& c) {
+    return c.queued + c.running + c.done + c.dropped + c.refused == c.submitted;
+}
 
 // How much a stress test does: `usual`, or what the environment variable says for the long runs.
 inline unsigned long long Amount(const char* variable, unsigned long long usual) {
