@@ -11,6 +11,7 @@
 #include "base/hex.h"
 #include "base/utf.h"
 #include "base/win_error.h"
+#include "pelora/digest.h"
 #include "tandor/crypto.h"
 
 namespace tandor::app {
@@ -18,6 +19,12 @@ namespace {
 
 constexpr std::size_t kDigits = 64;
 constexpr const char* kReadable = "check that it exists, is a file and that nobody has locked it";
+
+std::string HashText(const std::string& text) {
+    std::string digest = DE::GetStringSha256(text);
+    if (digest.empty()) throw CommandError("the text", "it cannot be hashed", "see what 'tandorctl doctor' says");
+    return digest;
+}
 
 std::string HashStandardInput() {
     DE::CryptSHA256 hash;
@@ -117,7 +124,8 @@ public:
             lines += expected ? 1 : 0;
         }
         if (lines == 0) {
-            throw CommandError(list, "it has no line with a digest and a name", "make one with 'tandorctl hash FILE'");
+            throw CommandError(list, "it has no line with a digest and a name",
+                               "make one with 'tandorctl hash file FILE'");
         }
     }
 
@@ -179,6 +187,16 @@ void HashFiles(Context& context, const std::vector<std::string>& files) {
     if (context.json) PrintJson(results);
 }
 
+void HashTexts(const Context& context, const std::vector<std::string>& texts) {
+    Json results = Json::array();
+    for (const std::string& text : texts) {
+        const std::string digest = text == "-" ? HashStandardInput() : HashText(text);
+        results.push_back({{"text", text}, {"sha256", digest}});
+        if (!context.json) PrintLine(digest);
+    }
+    if (context.json) PrintJson(results);
+}
+
 void CheckLists(Context& context, const std::vector<std::string>& lists) {
     Checker checker(context);
     for (const std::string& list : lists) checker.CheckList(list);
@@ -194,15 +212,23 @@ std::string HashFile(const std::string& file, const CTandorSecTools::HashProgres
 }
 
 void AddHashCommand(CLI::App& app, Context& context) {
-    CLI::App* const hash = app.add_subcommand("hash", "SHA-256 of files, as lists that sha256sum -c reads");
-    const auto files = std::make_shared<std::vector<std::string>>();
+    CLI::App* const hash = app.add_subcommand("hash", "SHA-256 of texts and files");
+    hash->require_subcommand(1);
+    hash->footer("Example:\n  tandorctl hash text phone-0815\n  tandorctl hash file film.mkv photo.jpg > sums.txt");
+    const auto inputs = std::make_shared<std::vector<std::string>>();
+    CLI::App* const text = hash->add_subcommand("text", "The digest of each text, a line each");
+    text->add_option("TEXT", *inputs, "The texts, hashed as UTF-8; - is all of standard input")->required();
+    text->footer("Example:\n  tandorctl hash text phone-0815");
+    text->callback([inputs, &context] { HashTexts(context, *inputs); });
+
+    CLI::App* const file = hash->add_subcommand("file", "Digests of files, as lists that sha256sum -c reads");
     const auto check = std::make_shared<bool>(false);
-    hash->add_option("FILE", *files, "The files, or with --check the lists; - is standard input")->required();
-    hash->add_flag("-c,--check", *check, "Read lists of digests and check the files that they name");
-    hash->footer(
-        "Example:\n  tandorctl hash film.mkv photo.jpg > sums.txt\n  tandorctl hash --check sums.txt\n"
+    file->add_option("FILE", *inputs, "The files, or with --check the lists; - is standard input")->required();
+    file->add_flag("-c,--check", *check, "Read lists of digests and check the files that they name");
+    file->footer(
+        "Example:\n  tandorctl hash file film.mkv photo.jpg > sums.txt\n  tandorctl hash file --check sums.txt\n"
         "Exit code 1 when a file cannot be read or has another digest.");
-    hash->callback([files, check, &context] { *check ? CheckLists(context, *files) : HashFiles(context, *files); });
+    file->callback([inputs, check, &context] { *check ? CheckLists(context, *inputs) : HashFiles(context, *inputs); });
 }
 
 }  // namespace tandor::app

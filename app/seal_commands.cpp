@@ -1,3 +1,5 @@
+#include <windows.h>
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -6,6 +8,8 @@
 #include "app/doctor/doctor.h"
 #include "base/hex.h"
 #include "base/utf.h"
+#include "base/win_error.h"
+#include "base/win_handle.h"
 #include "security/secret.h"
 #include "tandor/crypto.h"
 #include "tandor/sealing.h"
@@ -16,16 +20,6 @@ namespace {
 constexpr std::size_t kKeyDigits = 64;
 constexpr std::size_t kLongestMessage = 168;
 constexpr int kMostRandomBytes = 1 << 20;
-
-// A text that is wiped at its end.
-struct SecretText {
-    std::string text;
-
-    explicit SecretText(std::string content) : text(std::move(content)) {}
-    ~SecretText() { WipeText(text); }
-    SecretText(const SecretText&) = delete;
-    SecretText& operator=(const SecretText&) = delete;
-};
 
 bool IsHex(std::string_view text) {
     return std::all_of(text.begin(), text.end(), [](char c) { return HexValue(c) >= 0; });
@@ -54,7 +48,7 @@ void SetKey(SecurityEncryptUtil& util, const Options& options) {
         throw CommandError(
             Named(options.key),
             fmt::format("a key has {} hexadecimal digits, this file has {} characters", kKeyDigits, key.size()),
-            "draw one with 'tandorctl random 32'");
+            "draw one with 'tandorctl key new'");
     }
     util.SetSessionKey(std::string(key));
 }
@@ -103,7 +97,7 @@ void Open(const Context& context, const Options& options) {
         throw CommandError(Named(options.input), "a sealed message is pairs of hexadecimal digits",
                            "check for a cut end and foreign characters");
     }
-    SecretText opened({});
+    SecretText opened;
     if (util.AesGcmDecrypt(sealed, opened.text) < 0) {
         throw CommandError(Named(options.input), "the message does not open under this key",
                            "it was changed or cut on its way, or it was sealed under another key");
@@ -130,16 +124,20 @@ void AddSealing(CLI::App& app, const Context& context, const char* name, const c
 }
 
 struct RandomOptions {
-    int bytes = 32;
+    int bytes = 0;
     long long seed = 0;
     int count = 1;
 };
 
-void DrawBytes(const Context& context, const RandomOptions& options) {
-    SecretText digits({});
-    if (!SecurityEncryptUtil().GenerateRandom(digits.text, options.bytes)) {
+void Draw(int bytes, SecretText& digits) {
+    if (!SecurityEncryptUtil().GenerateRandom(digits.text, bytes)) {
         throw CommandError("the system's random numbers", "none could be drawn", "try again with --follow to see why");
     }
+}
+
+void DrawBytes(const Context& context, const RandomOptions& options) {
+    SecretText digits;
+    Draw(options.bytes, digits);
     context.json ? PrintJson({{"bytes", options.bytes}, {"hex", digits.text}}) : PrintLine(digits.text);
 }
 
@@ -152,38 +150,77 @@ void DrawFromSeed(const Context& context, const RandomOptions& options) {
     for (const Json& number : numbers) PrintLine(fmt::format("{:.8f}", number.get<float>()));
 }
 
+// A key that exists may still be in use: its file is never written over.
+void WriteKey(const std::string& file, const SecretText& key) {
+    const std::filesystem::path path = PathFrom(file);
+    FileHandle handle(
+        ::CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
+    DWORD error = handle ? ERROR_SUCCESS : ::GetLastError();
+    if (error == ERROR_FILE_EXISTS)
+        throw CommandError(file, "it exists, and a key is not written over another", "name another file or delete it");
+    DWORD written = 0;
+    if (handle && ::WriteFile(handle.Get(), key.text.data(), kKeyDigits, &written, nullptr) == 0) {
+        error = ::GetLastError();
+        handle.Reset();
+        ::DeleteFileW(path.c_str());
+    }
+    if (error != ERROR_SUCCESS)
+        throw CommandError(file, WindowsErrorText(error), "check its folder, your rights there, and the disk");
+}
+
+void NewKey(const Context& context, const std::string& file) {
+    SecretText key;
+    Draw(kKeyDigits / 2, key);
+    if (!file.empty() && file != "-") return WriteKey(file, key);
+    context.json ? PrintJson({{"key", key.text}}) : PrintLine(key.text);
+}
+
+void AddKeyCommand(CLI::App& app, const Context& context) {
+    CLI::App* const key = app.add_subcommand("key", "Keys for seal and open");
+    key->require_subcommand(1);
+    key->footer("Example:\n  tandorctl key new -o key.txt");
+    CLI::App* const fresh = key->add_subcommand("new", "Draw a key: 64 hexadecimal digits");
+    const auto file = std::make_shared<std::string>();
+    fresh->add_option("-o,--output", *file, "Write it to this new file instead of standard output")->type_name("FILE");
+    fresh->footer("Example:\n  tandorctl key new -o key.txt");
+    fresh->callback([file, &context] { NewKey(context, *file); });
+}
+
+void AddRandomCommand(CLI::App& app, const Context& context) {
+    CLI::App* const random = app.add_subcommand("random", "Random bytes, or reproducible numbers");
+    random->require_subcommand(1);
+    random->footer("Example:\n  tandorctl random hex 16\n  tandorctl random sequence --seed 42 --count 3");
+    const auto options = std::make_shared<RandomOptions>();
+    CLI::App* const hex = random->add_subcommand("hex", "Random bytes of the system as hexadecimal digits");
+    hex->add_option("N", options->bytes, "How many bytes")->required()->check(CLI::Range(1, kMostRandomBytes));
+    hex->footer("Example:\n  tandorctl random hex 16");
+    hex->callback([options, &context] { DrawBytes(context, *options); });
+    CLI::App* const sequence = random->add_subcommand("sequence", "Numbers in [0, 1), the same for the same seed");
+    sequence->add_option("--seed", options->seed, "Where the sequence begins")->required();
+    sequence->add_option("-n,--count", options->count, "How many numbers")->check(CLI::Range(1, kMostRandomBytes));
+    sequence->footer("Example:\n  tandorctl random sequence --seed 42 --count 3");
+    sequence->callback([options, &context] { DrawFromSeed(context, *options); });
+}
+
 }  // namespace
 
 void AddSealCommands(CLI::App& app, Context& context) {
     AddSealing(app, context, "seal", "Seal a message of at most 168 bytes for a paired device",
                "File with the message; - is standard input",
-               "Example:\n  tandorctl random 32 > key.txt\n  tandorctl seal --key key.txt message.txt > sealed.txt",
+               "Example:\n  tandorctl key new -o key.txt\n  tandorctl seal --key key.txt message.txt > sealed.txt",
                Seal);
     AddSealing(
         app, context, "open", "Open a sealed message", "File with the sealed message; - is standard input",
         "Example:\n  tandorctl open --key key.txt sealed.txt\nExit code 1 when it was changed or the key differs.",
         Open);
-    CLI::App* const random =
-        app.add_subcommand("random", "Random bytes as hexadecimal digits, or reproducible numbers");
-    const auto options = std::make_shared<RandomOptions>();
-    CLI::Option* const bytes = random->add_option("BYTES", options->bytes, "How many bytes, 32 unless given")
-                                   ->check(CLI::Range(1, kMostRandomBytes));
-    CLI::Option* const seed =
-        random->add_option("--seed", options->seed, "Numbers in [0, 1) instead, the same for the same seed")
-            ->excludes(bytes);
-    random->add_option("-n,--count", options->count, "How many numbers of the seed")
-        ->check(CLI::Range(1, kMostRandomBytes))
-        ->needs(seed);
-    random->footer("Example:\n  tandorctl random 16\n  tandorctl random --seed 42 --count 3");
-    random->callback([options, seed, &context] {
-        seed->count() > 0 ? DrawFromSeed(context, *options) : DrawBytes(context, *options);
-    });
+    AddKeyCommand(app, context);
+    AddRandomCommand(app, context);
 }
 
 void CheckSealing(Findings& findings) {
     constexpr const char* kThing = "random numbers and sealing";
     SecurityEncryptUtil util;
-    SecretText key({}), opened({});
+    SecretText key, opened;
     std::string sealed;
     const bool drawn = util.GenerateRandom(key.text, 32);
     util.SetSessionKey(key.text);

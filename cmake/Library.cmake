@@ -30,7 +30,6 @@ add_library(TandorUtil SHARED
     security/crypt_base.cpp
     security/crypt_random.cpp
     security/file_digest.cpp
-    security/sealing_host.cpp
     system/device_console.cpp
     system/device_inventory.cpp
     system/device_nodes.cpp

@@ -38,6 +38,7 @@ set(TANDOR_CORE_SOURCES
 # Portable as well, but they call the suite's services: the native tests link them with stand-ins for those.
 set(TANDOR_SERVICE_CALLERS
     foundation/message.cpp
+    security/sealing_host.cpp
     telemetry/data_report.cpp
     telemetry/ko_event_reporter.cpp
     telemetry/mode_reports.cpp

@@ -10,6 +10,7 @@
 
 #include <charconv>
 #include <concepts>
+#include <exception>
 #include <sstream>
 #include <string_view>
 #include <type_traits>
@@ -88,6 +89,17 @@ void LogMessage(const Logger& channel, LOG_MESSAGE_LEVEL level, std::wstring_vie
     (message_detail::PutPart(*stream, parts), ...);
     channel.Log(level, *stream);
     message_detail::WriteHostLog(level, *stream, function);
+}
+
+// For functions that throw nothing: a line that cannot be written for want of memory is dropped, the result that they
+// return says the same.
+template <class... Parts>
+void TryLogMessage(LOG_MESSAGE_LEVEL level, std::wstring_view function, const Parts&... parts) noexcept {
+    try {
+        LogMessage(level, function, parts...);
+    } catch (const std::exception&) {
+        return;
+    }
 }
 
 }  // namespace tandor

@@ -17,10 +17,14 @@ void EmptyStock() {
     for (auto& slot : stock) ::EVP_CIPHER_CTX_free(slot.exchange(nullptr, std::memory_order_acq_rel));
 }
 
-// The stock is emptied by the library's own clean-up, because it must not outlive it.
+// The stock is emptied by the library's own clean-up, because it must not outlive it. A failure is not kept: the next
+// call may have the memory that this one lacked. Emptying it twice does no harm.
 bool PrepareLibrary() noexcept {
-    static const bool prepared = StartCrypto() && ::OPENSSL_atexit(EmptyStock) == 1;
-    return prepared;
+    static std::atomic<bool> prepared = false;
+    if (prepared.load(std::memory_order_acquire)) return true;
+    if (!StartCrypto() || ::OPENSSL_atexit(EmptyStock) != 1) return false;
+    prepared.store(true, std::memory_order_release);
+    return true;
 }
 
 EVP_CIPHER_CTX* NewContext() noexcept {

@@ -8,10 +8,8 @@
 #include <memory>
 #include <mutex>
 #include <new>
-#include <system_error>
 #include <thread>
 
-#include "base/hex.h"
 #include "base/lock.h"
 #include "base/win_handle.h"
 #include "foundation/message.h"
@@ -26,6 +24,14 @@ constexpr std::wstring_view kLiteralPrefix = L"\\\\?\\";
 
 // How far the work came, as the host log words it.
 enum class Stage { kDone, kStopped, kPath, kRead, kContext, kHash };
+
+// With the cause as the system names it. It becomes the last error when everything has been closed: closing and waiting
+// for a thread set one of their own.
+struct Outcome {
+    Stage stage;
+    DWORD cause = ERROR_SUCCESS;
+};
+constexpr Outcome kNoDigest{Stage::kHash, ERROR_INTERNAL_ERROR};
 
 // The absolute path in the form that the system takes at any length; empty when there is none.
 std::wstring Canonicalise(const std::wstring& path) {
@@ -103,8 +109,8 @@ private:
     void StartAhead() noexcept {
         try {
             thread_ = std::thread([this] { ReadAhead(); });
-        } catch (const std::system_error&) {
-            return;  // goes on without
+        } catch (const std::exception&) {  // no thread, or no memory for it
+            return;                        // goes on without
         }
     }
     void ReadAhead() noexcept {
@@ -159,83 +165,76 @@ bool Feed(tandor::Sha256& hash, const Block& block) noexcept {
     return true;
 }
 
-// Sets the last error when it does not end with kDone.
-Stage HashFile(HANDLE file, const CTandorSecTools::HashProgress& progress, unsigned char* digest) {
+Outcome HashFile(HANDLE file, const CTandorSecTools::HashProgress& progress, unsigned char* digest) {
     LARGE_INTEGER total{};
     ::GetFileSizeEx(file, &total);  // for the progress alone: the file's end is where reading meets it
     BlockReader reader(file);
-    if (!reader) {
-        ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-        return Stage::kContext;
-    }
+    if (!reader) return {Stage::kContext, ERROR_NOT_ENOUGH_MEMORY};
     tandor::Sha256 hash;
     unsigned long long done = 0;
     for (Block block = reader.Next(); block.error != 0 || block.size != 0; block = reader.Next()) {
-        if (block.error != 0) {
-            ::SetLastError(block.error);
-            return Stage::kRead;
-        }
-        if (!Feed(hash, block)) return Stage::kHash;
+        if (block.error != 0) return {Stage::kRead, block.error};
+        if (!Feed(hash, block)) return kNoDigest;
         done += block.size;
-        if (progress && !progress(done, static_cast<unsigned long long>(total.QuadPart))) {
-            ::SetLastError(ERROR_CANCELLED);
-            return Stage::kStopped;
-        }
+        if (progress && !progress(done, static_cast<unsigned long long>(total.QuadPart)))
+            return {Stage::kStopped, ERROR_CANCELLED};
     }
-    return hash.Finish(digest) ? Stage::kDone : Stage::kHash;
+    return hash.Finish(digest) ? Outcome{Stage::kDone} : kNoDigest;
 }
 
-Stage HashPath(const std::wstring& path, const CTandorSecTools::HashProgress& progress, unsigned char* digest) {
-    const std::wstring full = Canonicalise(path);
-    if (full.empty()) return Stage::kPath;
+Outcome HashPath(const std::wstring& path, const CTandorSecTools::HashProgress& progress, unsigned char* digest) {
+    std::wstring full;
+    try {
+        full = Canonicalise(path);
+    } catch (const std::exception&) {
+        return {Stage::kContext, ERROR_NOT_ENOUGH_MEMORY};
+    }
+    if (full.empty()) return {Stage::kPath, ::GetLastError()};
     const tandor::FileHandle file = OpenDiskFile(full);
-    if (!file) return Stage::kRead;
+    if (!file) return {Stage::kRead, ::GetLastError()};
     return HashFile(file.Get(), progress, digest);
 }
 
-void ReportStage(Stage stage, const std::wstring& path) {
+void Report(const Outcome& outcome, const std::wstring& path) noexcept {
     constexpr wchar_t kFunction[] = L"CTandorSecTools::GetSha256HashStrFromFile";
-    using tandor::kFailure;
-    const DWORD cause = ::GetLastError();
-    switch (stage) {
+    using tandor::kFailure, tandor::TryLogMessage;
+    switch (outcome.stage) {
         case Stage::kPath:
-            tandor::LogMessage(kFailure, kFunction, L"PathCanonicalize failed, filepath is ", path);
+            TryLogMessage(kFailure, kFunction, L"PathCanonicalize failed, filepath is ", path);
             break;
         case Stage::kRead:
-            tandor::LogMessage(kFailure, kFunction, L"read file failed");
+            TryLogMessage(kFailure, kFunction, L"read file failed");
             break;
         case Stage::kContext:
-            tandor::LogMessage(kFailure, kFunction, L"create file conext failed");
+            TryLogMessage(kFailure, kFunction, L"create file conext failed");
             break;
         case Stage::kHash:
-            tandor::LogMessage(kFailure, kFunction, L"get hash failed");
+            TryLogMessage(kFailure, kFunction, L"get hash failed");
             break;
         case Stage::kDone:
         case Stage::kStopped:
             break;
     }
-    ::SetLastError(cause);
+    ::SetLastError(outcome.cause);
 }
 
 }  // namespace
 
 bool CTandorSecTools::GetSha256HashStrFromFile(const std::wstring& path, std::string& hashHex) noexcept {
-    try {
-        return GetSha256HashStrFromFile(path, hashHex, nullptr);
-    } catch (const std::exception&) {  // for want of memory alone
-        ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-        return false;
-    }
+    return GetSha256HashStrFromFile(path, hashHex, nullptr);
 }
 
 bool CTandorSecTools::GetSha256HashStrFromFile(const std::wstring& path, std::string& hashHex,
                                                const HashProgress& progress) {
     unsigned char digest[tandor::Sha256::kSize];
-    const Stage stage = HashPath(path, progress, digest);
-    if (stage != Stage::kDone) {
-        ReportStage(stage, path);
+    Outcome outcome = HashPath(path, progress, digest);
+    std::string text;
+    if (outcome.stage == Stage::kDone && !NormalizeSha256(digest, text))
+        outcome = {Stage::kContext, ERROR_NOT_ENOUGH_MEMORY};
+    if (outcome.stage != Stage::kDone) {
+        Report(outcome, path);
         return false;
     }
-    hashHex = tandor::HexFromBytes({reinterpret_cast<const char*>(digest), sizeof(digest)}, tandor::HexCase::kLower);
+    hashHex.swap(text);
     return true;
 }

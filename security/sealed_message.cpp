@@ -52,7 +52,7 @@ private:
 
 // Decodes all of `hex`; the rest of `out` stays zero. The number of bytes, or -1.
 template <std::size_t Size>
-int DecodeHex(const std::string& hex, SecretBytes<Size>& out) {
+int DecodeHex(std::string_view hex, SecretBytes<Size>& out) {
     const std::size_t size = hex.size() / 2;
     if (hex.size() % 2 != 0 || size > Size || ReadHex(hex, out.bytes) != size) return kFailed;
     return static_cast<int>(size);
@@ -64,15 +64,19 @@ int SealBytes(const unsigned char* plain, int size, unsigned char* out, const un
               const unsigned char* vector) noexcept {
     if (out == nullptr || vector == nullptr) return NotCopied();
     if (key == nullptr || size < 0 || size > INT_MAX - kOverhead || (plain == nullptr && size > 0)) return kFailed;
-    unsigned char kept_vector[kGcmVectorSize];
+    unsigned char kept_vector[kGcmVectorSize];  // they may lie where the message goes
+    SecretBytes<kGcmKeySize> kept_key;
     std::memcpy(kept_vector, vector, sizeof(kept_vector));
+    std::memcpy(kept_key.bytes, key, sizeof(kept_key.bytes));
     unsigned char* const cipher = out + kGcmVectorSize;
     if (size > 0 && Overlap(plain, size, out, size + kOverhead)) {
         std::memmove(cipher, plain, static_cast<std::size_t>(size));  // from here it is encrypted in place
         plain = cipher;
     }
     std::memcpy(out, kept_vector, sizeof(kept_vector));
-    return GcmCipher().Encrypt(key, kept_vector, plain, size, cipher, cipher + size) ? size + kOverhead : kFailed;
+    if (GcmCipher().Encrypt(kept_key.bytes, kept_vector, plain, size, cipher, cipher + size)) return size + kOverhead;
+    ::OPENSSL_cleanse(out, static_cast<std::size_t>(size) + kOverhead);  // the plaintext may have been moved there
+    return kFailed;
 }
 
 int OpenBytes(const unsigned char* sealed, int sealed_size, unsigned char* out, const unsigned char* key) noexcept {
@@ -88,7 +92,7 @@ int OpenBytes(const unsigned char* sealed, int sealed_size, unsigned char* out, 
     return size;
 }
 
-int SealText(const std::string& key_hex, const std::string& plain_hex, const unsigned char* vector,
+int SealText(std::string_view key_hex, const std::string& plain_hex, const unsigned char* vector,
              std::string& sealed_hex) noexcept {
     SecretBytes<kGcmKeySize> key;
     SecretBytes<kTextBuffer - kOverhead> plain;
@@ -98,7 +102,7 @@ int SealText(const std::string& key_hex, const std::string& plain_hex, const uns
     return result > 0 && !AssignHex(sealed, result, sealed_hex) ? kFailed : result;
 }
 
-int OpenText(const std::string& key_hex, const std::string& sealed_hex, std::string& plain_hex) noexcept {
+int OpenText(std::string_view key_hex, const std::string& sealed_hex, std::string& plain_hex) noexcept {
     SecretBytes<kGcmKeySize> key;
     SecretBytes<kTextBuffer + kOverhead> sealed;
     SecretBytes<kTextBuffer> plain;
@@ -109,11 +113,13 @@ int OpenText(const std::string& key_hex, const std::string& sealed_hex, std::str
 }
 
 bool AssignHex(const unsigned char* data, int size, std::string& out) noexcept {
+    const std::size_t digits = 2 * static_cast<std::size_t>(size);
     try {
-        out.resize(2 * static_cast<std::size_t>(size));
+        ReserveWiped(out, digits);
     } catch (const std::bad_alloc&) {
         return false;
     }
+    out.resize(digits);
     WriteHex(data, static_cast<std::size_t>(size), HexCase::kUpper, out.data());
     return true;
 }

@@ -2,10 +2,14 @@
 #include "tandor/sealing.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdint>
+#include <mutex>
 #include <string_view>
 #include <utility>
 
 #include "base/hex.h"
+#include "base/lock.h"
 #include "security/sealed_message.h"
 #include "security/secret.h"
 
@@ -13,13 +17,27 @@ namespace {
 
 constexpr int kLargestHexInput = 511;
 
+// What guards an object's session key. The objects share a few locks, because their own layout has no room for one.
+tandor::Lock& KeyLockOf(const SecurityEncryptUtil* object) {
+    static std::array<tandor::Lock, 8> locks;
+    return locks[reinterpret_cast<std::uintptr_t>(object) / sizeof(SecurityEncryptUtil) % locks.size()];
+}
+
 }  // namespace
 
 // Exported as well: a caller that takes it by reference asks the library for it.
 constexpr int SecurityEncryptUtil::SUPPORT_CHALLENGE_VERSION;
 
-SecurityEncryptUtil::SecurityEncryptUtil(const SecurityEncryptUtil& other) = default;
-SecurityEncryptUtil::SecurityEncryptUtil(SecurityEncryptUtil&& other) noexcept = default;
+SecurityEncryptUtil::SecurityEncryptUtil(const SecurityEncryptUtil& other)
+    : local_random_vector_(other.local_random_vector_),
+      remote_random_vector_(other.remote_random_vector_),
+      challenge_version_(other.challenge_version_),
+      challenge_response_(other.challenge_response_) {
+    const std::lock_guard guard(KeyLockOf(&other));
+    session_key_ = other.session_key_;
+}
+
+SecurityEncryptUtil::SecurityEncryptUtil(SecurityEncryptUtil&& other) noexcept { *this = std::move(other); }
 
 SecurityEncryptUtil& SecurityEncryptUtil::operator=(const SecurityEncryptUtil& other) {
     if (this != &other) *this = SecurityEncryptUtil(other);
@@ -28,9 +46,13 @@ SecurityEncryptUtil& SecurityEncryptUtil::operator=(const SecurityEncryptUtil& o
 
 SecurityEncryptUtil& SecurityEncryptUtil::operator=(SecurityEncryptUtil&& other) noexcept {
     if (this == &other) return *this;
-    tandor::WipeText(session_key_);  // the assignment hands the old memory on, with what is in it
-    session_key_ = std::move(other.session_key_);
-    tandor::WipeText(other.session_key_);
+    tandor::SecretText key;
+    {
+        const std::lock_guard guard(KeyLockOf(&other));
+        key.text.swap(other.session_key_);
+        tandor::WipeText(other.session_key_);  // of a short text the swap leaves a copy
+    }
+    ExchangeSessionKey(key.text);
     local_random_vector_ = std::move(other.local_random_vector_);
     remote_random_vector_ = std::move(other.remote_random_vector_);
     challenge_version_ = other.challenge_version_;
@@ -46,8 +68,18 @@ SecurityEncryptUtil* SecurityEncryptUtil::GetInstance() {
 }
 
 void SecurityEncryptUtil::SetSessionKey(std::string keyHex) {
-    session_key_.swap(keyHex);
+    ExchangeSessionKey(keyHex);
     tandor::WipeText(keyHex);
+}
+
+void SecurityEncryptUtil::ExchangeSessionKey(std::string& key) noexcept {
+    const std::lock_guard guard(KeyLockOf(this));
+    session_key_.swap(key);
+}
+
+std::size_t SecurityEncryptUtil::CopySessionKey(char* digits, std::size_t room) const noexcept {
+    const std::lock_guard guard(KeyLockOf(this));
+    return session_key_.copy(digits, room);
 }
 
 void SecurityEncryptUtil::SetLocalRandomVector(std::string& vector) { local_random_vector_ = vector; }

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <string>
+#include <utility>
 
 namespace tandor {
 
@@ -20,10 +21,31 @@ struct SecretBytes {
 };
 
 // Empties the text and zeroes all memory that it holds, also what lies behind its end.
-inline void WipeText(std::string& text) {
+inline void WipeText(std::string& text) noexcept {
     text.resize(text.capacity());  // within the capacity: nothing is moved
     ::OPENSSL_cleanse(text.data(), text.size());
     text.clear();
 }
+
+// Makes room for `size` characters. A text that grows by itself hands its old memory back with what is in it; here that
+// is wiped first, and the text emptied. Throws std::bad_alloc, the text being as before.
+inline void ReserveWiped(std::string& text, std::size_t size) {
+    if (size <= text.capacity()) return;
+    std::string larger;
+    larger.reserve(size);
+    WipeText(text);
+    text.swap(larger);
+}
+
+// A text that is wiped at its end.
+struct SecretText {
+    std::string text;
+
+    SecretText() = default;
+    explicit SecretText(std::string content) : text(std::move(content)) {}
+    ~SecretText() { WipeText(text); }
+    SecretText(const SecretText&) = delete;
+    SecretText& operator=(const SecretText&) = delete;
+};
 
 }  // namespace tandor

@@ -88,7 +88,9 @@ public:
     virtual ~CryptRandom();
 
     /// Fills `buffer` with `length` random bytes. 1, or 0 when the system's generator failed: the host log then has its
-    /// status, and the buffer's content is unspecified.
+    /// status, and the buffer's content is unspecified. A length of 0 draws nothing and is 1; null is 0 at every
+    /// length, with the status of an invalid parameter. Any length is allowed; what is longer than 16 MiB is drawn in
+    /// parts.
     /// @{
     static int Gen(unsigned char* const buffer, unsigned long length) noexcept;
     int Random(void* buffer, unsigned long length) noexcept;

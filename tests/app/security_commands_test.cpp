@@ -21,34 +21,36 @@ private:
 
 TEST_F(SecurityCommands, HashWritesListsThatItChecks) {
     WriteAll(Path(L"手机.txt"), "abc");
-    const ProgramRun hashed = RunTandorctl(L"hash " + Quoted(L"手机.txt") + L" " + Quoted(L"absent"));
+    const ProgramRun hashed = RunTandorctl(L"hash file " + Quoted(L"手机.txt") + L" " + Quoted(L"absent"));
     EXPECT_EQ(hashed.exit_code, 1);  // one of the two is not there, the other is hashed all the same
     EXPECT_TRUE(hashed.out.starts_with(std::string("\\") + kAbc + "  "));  // the name's backslashes are escaped
     EXPECT_THAT(hashed.error, HasSubstr("absent: "));
-    EXPECT_EQ(RunTandorctl(L"hash -", "abc").out, std::string(kAbc) + "  -\n");
-    EXPECT_EQ(json::parse(RunTandorctl(L"hash --json " + Quoted(L"手机.txt")).out)[0]["sha256"], kAbc);
+    EXPECT_EQ(RunTandorctl(L"hash file -", "abc").out, std::string(kAbc) + "  -\n");
+    EXPECT_EQ(RunTandorctl(L"hash text abc -", "abc").out, std::string(kAbc) + "\n" + kAbc + "\n");
+    EXPECT_EQ(json::parse(RunTandorctl(L"hash file --json " + Quoted(L"手机.txt")).out)[0]["sha256"], kAbc);
 
     WriteAll(Path(L"list"), "\xEF\xBB\xBF# a comment\r\n" + hashed.out);
-    const ProgramRun good = RunTandorctl(L"hash --check " + Quoted(L"list"));
+    const ProgramRun good = RunTandorctl(L"hash file --check " + Quoted(L"list"));
     EXPECT_EQ(good.exit_code, 0) << good.error;
     EXPECT_THAT(good.out, testing::EndsWith("手机.txt: OK\n"));
     std::string changed = hashed.out;
     changed[1] = 'c';
     WriteAll(Path(L"list"), "not a line\n" + changed + kAbc + " *no-such-file\n");
-    const json bad = json::parse(RunTandorctl(L"hash --check --json " + Quoted(L"list")).out);
+    const json bad = json::parse(RunTandorctl(L"hash file --check --json " + Quoted(L"list")).out);
     EXPECT_EQ(bad["failed"], 1);
     EXPECT_EQ(bad["unreadable"], 1);
     EXPECT_EQ(bad["malformed"], 1);
-    EXPECT_EQ(RunTandorctl(L"hash --check " + Quoted(L"list")).exit_code, 1);
-    const ProgramRun none = RunTandorctl(L"hash --check " + Quoted(L"手机.txt"));
+    EXPECT_EQ(RunTandorctl(L"hash file --check " + Quoted(L"list")).exit_code, 1);
+    const ProgramRun none = RunTandorctl(L"hash file --check " + Quoted(L"手机.txt"));
     EXPECT_EQ(none.exit_code, 1);
     EXPECT_THAT(none.error, HasSubstr("no line with a digest"));
 }
 
 TEST_F(SecurityCommands, WhatIsSealedOpensAndWhatIsChangedDoesNot) {
-    const ProgramRun key = RunTandorctl(L"random 32");
-    ASSERT_EQ(key.out.size(), 65u);
-    WriteAll(Path(L"key"), key.out);
+    ASSERT_EQ(RunTandorctl(L"key new -o " + Quoted(L"key")).exit_code, 0);
+    const std::string key = ReadAll(Path(L"key"));
+    ASSERT_EQ(key.size(), 64u);
+    EXPECT_NE(RunTandorctl(L"key new").out, key + "\n");
     const std::wstring with_key = L" --key " + Quoted(L"key");
     const std::string message("line\r\n手机\x1A\0end", 17);
     const ProgramRun sealed = RunTandorctl(L"seal" + with_key, message);
@@ -56,7 +58,7 @@ TEST_F(SecurityCommands, WhatIsSealedOpensAndWhatIsChangedDoesNot) {
     EXPECT_EQ(sealed.out.size(), 2 * (message.size() + 32) + 1);
     EXPECT_EQ(RunTandorctl(L"open" + with_key, sealed.out).out, message);
     WriteAll(Path(L"sealed"), sealed.out);
-    EXPECT_EQ(RunTandorctl(L"open --key - " + Quoted(L"sealed"), key.out).out, message);
+    EXPECT_EQ(RunTandorctl(L"open --key - " + Quoted(L"sealed"), key + "\n").out, message);
     EXPECT_EQ(json::parse(RunTandorctl(L"open --json" + with_key, sealed.out).out)["bytes"], message.size());
     EXPECT_EQ(RunTandorctl(L"open --hex" + with_key, RunTandorctl(L"seal --hex" + with_key, "00fF\n").out).out,
               "00FF\n");
@@ -73,9 +75,10 @@ TEST_F(SecurityCommands, WhatIsSealedOpensAndWhatIsChangedDoesNot) {
         {L"seal --key " + Quoted(L"absent"), 1, "cannot be read", "x"},
         {L"seal --key -", 2, "not both", "x"},
         {L"seal", 2, "--key is required", "x"},
-        {L"random 0", 2, "not in range"},
-        {L"random 4 --seed 1", 2, "excludes"},
-        {L"random --seed 42 --count 2", 0, "0.72756368\n0.05466521\n"},
+        {L"key new -o " + Quoted(L"key"), 1, "a key is not written over another"},
+        {L"random hex 0", 2, "not in range"},
+        {L"random sequence --count 2", 2, "--seed is required"},
+        {L"random sequence --seed 42 --count 2", 0, "0.72756368\n0.05466521\n"},
     });
 }
 

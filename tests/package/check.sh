@@ -33,7 +33,7 @@ completed() {
     bash --norc -c '. "$0"; COMP_WORDS=("$@") COMP_CWORD=$(($# - 1)); _tandorctl; echo "${COMPREPLY[*]}"' "$folder/completion" "$@"
 }
 [ "$(completed tandorctl dev)" = device ] && [ "$(completed tandorctl --json outbox export --format j)" = jsonl ] &&
-    [ "$(completed tandorctl hash --ch)" = --check ] && [ "$(completed tandorctl seal --key se)" = "" ] ||
+    [ "$(completed tandorctl hash file --ch)" = --check ] && [ "$(completed tandorctl seal --key se)" = "" ] ||
     fail "the completion of tandorctl in bash gives other words than it should"
 
 # configure BUILD OPTION...

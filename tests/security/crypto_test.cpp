@@ -81,8 +81,37 @@ TEST(CryptRandom, FillsAllOfTheBufferOrSaysWhyNot) {
     for (const int count : counts) EXPECT_LT(count, 64);  // 16 expected
     EXPECT_EQ(buffer[4096], 0);
     EXPECT_TRUE(log.Take().empty());
-    EXPECT_EQ(CryptRandom::Gen(nullptr, 16), 0);
-    EXPECT_EQ(log.Take(), std::vector<std::wstring>{L"4 gen random failed, errCode -1073741811(CryptRandom::Gen)"});
+    EXPECT_EQ(CryptRandom::Gen(buffer.data() + 4096, 0), 1);
+    EXPECT_EQ(buffer[4096], 0);
+    for (const unsigned long length : {0ul, 16ul}) {
+        EXPECT_EQ(CryptRandom::Gen(nullptr, length), 0);
+        EXPECT_EQ(log.Take(), std::vector<std::wstring>{L"4 gen random failed, errCode -1073741811(CryptRandom::Gen)"});
+    }
+    buffer.resize((33 << 20) + 5);  // more than some systems give at once
+    ASSERT_EQ(CryptRandom::Gen(buffer.data(), static_cast<unsigned long>(buffer.size())), 1);
+    EXPECT_GT(std::set<unsigned char>(buffer.end() - 4096, buffer.end()).size(), 200u);
+}
+
+// How often the system's generator may be asked, and what it was asked for.
+int draws_left = 0;
+unsigned long long bytes_drawn = 0;
+LONG WINAPI CountDraws(void*, UCHAR*, ULONG size, ULONG) {
+    bytes_drawn += size;
+    return draws_left-- > 0 ? 0 : static_cast<LONG>(0xC0000001);
+}
+
+TEST(CryptRandom, DrawsAnyLengthOrFailsWhereTheSystemDoes) {
+    unsigned char nothing_written = 0;
+    ASSERT_EQ(CryptRandom::Gen(&nothing_written, 1), 1);
+    const DelayedImportPatch counted(L"TandorUtil.dll", L"bcrypt.dll", "BCryptGenRandom", CountDraws);
+    HostLog log;
+    draws_left = 1000;
+    EXPECT_EQ(CryptRandom::Gen(&nothing_written, 0xFFFFFFFF), 1);
+    EXPECT_EQ(bytes_drawn, 0xFFFFFFFFu);
+    EXPECT_TRUE(log.Take().empty());
+    draws_left = 2;
+    EXPECT_EQ(CryptRandom::Gen(&nothing_written, 0xFFFFFFFF), 0);
+    EXPECT_EQ(log.Take(), std::vector<std::wstring>{L"4 gen random failed, errCode -1073741823(CryptRandom::Gen)"});
 }
 
 }  // namespace

@@ -1,7 +1,4 @@
-#include <bit>
-
 #include "security/linear_congruential.h"
-#include "security/sha256.h"
 #include "support/testing.h"
 #include "tandor/crypto.h"
 #include "tandor/sealing.h"
@@ -54,35 +51,33 @@ TEST(Sha256, KeepsToItsArguments) {
     EXPECT_EQ(Normalized(shared), Sha256Of(""));
 }
 
-// 100 seeds, 100 draws each, of every number of bits; digested, against another implementation's draws.
+struct KnownDraws {
+    unsigned long long seed;
+    const char* values;
+};
+constexpr KnownDraws kDraws[] = {
+#include "security/data/device_random.inc"
+};
+
 TEST(DeviceRandom, AgreesNumberForNumberWithAnotherImplementation) {
-    tandor::Sha256 bits_digest, floats_digest;
-    const auto feed = [](tandor::Sha256& digest, unsigned value) {
-        for (const int shift : {24, 16, 8, 0}) {
-            const auto byte = static_cast<unsigned char>(value >> shift);
-            digest.Update(&byte, 1);
-        }
-    };
-    for (long long i = 0; i < 100; ++i) {
-        const auto seed = static_cast<long long>(static_cast<unsigned long long>(i) * 0x123456789ABCDEF - 42);
-        for (int bits = 1; bits <= 48; ++bits) {
-            unsigned long long state = tandor::SeededLcg(seed);
-            for (int draw = 0; draw < 100; ++draw) {
-                state = tandor::SteppedLcg(state);
-                feed(bits_digest, static_cast<unsigned>(tandor::LcgBits(state, bits)));
-            }
-        }
+    for (const KnownDraws& known : kDraws) {
+        const auto seed = static_cast<long long>(known.seed);
         TrustDeviceRandom random;
         random.Random(seed);
-        for (int draw = 0; draw < 100; ++draw) {
-            feed(floats_digest, std::bit_cast<unsigned>(random.nextFloat()));
+        unsigned long long state = tandor::SeededLcg(seed);
+        for (const char* at = known.values; *at != '\0'; at += 8) {
+            const auto expected = static_cast<unsigned>(std::stoul(std::string(at, 8), nullptr, 16));
+            state = tandor::SteppedLcg(state);
+            ASSERT_EQ(static_cast<unsigned>(tandor::LcgBits(state, 32)), expected) << seed;
+            for (int bits = 1; bits < 32; ++bits)
+                ASSERT_EQ(static_cast<unsigned>(tandor::LcgBits(state, bits)), expected >> (32 - bits)) << bits;
+            for (int bits = 33; bits <= 48; ++bits)
+                ASSERT_EQ(static_cast<unsigned>(tandor::LcgBits(state, bits)) >> (bits - 32),
+                          expected << (bits - 32) >> (bits - 32))
+                    << bits;
+            ASSERT_EQ(random.nextFloat(), static_cast<float>(expected >> 8) * 0x1p-24f) << seed;
         }
     }
-    unsigned char digest[32];
-    ASSERT_TRUE(bits_digest.Finish(digest));
-    EXPECT_EQ(Normalized(digest), "325a57d31bc156b682516a32c0ec3622cc03e581772693610cea205b0b7140e4");
-    ASSERT_TRUE(floats_digest.Finish(digest));
-    EXPECT_EQ(Normalized(digest), "e83404b97d1f1616391ce2468805aabc940bea06575f32e1f18c37a9fdc4144e");
 }
 
 TEST(DeviceRandom, BeginsWhereItIsTold) {

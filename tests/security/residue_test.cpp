@@ -2,6 +2,9 @@
 #include <array>
 
 #include "base/hex.h"
+#include "security/secret.h"
+#include "support/fail_each_step.h"
+#include "support/failing_memory.h"
 #include "support/testing.h"
 #include "tandor/sealing.h"
 
@@ -23,36 +26,55 @@ void ForEachWritableRegion(Visit visit) {
     }
 }
 
-// Sixteen bytes to look for. They are kept masked, so that the search does not find itself.
+void Wipe(void* memory, std::size_t size) {
+    volatile auto* bytes = static_cast<volatile unsigned char*>(memory);
+    for (std::size_t i = 0; i < size; ++i) bytes[i] = 0;
+}
+
+// Sixteen bytes to look for, as they are and the first eight as hexadecimal text. They are kept masked, so that the
+// search does not find itself.
 class Needle {
 public:
-    explicit Needle(const char* masked_hex) { tandor::ReadHex(masked_hex, masked_.data()); }
-
-    [[nodiscard]] std::array<unsigned char, 16> Unmasked() const {
-        std::array<unsigned char, 16> bytes{};
-        for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = masked_[i] ^ kMask;
-        return bytes;
+    explicit Needle(const char* masked_hex) {
+        tandor::ReadHex(masked_hex, forms_[0].data());
+        for (std::size_t i = 0; i < 16; ++i) {
+            const int nibble = (forms_[0][i / 2] ^ kMask) >> (i % 2 == 0 ? 4 : 0) & 15;
+            forms_[1][i] = static_cast<unsigned char>("0123456789ABCDEF"[nibble] ^ kMask);
+            forms_[2][i] = static_cast<unsigned char>("0123456789abcdef"[nibble] ^ kMask);
+        }
     }
 
-    // How often the bytes stand in the memory that this process can write to.
+    void Unmask(unsigned char* bytes) const {
+        for (std::size_t i = 0; i < 16; ++i) bytes[i] = forms_[0][i] ^ kMask;
+    }
+
+    // How often any of the forms stands in the memory that this process can write to.
     [[nodiscard]] int CountInProcess() const {
         int count = 0;
-        const auto same = [](unsigned char byte, unsigned char masked) { return (masked ^ kMask) == byte; };
         ForEachWritableRegion([&](const unsigned char* at, std::size_t size) {
-            const unsigned char* const end = at + size;
-            while ((at = std::search(at, end, masked_.begin(), masked_.end(), same)) != end) ++count, ++at;
+            for (const Form& form : forms_) count += Count(form, at, at + size);
         });
         return count;
     }
 
 private:
-    std::array<unsigned char, 16> masked_{};
-};
+    using Form = std::array<unsigned char, 16>;
 
-void Wipe(void* memory, std::size_t size) {
-    volatile auto* bytes = static_cast<volatile unsigned char*>(memory);
-    for (std::size_t i = 0; i < size; ++i) bytes[i] = 0;
-}
+    static int Count(const Form& form, const unsigned char* at, const unsigned char* end) {
+        const auto same = [](unsigned char masked, unsigned char byte) { return (masked ^ kMask) == byte; };
+        int count = 0;
+        while (end - at >= 16) {
+            at = static_cast<const unsigned char*>(
+                std::memchr(at, form[0] ^ kMask, static_cast<std::size_t>(end - at) - 15));
+            if (at == nullptr) break;
+            count += std::equal(form.begin(), form.end(), at, same) ? 1 : 0;
+            ++at;
+        }
+        return count;
+    }
+
+    std::array<Form, 3> forms_{};
+};
 
 // The key of FIPS 197, appendix A.3, and the third round key of its schedule; a plaintext. All masked.
 const Needle kKeyHalf("3A67B14A4F902BE47129F4AADF272DDB");
@@ -60,63 +82,150 @@ const Needle kOtherKeyHalf("456F765D613B528D77C24AF9534E85AE");
 const Needle kRoundKey("C1F90E4BD4337FF5FF40D1057A3DA684");
 const Needle kPlain("0102040810204080112233445566778A");
 
-// Hides from the optimiser that the call has no further effect, and keeps its frame apart from the search.
-[[gnu::noinline]] void WithKey(void (*use)(const unsigned char* key)) {
-    unsigned char key[32];
-    auto half = kKeyHalf.Unmasked();
-    auto other = kOtherKeyHalf.Unmasked();
-    std::copy(half.begin(), half.end(), key);
-    std::copy(other.begin(), other.end(), key + 16);
-    use(key);
-    Wipe(key, sizeof(key));
-    Wipe(half.data(), half.size());
-    Wipe(other.data(), other.size());
+// The secrets, for as long as it lives, in bytes and as text.
+struct Secrets {
+    tandor::SecretBytes<32> key;
+    tandor::SecretBytes<64> plain;  // four times the same
+    tandor::SecretText key_text, plain_text;
+
+    Secrets() {
+        kKeyHalf.Unmask(key.bytes);
+        kOtherKeyHalf.Unmask(key.bytes + 16);
+        for (int i = 0; i < 64; i += 16) kPlain.Unmask(plain.bytes + i);
+        key_text.text.resize(64);
+        plain_text.text.resize(128);
+        tandor::WriteHex(key.bytes, 32, tandor::HexCase::kUpper, key_text.text.data());
+        tandor::WriteHex(plain.bytes, 64, tandor::HexCase::kLower, plain_text.text.data());
+    }
+};
+
+const unsigned char kVector[16] = {1};
+
+void UseByteForm() {
+    Secrets secrets;
+    SecurityEncryptUtil util;
+    unsigned char sealed[96];
+    tandor::SecretBytes<64> opened;
+    EXPECT_EQ(util.AesGcmEncrypt(secrets.plain.bytes, 64, sealed, secrets.key.bytes, kVector), 96);
+    EXPECT_EQ(util.AesGcmDecrypt(sealed, 96, opened.bytes, secrets.key.bytes), 64);
+    sealed[95] ^= 1;
+    EXPECT_EQ(util.AesGcmDecrypt(sealed, 96, opened.bytes, secrets.key.bytes), -1);
+    EXPECT_EQ(util.AesGcmEncrypt(secrets.plain.bytes, -1, sealed, secrets.key.bytes, kVector), -1);
+    EXPECT_EQ(util.AesGcmEncrypt(secrets.plain.bytes, 64, sealed, secrets.key.bytes, nullptr), -15);
 }
 
-void ExpectNothingLeft(const char* after) {
-    EXPECT_EQ(kKeyHalf.CountInProcess(), 0) << after;
-    EXPECT_EQ(kRoundKey.CountInProcess(), 0) << after;
-    EXPECT_EQ(kPlain.CountInProcess(), 0) << after;
+// More than waits on the stack for its tag.
+void UseLargeByteForm() {
+    Secrets secrets;
+    SecurityEncryptUtil util;
+    std::vector<unsigned char> plain(6400), sealed(6432);
+    for (int i = 0; i < 100; ++i) std::memcpy(plain.data() + 64 * i, secrets.plain.bytes, 64);
+    EXPECT_EQ(util.AesGcmEncrypt(plain.data(), 6400, sealed.data(), secrets.key.bytes, kVector), 6432);
+    EXPECT_EQ(util.AesGcmDecrypt(sealed.data(), 6432, plain.data(), secrets.key.bytes), 6400);
+    sealed[0] ^= 1;
+    EXPECT_EQ(util.AesGcmDecrypt(sealed.data(), 6432, plain.data(), secrets.key.bytes), -1);
+    Wipe(plain.data(), plain.size());
+}
+
+void UseTextForm() {
+    Secrets secrets;
+    SecurityEncryptUtil util;
+    std::string sealed;
+    tandor::SecretText opened, bad_key, long_text, quarter(secrets.plain_text.text.substr(96));
+    util.SetSessionKey(secrets.key_text.text);
+    long_text.text.reserve(400);
+    long_text.text = secrets.plain_text.text;
+    EXPECT_EQ(util.AesGcmEncrypt(quarter.text, sealed), 48);
+    EXPECT_EQ(util.AesGcmDecrypt(sealed, opened.text), 16);
+    EXPECT_EQ(util.AesGcmEncrypt(secrets.plain_text.text, sealed), 96);
+    EXPECT_EQ(util.AesGcmDecrypt(sealed, opened.text), 64);  // the output held a plaintext and has to grow
+    long_text.text += "zz";
+    EXPECT_EQ(util.AesGcmEncrypt(long_text.text, sealed), -1);
+    while (long_text.text.size() < 338) long_text.text += 'a';
+    EXPECT_EQ(util.AesGcmEncrypt(long_text.text, sealed), -1);  // 169 bytes
+    sealed[50] = sealed[50] == '0' ? '1' : '0';
+    EXPECT_EQ(util.AesGcmDecrypt(sealed, opened.text), -1);
+    bad_key.text.reserve(80);
+    for (const char* const more : {"0", "00"}) {
+        bad_key.text = secrets.key_text.text;
+        bad_key.text += more;
+        util.SetSessionKey(bad_key.text);
+        EXPECT_EQ(util.AesGcmEncrypt("00", sealed), -1);
+        EXPECT_EQ(util.AesGcmDecrypt(sealed, opened.text), -1);
+    }
+}
+
+void DrawOverAKey() {
+    Secrets secrets;
+    std::string text = secrets.key_text.text;
+    EXPECT_TRUE(SecurityEncryptUtil().GenerateRandom(text, 32));
+    std::string other = secrets.key_text.text;
+    EXPECT_TRUE(SecurityEncryptUtil().GenerateRandom(other, 500));
+}
+
+// The one key that is left is the object's.
+void HandTheKeyOn() {
+    SecurityEncryptUtil last;
+    {
+        Secrets secrets;
+        SecurityEncryptUtil first;
+        first.SetSessionKey(secrets.key_text.text);
+        SecurityEncryptUtil second(first), third(std::move(first));
+        second = third;
+        third.SetSessionKey(std::string(64, '0'));
+        last.SetSessionKey(secrets.key_text.text);
+        last = std::move(second);
+        last = *&last;
+    }
+    EXPECT_EQ(kKeyHalf.CountInProcess(), 1);
+}
+
+// The next allocation fails, and the next, until none is left.
+void RunShortOfMemory() {
+    Secrets secrets;
+    SecurityEncryptUtil util;
+    util.SetSessionKey(secrets.key_text.text);
+    std::string sealed, out;
+    ASSERT_EQ(util.AesGcmEncrypt(secrets.plain_text.text, sealed), 96);
+    const auto expect = [&](bool good) {
+        EXPECT_EQ(out != "untouched", good);
+        tandor::WipeText(out);
+        std::string("untouched").swap(out);
+    };
+    expect(true);
+    FailEachStep<FailingMemory>(
+        "seal", [&] { return util.AesGcmEncrypt(secrets.plain_text.text, out) == 96; }, expect);
+    FailEachStep<FailingMemory>(
+        "open", [&] { return util.AesGcmDecrypt(sealed, out) == 64; }, expect);
+    FailEachStep<FailingMemory>(
+        "draw", [&] { return util.GenerateRandom(out, 600); }, expect);
+    std::vector<unsigned char> large(6400, 1), sealed_large(6432);
+    util.AesGcmEncrypt(large.data(), 6400, sealed_large.data(), secrets.key.bytes, kVector);
+    FailEachStep<FailingMemory>(
+        "open bytes",
+        [&] { return util.AesGcmDecrypt(sealed_large.data(), 6432, large.data(), secrets.key.bytes) == 6400; },
+        [](bool) {});
 }
 
 TEST(Residue, NoKeyNorScheduleNorPlaintextStaysInMemory) {
     {
         std::vector<unsigned char> planted(100);
-        auto bytes = kRoundKey.Unmasked();
-        std::copy(bytes.begin(), bytes.end(), planted.begin() + 33);
-        Wipe(bytes.data(), bytes.size());
+        kRoundKey.Unmask(planted.data() + 33);
         EXPECT_GE(kRoundKey.CountInProcess(), 1);  // the search finds what is there
         Wipe(planted.data(), planted.size());
+        const Secrets secrets;
+        EXPECT_EQ(kPlain.CountInProcess(), 8);  // four times in bytes, four in text
     }
-    ExpectNothingLeft("the search itself");
-    WithKey([](const unsigned char* key) {
-        SecurityEncryptUtil util;
-        auto plain = kPlain.Unmasked();
-        const unsigned char vector[16] = {1};
-        unsigned char sealed[48], opened[16];
-        EXPECT_EQ(util.AesGcmEncrypt(plain.data(), 16, sealed, key, vector), 48);
-        EXPECT_EQ(util.AesGcmDecrypt(sealed, 48, opened, key), 16);
-        sealed[47] ^= 1;
-        EXPECT_EQ(util.AesGcmDecrypt(sealed, 48, opened, key), -1);
-        Wipe(plain.data(), plain.size());
-        Wipe(opened, sizeof(opened));
-    });
-    ExpectNothingLeft("the byte form");
-    WithKey([](const unsigned char* key) {
-        std::string key_text(64, '0'), plain_text(32, '0'), sealed, opened;
-        auto plain = kPlain.Unmasked();
-        tandor::WriteHex(key, 32, tandor::HexCase::kUpper, key_text.data());
-        tandor::WriteHex(plain.data(), 16, tandor::HexCase::kUpper, plain_text.data());
-        Wipe(plain.data(), plain.size());
-        SecurityEncryptUtil util;
-        util.SetSessionKey(key_text);
-        EXPECT_EQ(util.AesGcmEncrypt(plain_text, sealed), 48);
-        EXPECT_EQ(util.AesGcmEncrypt(plain_text + "zz", sealed), -1);
-        EXPECT_EQ(util.AesGcmDecrypt(sealed, opened), 16);
-        sealed[50] = sealed[50] == '0' ? '1' : '0';
-        EXPECT_EQ(util.AesGcmDecrypt(sealed, opened), -1);
-    });
-    ExpectNothingLeft("the text form");
+    const std::pair<const char*, void (*)()> uses[] = {
+        {"the search itself", [] {}},          {"the byte form", UseByteForm}, {"large messages", UseLargeByteForm},
+        {"the text form", UseTextForm},        {"random text", DrawOverAKey},  {"handing the key on", HandTheKeyOn},
+        {"memory shortage", RunShortOfMemory},
+    };
+    for (const auto& [what, use] : uses) {
+        use();
+        for (const Needle* const needle : {&kKeyHalf, &kOtherKeyHalf, &kRoundKey, &kPlain})
+            EXPECT_EQ(needle->CountInProcess(), 0) << what;
+    }
 }
 
 // Seals, opens and fails to open `count` messages.

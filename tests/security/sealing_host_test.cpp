@@ -1,3 +1,5 @@
+#include <array>
+
 #include "support/testing.h"
 #include "tandor/sealing.h"
 
@@ -7,7 +9,7 @@ using namespace tandor::test;
 
 using Lines = std::vector<std::wstring>;
 
-const std::string kKey = "603deb1015ca71be2b73aef0857d77811f352c073b6108d72d9810a30914dff4";
+const std::string kKey = "0f1e2d3c4b5a69788796a5b4c3d2e1f00123456789abcdeffedcba9876543210";
 
 TEST(SealedMessages, AreSealedAndOpenedWithALineForEach) {
     SecurityEncryptUtil util;
@@ -25,13 +27,24 @@ TEST(SealedMessages, AreSealedAndOpenedWithALineForEach) {
     const std::wstring encrypted = L"3 Encrpy end (SecurityEncryptUtil::AesGcmEncrypt)";
     const std::wstring decrypted = L"3 Decrypt end (SecurityEncryptUtil::AesGcmDecrypt)";
     EXPECT_THAT(log.Take(), ElementsAre(encrypted, decrypted, encrypted, decrypted));
+}
 
-    std::set<std::string> vectors;
-    for (int i = 0; i < 100; ++i) {
-        util.AesGcmEncrypt("00", sealed);
-        vectors.insert(sealed.substr(0, 32));
+TEST(SealedMessages, NoVectorComesTwiceFromEightProcesses) {
+    const auto each = static_cast<std::size_t>(Amount("TANDOR_STRESS_SEALS", 100'000) / 8);
+    const TemporaryFolder folder;
+    const auto file = [&](int i) { return folder.path / std::to_wstring(i); };
+    std::vector<std::wstring> commands;
+    for (int i = 0; i < 8; ++i)
+        commands.push_back(L"seal-vectors " + std::to_wstring(each) + L" \"" + file(i).native() + L"\"");
+    RunChildren(commands, 30 * Child::kPatience);
+    std::vector<std::array<char, 16>> vectors(8 * each);
+    for (int i = 0; i < 8; ++i) {
+        const std::string content = ReadAll(file(i));
+        ASSERT_EQ(content.size(), 16 * each);
+        std::memcpy(&vectors[static_cast<std::size_t>(i) * each], content.data(), content.size());
     }
-    EXPECT_EQ(vectors.size(), 100u);
+    std::sort(vectors.begin(), vectors.end());
+    EXPECT_EQ(std::adjacent_find(vectors.begin(), vectors.end()), vectors.end());
 }
 
 TEST(SealedMessages, ThatFailSayWhyAndLeaveTheOutput) {
@@ -57,6 +70,8 @@ TEST(SealedMessages, ThatFailSayWhyAndLeaveTheOutput) {
     EXPECT_EQ(out, "AB");
 }
 
+LONG WINAPI NoRandom(void*, UCHAR*, ULONG, ULONG) { return static_cast<LONG>(0xC0000001); }
+
 TEST(RandomText, IsDrawnOrRefused) {
     SecurityEncryptUtil util;
     HostLog log;
@@ -75,14 +90,25 @@ TEST(RandomText, IsDrawnOrRefused) {
     }
     EXPECT_EQ(log.Take(), Lines{});
 
+    const std::wstring failed =
+        L"4 SecurityEncryptUtil::GenerateRandom Fail to generate designated-length rand bytes!\n"
+        L"(SecurityEncryptUtil::GenerateRandom)";
     unsigned char buffer[8] = {};
     EXPECT_TRUE(util.GenerateRandom(buffer, 0));
     EXPECT_FALSE(util.GenerateRandom(buffer, -1));
     EXPECT_FALSE(util.GenerateRandom(static_cast<unsigned char*>(nullptr), 8));
-    const std::wstring failed =
-        L"4 SecurityEncryptUtil::GenerateRandom Fail to generate designated-length rand bytes!\n"
-        L"(SecurityEncryptUtil::GenerateRandom)";
     EXPECT_EQ(log.Take(), (Lines{failed, L"4 gen random failed, errCode -1073741811(CryptRandom::Gen)", failed}));
+
+    const DelayedImportPatch broken(L"TandorUtil.dll", L"bcrypt.dll", "BCryptGenRandom", NoRandom);
+    const std::wstring status = L"4 gen random failed, errCode -1073741823(CryptRandom::Gen)";
+    const std::wstring no_text = L"3 GenerateRandom error (SecurityEncryptUtil::GenerateRandom)";
+    hex = "untouched";
+    EXPECT_FALSE(util.GenerateRandom(hex, 16));
+    EXPECT_EQ(log.Take(), (Lines{status, failed, no_text}));
+    util.SetSessionKey(kKey);
+    EXPECT_EQ(util.AesGcmEncrypt("00", hex), -1);
+    EXPECT_EQ(hex, "untouched");
+    EXPECT_EQ(log.Take(), (Lines{status, failed, no_text, L"4 gen random fail(SecurityEncryptUtil::AesGcmEncrypt)"}));
 }
 
 }  // namespace

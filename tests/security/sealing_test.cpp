@@ -14,7 +14,7 @@ using Bytes = std::vector<unsigned char>;
 
 constexpr int kOverhead = 32;
 constexpr unsigned char kUntouched = 0xEE;
-const std::string kKeyText = "603DEB1015CA71BE2B73AEF0857D77811F352C073B6108D72D9810A30914DFF4";
+const std::string kKeyText = "0F1E2D3C4B5A69788796A5B4C3D2E1F00123456789ABCDEFFEDCBA9876543210";
 
 Bytes Pattern(int size, int factor, int offset) {
     Bytes bytes(static_cast<std::size_t>(size));
@@ -39,39 +39,43 @@ struct Message {
     }
 };
 
-// Expected values from an implementation that shares no code with the cipher library used here.
-TEST(AesGcm, AgreesWithAnotherImplementationAndOpensWhatItSealed) {
-    const std::pair<int, const char*> vectors[] = {
-        {0, "000B16212C37424D58636E79848F9AA532598D15F75154C4777CA710AFA9B178"},
-        {1, "030E19242F3A45505B66717C87929DA889337FFC790ECC4E2493A35DAE020FF2DE"},
-        {16, "303B46515C67727D88939EA9B4BFCAD544ADA2AC80A6F473E4B95787310F6F93CAE816E3AD0C8DEF97F1616E78F7DB51"},
-        {31,
-         "5D68737E89949FAAB5C0CBD6E1ECF702E65AB925DA0C7F86B9F5C4F5941D789EFE904ABFE4A0EA032470E12F829D353FC3F7266146402"
-         "BF6FED339901F3252"},
-    };
+struct KnownMessage {
+    const char *key, *plain, *sealed;
+};
+constexpr KnownMessage kPublished[] = {
+#include "security/data/gcm_published.inc"
+};
+constexpr KnownMessage kMadeElsewhere[] = {
+#include "security/data/gcm_messages.inc"
+};
+
+Bytes FromHex(std::string_view hex) {
+    Bytes bytes(hex.size() / 2);
+    EXPECT_EQ(tandor::ReadHex(hex, bytes.data()), bytes.size());
+    return bytes;
+}
+
+// In both forms. The text form seals up to 168 bytes and opens up to 200: another implementation may seal more.
+void ExpectSealsAndOpens(const KnownMessage& known) {
+    SCOPED_TRACE(known.sealed);
     SecurityEncryptUtil util;
-    for (const auto& [size, expected] : vectors) {
-        Message message(size);
-        EXPECT_EQ(Hex(message.sealed), expected) << size;
-        std::string sealed_text;
-        std::string opened_text = "before";
-        EXPECT_EQ(tandor::SealText(Hex(message.key), Hex(message.plain), message.vector.data(), sealed_text),
-                  size + kOverhead);
-        EXPECT_EQ(sealed_text, expected);
-        EXPECT_EQ(tandor::OpenText(Hex(message.key), sealed_text, opened_text), size);
-        EXPECT_EQ(opened_text, Hex(message.plain));
-    }
-    for (const auto& [size, expected] :
-         {std::pair{168, "99098DC387E7AF6AE9E6FF5554E18CB3AD159E4CB225C3431D91AF2649CE222C"},
-          {100'000, "A58B899F6EBA0C8ECFDC94FC4FE687A4B8F84EE624C9A009E13914538A8687AF"}}) {
-        Message large(size);
-        unsigned char digest[32];
-        CTandorSecTools().OPENSSL_SHA256(large.sealed.data(), large.sealed.size(), digest);
-        EXPECT_EQ(Hex(Bytes(digest, digest + 32)), expected);
-        Bytes opened(large.plain.size());
-        EXPECT_EQ(util.AesGcmDecrypt(large.sealed.data(), size + kOverhead, opened.data(), large.key.data()), size);
-        EXPECT_EQ(opened, large.plain);
-    }
+    const Bytes key = FromHex(known.key);
+    Bytes plain = FromHex(known.plain), sealed = FromHex(known.sealed), opened(plain.size()), out(sealed.size());
+    const int size = static_cast<int>(plain.size()), total = static_cast<int>(sealed.size());
+    EXPECT_EQ(util.AesGcmEncrypt(plain.data(), size, out.data(), key.data(), sealed.data()), total);
+    EXPECT_EQ(out, sealed);
+    EXPECT_EQ(util.AesGcmDecrypt(sealed.data(), total, opened.data(), key.data()), size);
+    EXPECT_EQ(opened, plain);
+    std::string sealed_text = "untouched", opened_text = "untouched";
+    EXPECT_EQ(tandor::SealText(known.key, known.plain, sealed.data(), sealed_text), size <= 168 ? total : -1);
+    EXPECT_EQ(sealed_text, size <= 168 ? Hex(sealed) : "untouched");
+    EXPECT_EQ(tandor::OpenText(known.key, known.sealed, opened_text), size <= 200 ? size : -1);
+    EXPECT_EQ(opened_text, size <= 200 ? Hex(plain) : "untouched");
+}
+
+TEST(AesGcm, AgreesWithPublishedVectorsAndOtherImplementations) {
+    for (const KnownMessage& known : kPublished) ExpectSealsAndOpens(known);
+    for (const KnownMessage& known : kMadeElsewhere) ExpectSealsAndOpens(known);
 }
 
 TEST(AesGcm, RefusesEveryFlippedBitAndEveryTruncation) {
@@ -79,7 +83,8 @@ TEST(AesGcm, RefusesEveryFlippedBitAndEveryTruncation) {
     const Bytes untouched(200, kUntouched);
     int opened = 0;
     for (int i = 0; i < 1000; ++i) {
-        Message message(i % 41);
+        const int plain_size = i == 0 ? 168 : i % 41;
+        Message message(plain_size);
         Bytes out = untouched;
         const int size = static_cast<int>(message.sealed.size());
         const auto open = [&](int length) {
@@ -95,7 +100,7 @@ TEST(AesGcm, RefusesEveryFlippedBitAndEveryTruncation) {
         for (int length = -1; length < size; ++length) open(length);
         ASSERT_EQ(opened, 0) << i;
         ASSERT_EQ(out, untouched) << i;
-        ASSERT_EQ(util.AesGcmDecrypt(message.sealed.data(), size, out.data(), message.key.data()), i % 41);
+        ASSERT_EQ(util.AesGcmDecrypt(message.sealed.data(), size, out.data(), message.key.data()), plain_size);
     }
     // Beyond what fits on the stack the plaintext waits elsewhere.
     Message large(5000);
@@ -184,14 +189,15 @@ TEST(SealedText, ChecksKeyAndTextBeforeTheOutput) {
         {key, "0", sealed.substr(1)},
         {key, "0g", sealed.substr(2) + "0g"},
         {key, std::string(338, 'a'), sealed + "00"},  // 169 bytes
-        {key, std::string(4000, 'a'), std::string(4000, 'a')},
+        {key, std::string(1 << 20, 'a'), std::string(1 << 20, 'a')},
+        {key, std::string((1 << 20) + 1, 'z'), std::string((1 << 20) + 1, 'z')},
         {key, std::string("00\0f", 4), changed},
         {key, "+1", ""},
     };
     for (const Case& c : cases) {
         std::string out = "untouched";
-        EXPECT_EQ(tandor::SealText(c.key, c.plain, vector, out), -1) << c.key << " " << c.plain;
-        EXPECT_EQ(tandor::OpenText(c.key, c.sealed, out), -1) << c.key << " " << c.sealed;
+        EXPECT_EQ(tandor::SealText(c.key, c.plain, vector, out), -1) << c.key << " " << c.plain.substr(0, 99);
+        EXPECT_EQ(tandor::OpenText(c.key, c.sealed, out), -1) << c.key << " " << c.sealed.substr(0, 99);
         EXPECT_EQ(out, "untouched");
     }
     // A shorter key is filled with zero bytes, lower case is read, and a message of no bytes empties the output.
@@ -204,19 +210,36 @@ TEST(SealedText, ChecksKeyAndTextBeforeTheOutput) {
     EXPECT_EQ(opened, "");
 }
 
-// What another implementation sealed may be a little longer than what is sealed here.
-TEST(SealedText, OpensUpTo200Bytes) {
+// The whole old key or the whole new one: never a mixture, never memory that was given back.
+TEST(SealedText, IsSealedUnderOneOfTheKeysWhileTheyAreReplaced) {
+    const std::string keys[] = {kKeyText, std::string(64, 'A')};
     SecurityEncryptUtil util;
-    for (const int size : {168, 169, 200, 201}) {
-        Message message(size);
-        std::string opened = "untouched";
-        const bool fits = size <= 200;
-        EXPECT_EQ(tandor::OpenText(Hex(message.key), Hex(message.sealed), opened), fits ? size : -1);
-        EXPECT_EQ(opened, fits ? Hex(message.plain) : "untouched");
-    }
+    util.SetSessionKey(keys[0]);
+    std::atomic<int> sealing = 4, wrong = 0;
+    InThreads(5, [&](int i) {
+        for (int round = 0; i == 0 && sealing > 0; ++round) util.SetSessionKey(keys[round % 2]);
+        for (int round = 0; i > 0 && round < 500; ++round) {
+            std::string sealed, opened;
+            util.AesGcmEncrypt("00FF", sealed);
+            const int under_one = tandor::OpenText(keys[0], sealed, opened);
+            const int under_other = tandor::OpenText(keys[1], sealed, opened);
+            SecurityEncryptUtil copy(util);
+            copy.AesGcmEncrypt("AB", sealed);
+            const bool same = copy.AesGcmDecrypt(sealed, opened) == 1;
+            wrong += under_one + under_other == 1 && same ? 0 : 1;  // 2 and -1
+        }
+        if (i > 0) --sealing;
+    });
+    EXPECT_EQ(wrong, 0);
 }
 
 TEST(SealingHex, WritesAndReads) {
+    for (int c = 0; c < 256; ++c) {
+        const auto* const digit = static_cast<const char*>(std::memchr("0123456789abcdef", std::tolower(c), 16));
+        EXPECT_EQ(tandor::HexValue(static_cast<char>(c)),
+                  digit == nullptr ? -1 : std::stoi(std::string(digit, 1), nullptr, 16))
+            << c;
+    }
     SecurityEncryptUtil util;
     const Bytes bytes = Pattern(512, 1, 250);
     std::string out = "untouched";
@@ -243,12 +266,13 @@ TEST(SealingHex, WritesAndReads) {
         {"12", 4, 2, false, {}},  // beyond the text
         {"12", 1ull << 63, ~0ull, false, {}},
         {"zz", 0, 0, true, {}},
+        {"0123456789abcdeFfg", 18, 9, false, {0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF}},
     };
     for (const Case& c : cases) {
-        Bytes room(4, kUntouched);
+        Bytes room(9, kUntouched);
         EXPECT_EQ(util.HexStringToByte(c.hex, c.length, room.data(), c.room), c.good) << c.hex;
         Bytes expected = c.written;
-        expected.resize(4, kUntouched);
+        expected.resize(9, kUntouched);
         EXPECT_EQ(room, expected) << c.hex;
         EXPECT_EQ(util.HexStringToByte(c.hex, c.length, nullptr, c.room), c.good) << c.hex;
     }

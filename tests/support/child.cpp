@@ -3,6 +3,8 @@
 
 #include <shellapi.h>
 
+#include <filesystem>
+#include <fstream>
 #include <iostream>
 #include <map>
 #include <string>
@@ -16,6 +18,7 @@
 #include "support/child_roles.h"
 #include "tandor/event_reporter.h"
 #include "tandor/screen_config.h"
+#include "tandor/sealing.h"
 #include "tandor/state_watch.h"
 
 namespace {
@@ -116,6 +119,20 @@ int OutboxPut(const Arguments& arguments) {
     }
 }
 
+// seal-vectors COUNT FILE: seals COUNT messages under one key and writes their vectors to FILE, 16 bytes each.
+int SealVectors(const Arguments& arguments) {
+    SecurityEncryptUtil util;
+    util.SetSessionKey(std::string(64, '1'));
+    std::vector<unsigned char> vectors(16 * std::stoul(arguments.at(0)));
+    for (std::size_t at = 0; at < vectors.size(); at += 16) {
+        std::string sealed;
+        if (util.AesGcmEncrypt("", sealed) != 32 || !util.HexStringToByte(sealed, 32, &vectors[at], 16)) return 1;
+    }
+    std::ofstream file(std::filesystem::path(arguments.at(1)), std::ios::binary);
+    file.write(reinterpret_cast<const char*>(vectors.data()), static_cast<std::streamsize>(vectors.size()));
+    return file.flush() ? 0 : 3;
+}
+
 }  // namespace
 
 int main() {
@@ -135,6 +152,7 @@ int main() {
         {L"log-lines", tandor::test::LogLines},
         {L"outbox-put", OutboxPut},
         {L"screen-values", ScreenValues},
+        {L"seal-vectors", SealVectors},
         {L"store-attributes", tandor::test::StoreAttributes},
         {L"store-records", tandor::test::StoreRecords},
     };

@@ -15,6 +15,8 @@ namespace tandor::test {
 
 class Child {
 public:
+    static constexpr DWORD kPatience = 60'000;
+
     // Runs "test_child.exe <arguments>", which lies beside the tests. With `ready` set, returns when the child has
     // signalled the event of that name.
     explicit Child(const std::wstring& arguments, const std::wstring& ready = {}) {
@@ -31,8 +33,8 @@ public:
     Child(Child&&) = default;
     Child& operator=(Child&&) = default;  // what is assigned to was killed before
 
-    int Wait() {
-        const std::optional<DWORD> code = WaitForExit(process_, 60'000);
+    int Wait(DWORD milliseconds = kPatience) {
+        const std::optional<DWORD> code = WaitForExit(process_, milliseconds);
         return code.has_value() ? static_cast<int>(*code) : -1;
     }
     void Kill() {
@@ -47,9 +49,9 @@ private:
 };
 
 // Runs several at once and expects each to end with 0.
-inline void RunChildren(const std::vector<std::wstring>& commands) {
+inline void RunChildren(const std::vector<std::wstring>& commands, DWORD milliseconds = Child::kPatience) {
     std::vector<Child> children(commands.begin(), commands.end());
-    for (Child& child : children) EXPECT_EQ(child.Wait(), 0);
+    for (Child& child : children) EXPECT_EQ(child.Wait(milliseconds), 0);
 }
 
 }  // namespace tandor::test

@@ -16,12 +16,14 @@ namespace tandor::test {
 class ImportPatch : UnCopyable {
 public:
     // `module` is the module whose calls are redirected, as L"TandorUtil.dll". Throws if it does not import `name`.
-    // Functions of delay-loaded system DLLs are not found.
     template <class Function>
     ImportPatch(const wchar_t* module, const char* name, Function* replacement) : slot_(Find(module, name)) {
         original_ = Write(slot_, reinterpret_cast<void*>(replacement));
     }
     ~ImportPatch() { Write(slot_, original_); }
+
+protected:
+    ImportPatch(void** slot, void* replacement) : slot_(slot), original_(Write(slot, replacement)) {}
 
 private:
     template <class Structure>
@@ -58,6 +60,31 @@ private:
 
     void** slot_;
     void* original_ = nullptr;
+};
+
+// The same for a function of a DLL that is loaded on first use, when the module has called it before: its slot is where
+// the module keeps the function's address.
+class DelayedImportPatch : public ImportPatch {
+public:
+    template <class Function>
+    DelayedImportPatch(const wchar_t* module, const wchar_t* dll, const char* name, Function* replacement)
+        : ImportPatch(Find(module, dll, name), reinterpret_cast<void*>(replacement)) {}
+
+private:
+    static void** Find(const wchar_t* module, const wchar_t* dll, const char* name) {
+        auto* const base = reinterpret_cast<char*>(::GetModuleHandleW(module));
+        const auto wanted = reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleW(dll), name));
+        if (base == nullptr || wanted == nullptr) throw std::runtime_error("the module or the function is not loaded");
+        const auto* const nt =
+            reinterpret_cast<const IMAGE_NT_HEADERS*>(base + reinterpret_cast<const IMAGE_DOS_HEADER*>(base)->e_lfanew);
+        const auto* section = IMAGE_FIRST_SECTION(nt);
+        for (int i = 0; i < nt->FileHeader.NumberOfSections; ++i, ++section) {
+            auto* const begin = reinterpret_cast<void**>(base + section->VirtualAddress);
+            auto* const end = begin + section->Misc.VirtualSize / sizeof(void*);
+            if (auto* const slot = std::find(begin, end, wanted); slot != end) return slot;
+        }
+        throw std::runtime_error(std::string("the module has not called ") + name);
+    }
 };
 
 // For GetSystemDirectoryW: a system that does not know its directory, and one whose path fills all of the buffer.

@@ -1,10 +1,14 @@
-// Stand-ins for what the native tests cannot have: the channels' files and the outbox, in memory; the host log is the
-// one of tests/seam/. The families' own code and the rest of the suite's services run over them as they are.
+// Stand-ins for what the native tests cannot have: the channels' files and the outbox, in memory, and the random bytes of
+// another system; the host log is the one of tests/seam/. The families' own code and the rest of the suite's services run
+// over them as they are.
+#include <sys/random.h>
+
 #include <mutex>
 
 #include "pelora/file_info.h"
 #include "pelora/outbox.h"
 #include "suite/telemetry/ko_event.h"
+#include "tandor/crypto.h"
 #include "tandor/logging.h"
 
 struct Logger::Holder {};
@@ -60,4 +64,12 @@ bool KoView::Report(KoEvent& event) noexcept {
     record.values = event.impl_->values;
     for (const std::string& path : event.impl_->files) record.files.push_back({path});
     return pelora::Outbox::GetInstance().Put(record).empty();
+}
+
+CryptRandom::~CryptRandom() = default;
+int CryptRandom::Gen(unsigned char* const buffer, unsigned long length) noexcept {
+    return ::getrandom(buffer, length, 0) == static_cast<ssize_t>(length) ? 1 : 0;
+}
+int CryptRandom::Random(void* buffer, unsigned long length) noexcept {
+    return Gen(static_cast<unsigned char*>(buffer), length);
 }
