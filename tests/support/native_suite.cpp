@@ -1,6 +1,6 @@
-// Stand-ins for what the native tests cannot have: the channels' files and the outbox, in memory, and the random bytes of
-// another system; the host log is the one of tests/seam/. The families' own code and the rest of the suite's services run
-// over them as they are.
+// Stand-ins for what the native tests cannot have: the channels' files and the outbox, in memory, and the random bytes
+// of another system; the host log is the one of tests/seam/. The families' own code and the rest of the suite's
+// services run over them as they are.
 #include <sys/random.h>
 
 #include <mutex>
