@@ -78,7 +78,9 @@ Json JsonOf(unsigned long process, const std::vector<TdOpenFile>& files) {
 // Several processes may have one name, and some of them may be closed to us.
 void FilesOfAll(Context& context, const std::string& name) {
     const std::vector<RunningProcess> processes = ProcessesNamed(WideFromUtf8(name));
-    if (processes.empty()) throw CommandError("process '" + name + "'", "no program of this name is running");
+    if (processes.empty())
+        throw CommandError("process '" + name + "'", "no program of this name is running",
+                           "start it, or name one by its number");
     Json list = Json::array();
     std::size_t closed = 0;
     for (const RunningProcess& process : processes) {
