@@ -50,7 +50,8 @@ void Confirm(const Consent& consent, const std::string& what, const std::vector<
     std::fflush(stderr);
     std::string answer;
     std::getline(std::cin, answer);
-    if (!answer.starts_with('y') && !answer.starts_with('Y')) throw CommandError(what, "declined, nothing was changed");
+    if (!answer.starts_with('y') && !answer.starts_with('Y'))
+        throw CommandError(what, "declined, nothing was changed", "answer y, or give --yes");
 }
 
 bool CarryOut(const Context& context, const Consent& consent, const std::string& what,

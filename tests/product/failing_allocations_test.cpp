@@ -114,7 +114,7 @@ bool SealWorks() {
     SecurityEncryptUtil sealer;
     sealer.SetSessionKey(std::string(64, 'A'));
     std::string sealed, opened;
-    return sealer.AesGcmEncrypt(std::string(128, 'B'), sealed) == 0 && sealer.AesGcmDecrypt(sealed, opened) == 0 &&
+    return sealer.AesGcmEncrypt(std::string(128, 'B'), sealed) == 96 && sealer.AesGcmDecrypt(sealed, opened) == 64 &&
            opened == std::string(128, 'B');
 }
 
