@@ -9,7 +9,8 @@
 #include "pelora/api.h"
 
 /// Asks for the proxy. The list of exceptions, addresses that the user wants reached without it, is not asked for: what
-/// is posted through the suite always takes the proxy. Any thread may ask at any time. Nothing throws but std::bad_alloc.
+/// is posted through the suite always takes the proxy. Any thread may ask at any time. Nothing throws but
+/// std::bad_alloc.
 class PELORA_API IEProxyHelper {
 public:
     /// Never null here; callers check it, because a suite without such a helper hands out null.

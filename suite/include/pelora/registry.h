@@ -22,9 +22,9 @@ enum class RegistryRoot {
 /// Values of keys, in the 64-bit view. A key is a path below its root; one leading backslash is left out.
 ///
 /// Every operation is stateless, may be called from any thread, and does not throw except for want of memory. A read
-/// that fails (no such key or value, another type, no right, more than 1 MiB) returns false and leaves `value` as it was. A write
-/// creates the keys on its way; one that fails returns false and says so in the host log ("DE::Registry::SetValue :
-/// Fail").
+/// that fails (no such key or value, another type, no right, more than 1 MiB) returns false and leaves `value` as it
+/// was. A write creates the keys on its way; one that fails returns false and says so in the host log
+/// ("DE::Registry::SetValue : Fail").
 class PELORA_API Registry {
 public:
     /// Whether the key is there and this process may read it.
