@@ -200,8 +200,6 @@ void SummaryReader::Raise(const Fault& fault) {
 std::vector<BluetoothDeviceSummary> SummaryReader::Finish() {
     if (keyed_) return InOrderOfKeys();
     if (fault_) Raise(*fault_);
-    // Text with objects that are no records has made room for more of them than there are.
-    if (records_.capacity() > 2 * records_.size()) records_.shrink_to_fit();
     return std::move(records_);
 }
 

@@ -56,13 +56,4 @@ TEST(DeviceSummary, TakesLittleMemoryBesideTheResult) {
     }
 }
 
-// Objects that are no devices: the room that they made does not stay.
-TEST(DeviceSummary, KeepsNoRoomForWhatIsNoDevice) {
-    std::string objects = "{}";
-    while (objects.size() < 10'000) objects += "," + objects;
-    const std::string one = Serialize::ToString(std::vector<BluetoothDeviceSummary>(1));
-    const std::string text = "[{\"More\":[" + objects + "]," + one.substr(2);
-    EXPECT_LE(Serialize::FromString(text).capacity(), 2u);
-}
-
 }  // namespace
