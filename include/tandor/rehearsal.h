@@ -20,6 +20,7 @@
 /// one, a second of the same thread takes the notes until it goes. Only std::bad_alloc leaves.
 class TANDOR_API Rehearsal : private UnCopyable {
 public:
+    /// Begins to take notes; waits while another thread does.
     Rehearsal();
     ~Rehearsal();
 
