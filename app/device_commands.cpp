@@ -84,7 +84,7 @@ void List(const Context& context, const Options& options) {
         rows.push_back({Shown(record.DeviceId), std::to_string(record.DevType), Shown(record.ModelName),
                         Shown(record.MacAddr), yes(record.IsPaired), yes(record.IsTrusted), yes(record.IsAuthor)});
     }
-    if (context.json) return PrintJson(document);
+    if (context.json) return PrintJson({{"devices", document}});
     if (records.empty()) return PrintLine(fmt::format("there are no {} devices", In(options).Kind()));
     PrintTable(rows);
 }
@@ -170,7 +170,7 @@ void ShowChanges(const Context& context, const std::vector<DeviceChange>& change
         PrintLine(fmt::format("{}: {}{}{}", device, kind, details ? " in " : "",
                               details ? fmt::format("{}", fmt::join(change.members, ", ")) : ""));
     }
-    if (context.json) PrintJson(document);
+    if (context.json) PrintJson({{"changes", document}});
 }
 
 void Import(const Context& context, const Options& options) {

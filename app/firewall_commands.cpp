@@ -88,7 +88,7 @@ void List(const Context& context, const Options& options) {
                         rule.enabled ? "yes" : "no", Utf8FromWideLossy(rule.application)});
         document.push_back(JsonOf(rule));
     }
-    context.json ? PrintJson(document) : PrintTable(rows);
+    context.json ? PrintJson({{"rules", document}}) : PrintTable(rows);
 }
 
 // Whose plan holds: the user's own stands before the machine's.

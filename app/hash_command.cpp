@@ -184,7 +184,7 @@ void HashFiles(Context& context, const std::vector<std::string>& files) {
             context.exit_code = 1;
         }
     }
-    if (context.json) PrintJson(results);
+    if (context.json) PrintJson({{"files", results}});
 }
 
 void HashTexts(const Context& context, const std::vector<std::string>& texts) {
@@ -194,7 +194,7 @@ void HashTexts(const Context& context, const std::vector<std::string>& texts) {
         results.push_back({{"text", text}, {"sha256", digest}});
         if (!context.json) PrintLine(digest);
     }
-    if (context.json) PrintJson(results);
+    if (context.json) PrintJson({{"files", results}});
 }
 
 void CheckLists(Context& context, const std::vector<std::string>& lists) {

@@ -94,7 +94,7 @@ void FilesOfAll(Context& context, const std::string& name) {
             list.push_back({{"process", process.id}, {"not_looked_at", error.what()}});
         }
     }
-    if (context.json) PrintJson(list);
+    if (context.json) PrintJson({{"processes", list}});
     if (!context.json)
         PrintLine(fmt::format("{} of {} processes looked at", processes.size() - closed, processes.size()));
     if (closed == processes.size()) context.exit_code = 1;
@@ -106,7 +106,7 @@ void Files(Context& context, const std::string& process) {
     if (const auto [rest, error] = std::from_chars(process.data(), end, id); rest != end || error != std::errc())
         return FilesOfAll(context, process);
     const std::vector<TdOpenFile> files = FilesOf(id);
-    context.json ? PrintJson(JsonOf(id, files)) : ShowFiles(files);
+    context.json ? PrintJson({{"processes", Json::array({JsonOf(id, files)})}}) : ShowFiles(files);
 }
 
 void CommandLine(const Context& context, unsigned long process) {

@@ -127,7 +127,7 @@ void List(const Context& context, const Options& options) {
                         KindName(record.kind), record.event, Summary(record)});
         document.push_back(JsonOfRecord(record));
     }
-    context.json ? PrintJson(document) : PrintTable(rows);
+    context.json ? PrintJson({{"records", document}}) : PrintTable(rows);
 }
 
 void Show(const Context& context, const Options& options) {

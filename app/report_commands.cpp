@@ -28,7 +28,7 @@ void List(const Context& context) {
                             {"arguments", arguments},
                             {"keyed", function.keyed}});
     }
-    context.json ? PrintJson(document) : PrintTable(rows);
+    context.json ? PrintJson({{"reports", document}}) : PrintTable(rows);
 }
 
 // The number that an argument means: a number, or the name of a statistic's report function.

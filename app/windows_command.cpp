@@ -118,7 +118,7 @@ void Windows(const Context& context, const WindowOptions& options) {
     const HWND root = RootOf(options);
     std::vector<Json> windows;
     for (const Window& window : Collect(root, options)) windows.push_back(LookAt(window));
-    context.json ? PrintJson(windows) : ShowWindows(windows);
+    context.json ? PrintJson({{"windows", windows}}) : ShowWindows(windows);
     if (::IsWindow(root) == 0) {
         throw CommandError("window " + NumberOf(root), "it was closed during the look",
                            "there may be windows that are not shown");

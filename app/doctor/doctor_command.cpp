@@ -66,7 +66,7 @@ void Doctor(Context& context) {
         if (!context.json) ShowSection(section, findings);
     }
     context.exit_code = counts[Number(Verdict::kBroken)] > 0 ? 1 : 0;
-    if (context.json) return PrintJson(document);
+    if (context.json) return PrintJson({{"findings", document}});
     PrintLine(fmt::format("{} work, {} limited, {} broken", counts[0], counts[1], counts[2]));
 }
 

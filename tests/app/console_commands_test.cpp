@@ -75,7 +75,9 @@ TEST_F(ConsoleCommands, InstallsShowsAndPlans) {
         const bool inf = verb[0] == L'u' || verb[0] == L'r';
         const json order = json::parse(Run(verb, inf).out);
         EXPECT_EQ(order["calls"].size(), count) << order;
-        if (verb[0] != L'u') EXPECT_THAT(order["calls"][0].get<std::string>(), HasSubstr(instance));
+        if (verb[0] != L'u') {
+            EXPECT_THAT(order["calls"][0].get<std::string>(), HasSubstr(instance));
+        }
     }
 }
 

@@ -74,7 +74,7 @@ TEST(Doctor, FindsNothingBrokenAndChangesNothing) {
     const ProgramRun doctor = RunTandorctl(L"doctor --json");
     EXPECT_EQ(doctor.exit_code, 0) << doctor.out;
     EXPECT_EQ(Stores(), before);
-    for (const auto& finding : json::parse(doctor.out)) {
+    for (const auto& finding : json::parse(doctor.out)["findings"]) {
         EXPECT_NE(finding["verdict"], "broken") << finding;
         EXPECT_TRUE(finding["verdict"] == "works" || finding["remedy"] != "") << finding;
     }

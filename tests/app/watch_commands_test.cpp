@@ -69,8 +69,11 @@ TEST(TandorctlLook, ShowsFilesAndCommandLineOfAProcess) {
         return process["process"] == child.Id() &&
                process["handles"].dump().find("Vertrag 手机.txt") != std::string::npos;
     };
-    EXPECT_TRUE(holds(json::parse(RunTandorctl(L"files --json " + std::to_wstring(child.Id())).out)));
-    const json named = json::parse(RunTandorctl(L"files --json TEST_CHILD").out);
+    const auto of = [](const std::wstring& process) {
+        return json::parse(RunTandorctl(L"files --json " + process).out)["processes"];
+    };
+    EXPECT_TRUE(holds(of(std::to_wstring(child.Id()))[0]));
+    const json named = of(L"TEST_CHILD");
     EXPECT_TRUE(std::any_of(named.begin(), named.end(), holds)) << named;
     EXPECT_THAT(RunTandorctl(L"files test_child.exe").out, HasSubstr("processes looked at\n"));
     EXPECT_THAT(RunTandorctl(L"cmdline " + std::to_wstring(child.Id())).out, HasSubstr("Vertrag 手机.txt"));
@@ -84,7 +87,7 @@ TEST(TandorctlLook, ShowsTheWindowsOfAWindowAndOfItsThread) {
     const auto texts = [&](const std::wstring& options) {
         std::multiset<std::string> found;
         const auto number = std::to_wstring(reinterpret_cast<std::uintptr_t>(inside));
-        for (const json& one : json::parse(RunTandorctl(L"windows list --json " + options + number).out))
+        for (const json& one : json::parse(RunTandorctl(L"windows list --json " + options + number).out)["windows"])
             found.insert(one.value("text", ""));
         return found;
     };

@@ -105,7 +105,7 @@ bool StoreWorks() {
 }
 
 bool PanelWorks() {
-    std::vector<double> coordinates;
+    std::vector<double> coordinates(8);
     const auto edid = SampleEdid({{{0.64, 0.33}, {0.3, 0.6}, {0.15, 0.06}, {0.3127, 0.329}}});
     return GetEdidData::ParseCoordinateFromEdid(edid.data(), static_cast<unsigned>(edid.size()), coordinates);
 }

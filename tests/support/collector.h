@@ -41,9 +41,11 @@ private:
                 case Way::kStall:
                     return exchange.AwaitEnd();
                 case Way::kCut:
-                    return exchange.Write(answer.substr(0, answer.size() - 1));
+                    exchange.Write(answer.substr(0, answer.size() - 1));
+                    return;
                 case Way::kGarbage:
-                    return exchange.Write("\x16\x03\x01 no HTTP\r\n\r\n");
+                    exchange.Write("\x16\x03\x01 no HTTP\r\n\r\n");
+                    return;
                 case Way::kReset:
                 case Way::kTakeAndReset:
                     return exchange.Reset();

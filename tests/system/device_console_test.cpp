@@ -110,7 +110,9 @@ TEST_F(DeviceConsoleTest, EachCallThatFailsIsSaidAndNothingStaysOpen) {
             if (failed.starts_with(L"GetDevice")) {
                 EXPECT_TRUE(done);
                 EXPECT_EQ(lines.size(), failed == L"GetDeviceInstallParams" ? 2u : 1u);
-                if (failed != L"GetDeviceInstallParams") EXPECT_EQ(failed, L"GetDeviceRegistryProperty 1 2048");
+                if (failed != L"GetDeviceInstallParams") {
+                    EXPECT_EQ(failed, L"GetDeviceRegistryProperty 1 2048");
+                }
                 continue;
             }
             EXPECT_FALSE(done);

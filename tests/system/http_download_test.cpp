@@ -204,7 +204,9 @@ TEST_F(HttpsRequest, TakesWhatServersSayWithinBounds) {
         const auto server = Serve([&](Exchange& exchange) { exchange.Write(c.answer); });
         const Answer answer = Request(server->Url());
         EXPECT_EQ(answer.result, c.result) << c.what << ": " << answer.transfer.error;
-        if (c.result == 0) EXPECT_EQ(answer.transfer.status, c.status) << c.what;
+        if (c.result == 0) {
+            EXPECT_EQ(answer.transfer.status, c.status) << c.what;
+        }
         EXPECT_EQ(answer.body, c.body) << c.what;
         EXPECT_EQ(server->Requests(), 1) << c.what;
     }
@@ -220,7 +222,9 @@ TEST_F(HttpsRequest, TakesWhatServersSayWithinBounds) {
         HttpDownloadHelper::GetConfigDataFromServer(server->Url(), "{}", answer.headers, answer.body, answer.transfer);
         EXPECT_EQ(answer.transfer.code, body ? 23 : 56) << answer.transfer.error;
         EXPECT_LE(answer.body.size(), std::size_t{128} << 20);
-        if (body) EXPECT_GT(answer.body.size(), std::size_t{127} << 20);
+        if (body) {
+            EXPECT_GT(answer.body.size(), std::size_t{127} << 20);
+        }
         EXPECT_LE(answer.headers.size(), std::size_t{1} << 20);
     }
 }
@@ -246,7 +250,9 @@ TEST_F(HttpsRequest, AProxyThatRefusesIsSaid) {
         HttpsWorld::SetSystemProxy("https=127.0.0.1:" + std::to_string(proxy.Port()));
         const Answer answer = Request(server->Url());
         EXPECT_EQ(answer.result, 56) << refusal << answer.transfer.error;
-        if (!refusal.empty()) EXPECT_THAT(answer.transfer.error, HasSubstr(refusal.substr(9, 3)));
+        if (!refusal.empty()) {
+            EXPECT_THAT(answer.transfer.error, HasSubstr(refusal.substr(9, 3)));
+        }
         EXPECT_GE(proxy.Heads().size(), 1U);
     }
     EXPECT_EQ(server->Requests(), 0);
