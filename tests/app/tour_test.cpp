@@ -32,7 +32,8 @@ TEST(Tour, TwoAtOncePassAndTakeBackWhatTheyWrote) {
     const ProgramRun first = run(L"zwei"), second = other.get();
     for (const ProgramRun* const tour : {&first, &second}) {
         EXPECT_EQ(tour->exit_code, 0) << tour->out << tour->error;
-        for (const auto& step : json::parse(tour->out)["steps"]) EXPECT_TRUE(step["passed"].get<bool>()) << step;
+        const json shown = json::parse(tour->out);
+        for (const auto& step : shown["steps"]) EXPECT_TRUE(step["passed"].get<bool>()) << step;
     }
     EXPECT_EQ(RecordsInOutbox(), before);
     std::vector<BluetoothDeviceSummary> devices;
@@ -74,7 +75,8 @@ TEST(Doctor, FindsNothingBrokenAndChangesNothing) {
     const ProgramRun doctor = RunTandorctl(L"doctor --json");
     EXPECT_EQ(doctor.exit_code, 0) << doctor.out;
     EXPECT_EQ(Stores(), before);
-    for (const auto& finding : json::parse(doctor.out)["findings"]) {
+    const json looked_at = json::parse(doctor.out);
+    for (const auto& finding : looked_at["findings"]) {
         EXPECT_NE(finding["verdict"], "broken") << finding;
         EXPECT_TRUE(finding["verdict"] == "works" || finding["remedy"] != "") << finding;
     }

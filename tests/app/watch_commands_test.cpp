@@ -87,8 +87,8 @@ TEST(TandorctlLook, ShowsTheWindowsOfAWindowAndOfItsThread) {
     const auto texts = [&](const std::wstring& options) {
         std::multiset<std::string> found;
         const auto number = std::to_wstring(reinterpret_cast<std::uintptr_t>(inside));
-        for (const json& one : json::parse(RunTandorctl(L"windows list --json " + options + number).out)["windows"])
-            found.insert(one.value("text", ""));
+        const json listed = json::parse(RunTandorctl(L"windows list --json " + options + number).out);
+        for (const json& one : listed["windows"]) found.insert(one.value("text", ""));
         return found;
     };
     EXPECT_THAT(texts(L"--thread --of "), Contains("Fenster 手机"));
