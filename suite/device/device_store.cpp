@@ -22,7 +22,9 @@ DeviceStore::DeviceStore(std::filesystem::path file, Report report, std::chrono:
 
 DeviceStore::~DeviceStore() = default;
 
-DeviceStore::Tables& DeviceStore::Opened(Deadline deadline) {
+DeviceStore::Tables& DeviceStore::Opened(Use use, Deadline deadline) {
+    // A reader may have opened a file that could not be written then: a writer looks whether that has passed.
+    if (use == Use::kWrite && tables_ && tables_->Connection().ReadOnly()) tables_.reset();
     if (tables_) return *tables_;
     std::error_code ignored;  // the open below fails with the cause that matters
     std::filesystem::create_directories(file_.parent_path(), ignored);
@@ -41,7 +43,7 @@ int DeviceStore::Run(Use use, Operation operation) noexcept {
         std::unique_lock lock(mutex_, std::try_to_lock);
         if (!lock && !lock.try_lock_until(deadline)) return DM::DEVICE_STORE_BUSY;
         try {
-            Tables& tables = Opened(deadline);
+            Tables& tables = Opened(use, deadline);
             tables.Connection().WaitUntil(deadline);
             const int result = operation(tables);
             if (result == DM::DEVICE_OK) Succeeded(use);

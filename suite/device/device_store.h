@@ -55,7 +55,7 @@ private:
 
     template <class Operation>
     int Run(Use use, Operation operation) noexcept;
-    Tables& Opened(Deadline deadline);
+    Tables& Opened(Use use, Deadline deadline);
     void Succeeded(Use use);
     int Failed(Use use, Deadline deadline, const std::exception& error);
     int SetAside(Use use, Deadline deadline, const std::string& cause);

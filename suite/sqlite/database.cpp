@@ -129,6 +129,8 @@ void Database::CheckWhole() {
     if (rows.Next() && rows.Bytes(0) != "ok") throw SqliteError(SQLITE_CORRUPT, std::string(rows.Bytes(0)));
 }
 
+bool Database::ReadOnly() const noexcept { return ::sqlite3_db_readonly(database_.get(), "main") == 1; }
+
 int Database::Changes() const noexcept { return ::sqlite3_changes(database_.get()); }
 
 void Database::Close::operator()(sqlite3* database) const noexcept { ::sqlite3_close_v2(database); }

@@ -97,6 +97,8 @@ public:
     [[nodiscard]] std::int64_t Number(const char* sql) { return First(Prepare(sql)); }
     // Reads all pages; throws SqliteError for what contradicts itself.
     void CheckWhole();
+    // The file could not be opened for writing.
+    [[nodiscard]] bool ReadOnly() const noexcept;
     // Rows that the last statement changed.
     [[nodiscard]] int Changes() const noexcept;
 

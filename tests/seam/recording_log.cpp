@@ -2,6 +2,7 @@
 
 #include <map>
 #include <mutex>
+#include <new>
 
 #include "pelora/log_service.h"
 
@@ -10,6 +11,7 @@ namespace {
 struct Recorded {
     std::recursive_mutex mutex;
     std::vector<std::wstring> messages;
+    std::uint64_t lost = 0;
 };
 Recorded& Record() {
     static Recorded recorded;
@@ -31,9 +33,13 @@ VxLogger& VxLogger::GetInstance() {
 }
 void VxLogger::Log(LOG_MESSAGE_LEVEL level, std::wstringstream& message) noexcept {
     const std::lock_guard lock(Record().mutex);
-    Record().messages.push_back(std::to_wstring(level) + L" " + std::wstring(message.view()));
-    for (const auto& [number, subscriber] : impl_->observers)
-        if (level >= subscriber.first) subscriber.second(level, message.view());
+    try {
+        Record().messages.push_back(std::to_wstring(level) + L" " + std::wstring(message.view()));
+        for (const auto& [number, subscriber] : impl_->observers)
+            if (level >= subscriber.first) subscriber.second(level, message.view());
+    } catch (const std::bad_alloc&) {
+        ++Record().lost;
+    }
 }
 std::uint64_t VxLogger::Subscribe(LOG_MESSAGE_LEVEL lowest, Observer observer) {
     const std::lock_guard lock(Record().mutex);
@@ -44,7 +50,10 @@ void VxLogger::Unsubscribe(std::uint64_t subscription) noexcept {
     const std::lock_guard lock(Record().mutex);
     impl_->observers.erase(subscription);
 }
-std::uint64_t VxLogger::Lost() const noexcept { return 0; }
+std::uint64_t VxLogger::Lost() const noexcept {
+    const std::lock_guard lock(Record().mutex);
+    return Record().lost;
+}
 
 std::vector<std::wstring> tandor::test::RecordedMessages() {
     const std::lock_guard lock(Record().mutex);

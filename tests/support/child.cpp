@@ -8,6 +8,7 @@
 #include <fstream>
 #include <iostream>
 #include <map>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -145,8 +146,10 @@ int CommitReports(const Arguments& arguments) {
 // report-and-exit WAY FILE: reports on eight threads, appends to FILE what was recorded, and leaves with 7 meanwhile,
 // by a return from main or by ExitProcess.
 int ReportAndExit(const Arguments& arguments) {
-    static const tandor::FileHandle file(::CreateFileW(arguments.at(1).c_str(), FILE_APPEND_DATA | SYNCHRONIZE,
-                                                       FILE_SHARE_READ, nullptr, OPEN_ALWAYS, 0, nullptr));
+    // Not closed by main's return: the threads still write then.
+    static const tandor::FileHandle& file = *new tandor::FileHandle(::CreateFileW(
+        arguments.at(1).c_str(), FILE_APPEND_DATA | SYNCHRONIZE, FILE_SHARE_READ, nullptr, OPEN_ALWAYS, 0, nullptr));
+    static std::mutex writing;  // not every system appends in one step: a line would land on another thread's
     static std::atomic<int> recorded{0};
     if (!file) return 1;
     const auto acknowledge = [](int thread) {
@@ -156,6 +159,7 @@ int ReportAndExit(const Arguments& arguments) {
             LogInfo info{"606000081", "", {{0, value.substr(0, value.size() - 1)}}};
             if (!EventDataReport::Instance().SendMsg(info)) continue;
             ++recorded;
+            const std::lock_guard lock(writing);
             DWORD written = 0;
             ::WriteFile(file.Get(), value.data(), static_cast<DWORD>(value.size()), &written, nullptr);
         }

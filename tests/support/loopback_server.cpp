@@ -216,8 +216,8 @@ void CuttingRelay::Serve(SOCKET client, int port) {
     char buffer[16384];
     for (int size = 0; passed < most && (size = ::recv(server, buffer, sizeof(buffer), 0)) > 0;) {
         const std::size_t fits = std::min<std::size_t>(static_cast<std::size_t>(size), most - passed);
+        passed += fits;  // first: the client may be through as soon as it has them
         ::send(client, buffer, static_cast<int>(fits), 0);
-        passed += fits;
     }
     ::shutdown(client, SD_BOTH);
     forth.join();
