@@ -149,8 +149,8 @@ TEST(ThreadPoolDeathTest, WhatCannotGoOnEndsTheProcess) {
     EXPECT_DEATH(run([] { throw 1; }), "");
     const auto destroy_from_inside = [] {
         auto* const pool = new ThreadPool(1);
+        pool->Start();  // whole before the task can come
         pool->Submit([pool] { delete pool; });
-        pool->Start();
         std::this_thread::sleep_for(std::chrono::seconds(30));
     };
     EXPECT_DEATH(destroy_from_inside(), "system_error");

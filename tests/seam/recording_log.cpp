@@ -1,15 +1,20 @@
 #include "tests/seam/recording_log.h"
 
+#include <condition_variable>
 #include <map>
 #include <mutex>
 #include <new>
+#include <set>
+#include <thread>
 
 #include "pelora/log_service.h"
 
 namespace {
 
 struct Recorded {
-    std::recursive_mutex mutex;
+    std::mutex mutex;
+    std::condition_variable delivered;
+    std::set<std::thread::id> delivering;  // threads that call observers now
     std::vector<std::wstring> messages;
     std::uint64_t lost = 0;
 };
@@ -31,14 +36,27 @@ VxLogger& VxLogger::GetInstance() {
     static VxLogger logger;
     return logger;
 }
+// Observers are called under no lock, and what they log is not observed.
 void VxLogger::Log(LOG_MESSAGE_LEVEL level, std::wstringstream& message) noexcept {
-    const std::lock_guard lock(Record().mutex);
+    Recorded& record = Record();
+    std::unique_lock lock(record.mutex);
     try {
-        Record().messages.push_back(std::to_wstring(level) + L" " + std::wstring(message.view()));
+        record.messages.push_back(std::to_wstring(level) + L" " + std::wstring(message.view()));
+        std::vector<Observer> called;
         for (const auto& [number, subscriber] : impl_->observers)
-            if (level >= subscriber.first) subscriber.second(level, message.view());
+            if (level >= subscriber.first) called.push_back(subscriber.second);
+        const auto self = record.delivering.insert(std::this_thread::get_id());
+        if (!self.second) return;
+        lock.unlock();
+        for (const Observer& observer : called) observer(level, message.view());
+        lock.lock();
+        record.delivering.erase(self.first);
+        record.delivered.notify_all();
     } catch (const std::bad_alloc&) {
-        ++Record().lost;
+        if (!lock) lock.lock();
+        record.delivering.erase(std::this_thread::get_id());
+        record.delivered.notify_all();
+        ++record.lost;
     }
 }
 std::uint64_t VxLogger::Subscribe(LOG_MESSAGE_LEVEL lowest, Observer observer) {
@@ -47,8 +65,11 @@ std::uint64_t VxLogger::Subscribe(LOG_MESSAGE_LEVEL lowest, Observer observer) {
     return impl_->last;
 }
 void VxLogger::Unsubscribe(std::uint64_t subscription) noexcept {
-    const std::lock_guard lock(Record().mutex);
+    Recorded& record = Record();
+    std::unique_lock lock(record.mutex);
     impl_->observers.erase(subscription);
+    record.delivered.wait(
+        lock, [&] { return record.delivering.size() == record.delivering.count(std::this_thread::get_id()); });
 }
 std::uint64_t VxLogger::Lost() const noexcept {
     const std::lock_guard lock(Record().mutex);
