@@ -139,7 +139,7 @@ sub row {
 
 sub shapes {
     my ($page, $table, $folder) = @_;
-    my @verbs = output('tandorctl completion markdown', $folder) =~ /^\| `([a-z0-9-]+(?: [a-z0-9-]+)*)/mg;
+    my @verbs = output('tandorctl completion markdown', $folder) =~ /^\| `([a-z0-9][a-z0-9-]*(?: [a-z0-9][a-z0-9-]*)*)/mg;
     my @calls;
     $table =~ s{^\| `(.*?)` \| `(.*)`(.*?) \|$}{
         my ($call, $shape, $how) = ($1, $2, $3);

@@ -23,6 +23,14 @@ Recorded& Record() {
     return recorded;
 }
 
+// What an observer throws is dropped.
+void Call(const VxLogger::Observer& observer, LOG_MESSAGE_LEVEL level, std::wstring_view message) {
+    try {
+        observer(level, message);
+    } catch (...) {
+    }
+}
+
 }  // namespace
 
 class VxLogger::Impl {
@@ -45,17 +53,13 @@ void VxLogger::Log(LOG_MESSAGE_LEVEL level, std::wstringstream& message) noexcep
         std::vector<Observer> called;
         for (const auto& [number, subscriber] : impl_->observers)
             if (level >= subscriber.first) called.push_back(subscriber.second);
-        const auto self = record.delivering.insert(std::this_thread::get_id());
-        if (!self.second) return;
+        if (!record.delivering.insert(std::this_thread::get_id()).second) return;
         lock.unlock();
-        for (const Observer& observer : called) observer(level, message.view());
+        for (const Observer& observer : called) Call(observer, level, message.view());
         lock.lock();
-        record.delivering.erase(self.first);
-        record.delivered.notify_all();
-    } catch (const std::bad_alloc&) {
-        if (!lock) lock.lock();
         record.delivering.erase(std::this_thread::get_id());
         record.delivered.notify_all();
+    } catch (const std::bad_alloc&) {  // from before the observers
         ++record.lost;
     }
 }
