@@ -33,7 +33,9 @@ public:
     Type Take() {
         if constexpr (ReportStructure<Type>) {
             Type data;
-            WithMembers(data, [this](auto&... members) { ((members = Take<std::decay_t<decltype(members)>>()), ...); });
+            WithMembers(data, [this](auto&... members) {
+                ((members = this->template Take<std::decay_t<decltype(members)>>()), ...);
+            });
             return data;
         } else {
             const std::string& word = words_[next_++];
