@@ -2,12 +2,16 @@
 
 #include <algorithm>
 
+#include "base/hex.h"
 #include "base/utf_codec.h"
 
 namespace {
 
-void AppendHex(unsigned value, int digits, std::string& out) {
-    for (int shift = 4 * (digits - 1); shift >= 0; shift -= 4) out += "0123456789abcdef"[value >> shift & 15];
+void AppendHex(unsigned value, std::size_t digits, std::string& out) {
+    const unsigned char bytes[] = {static_cast<unsigned char>(value >> 8), static_cast<unsigned char>(value)};
+    char text[2 * sizeof(bytes)];
+    tandor::WriteHex(bytes, sizeof(bytes), tandor::HexCase::kLower, text);
+    out.append(text + sizeof(text) - digits, digits);
 }
 
 // What would end a line or steer a terminal.
