@@ -17,8 +17,6 @@ if(MINGW)
     target_compile_options(tandor_compiling INTERFACE -fstack-protector-strong)
     target_compile_definitions(tandor_compiling INTERFACE __USE_MINGW_ANSI_STDIO=1)
     target_link_options(tandor_compiling INTERFACE -Wl,--gc-sections -Wl,--dynamicbase,--nxcompat,--high-entropy-va)
-    # Sections that begin on a page of the file are mapped, not copied.
-    target_link_options(tandor_compiling INTERFACE -Wl,--file-alignment,4096)
     # A product says nothing about the machine that built it.
     target_compile_options(tandor_compiling INTERFACE -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=
         -ffile-prefix-map=${TANDOR_DEPENDENCIES}=dependencies)

@@ -65,7 +65,7 @@ configure_file(device/samples/wide-panel.edid ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/
 set(TANDOR_SAMPLE_FOLDERS ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/config ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/cloundConfig
     ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/samples)
 
-tandor_separate_symbols(TandorUtil)
+tandor_product(TandorUtil)
 tandor_version_resource(TandorUtil "Utility library of the multi-device feature")
 
 # The portable core's free functions, for programs that look inside: tests, benchmarks and tandorctl.

@@ -9,7 +9,7 @@ packages=(
     g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64        # the cross tool chain
     wine64 wine xvfb xauth                                       # running what it built
     cmake ninja-build make git ccache                            # building
-    clang clang-format clang-tidy libclang-rt-14-dev llvm        # the native sanitizer build, the fuzzers, the checks
+    clang clang-format clang-tidy libclang-rt-14-dev llvm lld    # the native sanitizer build, the fuzzers, the checks
     g++ libgtest-dev libgmock-dev libbenchmark-dev libfmt-dev libspdlog-dev nlohmann-json3-dev libtinyxml2-dev
     libboost-dev                                                 # a benchmark compares with its thread pool
     libssl-dev                                                   # the native build's libraries

@@ -114,7 +114,11 @@ OutboxTables::State OutboxTables::ReadState() {
     if (!row.Next()) throw SqliteError(kDamagedCode, "its row of state is missing");
     State state;
     state.identity = FromHex64(row.Bytes(0));
-    state.next = std::max(row.Integer(1), NumberOf(newest_.Query()) + 1);
+    state.next = row.Integer(1);
+    const std::int64_t newest = NumberOf(newest_.Query());
+    if (state.next < 1 || newest < 0 || newest == INT64_MAX)
+        throw SqliteError(kDamagedCode, "its numbering is damaged");
+    state.next = std::max(state.next, newest + 1);
     state.displaced = row.Integer(2);
     state.removed = row.Integer(3);
     state.records = state.next - 1 - state.displaced - state.removed;

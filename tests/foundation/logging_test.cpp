@@ -134,7 +134,9 @@ TEST(Logger, EightProcessesRotateOneChannelAndLoseTearOrDoubleNoLine) {
         expected[std::string(1, name)] = UpTo(3000);
     }
     RunChildren(commands);
-    const auto files = OldestFirst(kLogs / L"usr" / L"KoViewMirror.log");
+    auto files = OldestFirst(kLogs / L"usr" / L"KoViewMirror.log");
+    // Files of an earlier run may be larger: one was held open.
+    std::erase_if(files, [&](const auto& file) { return MarkedLines(file, marker).empty(); });
     EXPECT_GE(files.size(), 5u);
     for (const auto& file : files) EXPECT_LE(std::filesystem::file_size(file), 0x100000u) << file;
     EXPECT_EQ(NumbersOf(files, marker, kChannelLine), expected);

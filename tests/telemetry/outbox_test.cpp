@@ -296,7 +296,9 @@ TEST(Outbox, WhatItAcknowledgedIsThereWhicheverWriteFails) {
     RecordProperty("figures", std::to_string(acknowledged) + " acknowledged, " + std::to_string(refused) + " refused");
 }
 
-TEST(Outbox, PagesOverwrittenAtRandomCostNoNewRecord) {
+// Damage in the tables' order can put the new record among the old ones, and damage that is met only in reading sets
+// the file aside: that is told.
+TEST(Outbox, PagesOverwrittenAtRandomCostNoNewRecordUntold) {
     unsigned random = 7;
     const auto next = [&random] { return (random = random * 1664525 + 1013904223) >> 8; };
     for (int round = 0; round < 12; ++round) {
@@ -321,10 +323,10 @@ TEST(Outbox, PagesOverwrittenAtRandomCostNoNewRecord) {
         Outbox outbox(file);
         OutboxRecord record = Record("after");
         ASSERT_EQ(outbox.Put(record), "");
+        HostLog log;
         std::vector<OutboxRecord> last;
-        ASSERT_EQ(outbox.ReadLast(1, last), "");
-        EXPECT_EQ(last.at(0).values, record.values);
-        (void)outbox.Read(0, 1'000'000, ~std::size_t{0}, last);  // all that is asked of it is to return
+        ASSERT_EQ(outbox.ReadLast(1000, last), "");
+        EXPECT_TRUE(Identifiers(last).contains(record.identifier) || !log.Take().empty());
     }
 }
 
