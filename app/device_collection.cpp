@@ -24,7 +24,7 @@ void DeviceCollection::Check(int status, const std::string& device, const std::s
         case DM::DEVICE_NOT_FOUND:
             throw CommandError(thing, "there is no such device", list);
         case DM::DEVICE_NO_ATTRIBUTE:
-            throw CommandError(named, "there is no such attribute", "tandorctl device show lists what the device has");
+            throw CommandError(named, "there is no such attribute", "tandorctl device show lists what the feature keeps of a device");
         case DM::DEVICE_VALUE_UNSUITABLE:
             throw CommandError(named, "the value is none of its type", "numbers are decimal, flags 1 or 0");
         case DM::DEVICE_BAD_NAME:
@@ -34,8 +34,8 @@ void DeviceCollection::Check(int status, const std::string& device, const std::s
         case DM::DEVICE_STORE_BUSY:
             throw CommandError(thing, "other programs keep the store busy", "try again");
         case DM::DEVICE_STORE_DAMAGED:
-            throw CommandError(thing, "the store was damaged and has been set aside",
-                               "a new one is begun; --follow shows where the old one lies");
+            throw CommandError(thing, "the store was found damaged",
+                               "try again; the host log (--follow) says where the old one lies, or what is in the way");
         case DM::DEVICE_STORE_LATER_VERSION:
             throw CommandError(thing, "a later version of the suite wrote the store under " + Folder(),
                                "use that version's tandorctl");

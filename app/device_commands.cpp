@@ -179,12 +179,17 @@ void Import(const Context& context, const Options& options) {
     const auto changes = ChangesByImport(records, devices.Records());
     if (options.dry_run) return ShowChanges(context, changes);
     Progress progress("storing " + options.file);
+    std::size_t stored = 0;
     for (std::size_t i = 0; i < changes.size(); ++i) {
-        if (changes[i].Changes()) devices.SetRecord(changes[i].record.DeviceId, changes[i].record);
+        if (changes[i].Changes()) {
+            devices.SetRecord(changes[i].record.DeviceId, changes[i].record);
+            ++stored;
+        }
         progress.Show(i + 1, changes.size());
     }
-    if (context.json) return PrintJson({{"stored", records.size()}});
-    PrintLine(fmt::format("{} {} devices stored", records.size(), devices.Kind()));
+    const std::size_t unchanged = changes.size() - stored;
+    if (context.json) return PrintJson({{"stored", stored}, {"unchanged", unchanged}});
+    PrintLine(fmt::format("{} {} devices stored, {} were so already", stored, devices.Kind(), unchanged));
 }
 
 using SharedOptions = std::shared_ptr<Options>;

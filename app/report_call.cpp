@@ -96,7 +96,18 @@ void Call(void (*function)(Parameters...), Reader& reader) {
     std::apply(function, values);
 }
 
-// In the order of kReportFunctions.
+constexpr ReportFunction kFailureReports[] = {
+    {"DecordFailDataReport", TANDOR_REPORT_130_MULTI_WIN_FAULT_DATA_ID, "(std::string reason)", false},
+    {"ReportRenderFailDataReport", TANDOR_REPORT_130_MULTI_WIN_FAULT_DATA_ID, "(const std::string& text)", false},
+};
+
+constexpr auto kFunctions = [] {
+    std::array<ReportFunction, std::size(kReportFunctions) + std::size(kFailureReports)> all{};
+    std::ranges::copy(kFailureReports, std::ranges::copy(kReportFunctions, all.begin()).out);
+    return all;
+}();
+
+// In the order of kFunctions.
 constexpr Callable kCallables[] = {
 #define TANDOR_CALLABLE(number, type, function, parameters, sent) \
     {Words<decltype(TandorDataReportClass::function)>::kCount,    \
@@ -108,16 +119,20 @@ constexpr Callable kCallables[] = {
      [](Reader& reader) { Call(&TandorDataReportClass::function, reader); }},
         TANDOR_KEYED_REPORTS(TANDOR_CALLABLE)
 #undef TANDOR_CALLABLE
+            {1, [](Reader& reader) { Call(&TandorDataReportClass::DecordFailDataReport, reader); }},
+    {1, [](Reader& reader) { Call(&TandorDataReportClass::ReportRenderFailDataReport, reader); }},
 };
-static_assert(std::size(kCallables) == std::size(kReportFunctions));
+static_assert(std::size(kCallables) == kFunctions.size());
 
-const Callable& CallableOf(const ReportFunction& function) { return kCallables[&function - kReportFunctions]; }
+const Callable& CallableOf(const ReportFunction& function) { return kCallables[&function - kFunctions.data()]; }
 
 }  // namespace
 
+std::span<const ReportFunction> ReportFunctions() { return kFunctions; }
+
 const ReportFunction* FindReport(std::string_view name) {
-    const auto* const found = std::ranges::find(kReportFunctions, name, &ReportFunction::name);
-    return found == std::end(kReportFunctions) ? nullptr : found;
+    const auto found = std::ranges::find(kFunctions, name, &ReportFunction::name);
+    return found == kFunctions.end() ? nullptr : &*found;
 }
 
 std::string ArgumentsOf(const ReportFunction& function) {

@@ -1,6 +1,7 @@
 // The report functions, called by name with arguments from a command line.
 #pragma once
 
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -8,6 +9,9 @@
 #include "telemetry/report_table.h"
 
 namespace tandor::app {
+
+// All of them: the catalogue, and the two that report a decoder's and a renderer's failure.
+std::span<const ReportFunction> ReportFunctions();
 
 // Null when there is none of this name.
 const ReportFunction* FindReport(std::string_view name);

@@ -18,7 +18,7 @@ namespace {
 void List(const Context& context) {
     std::vector<std::vector<std::string>> rows{{"NUMBER", "FUNCTION", "ARGUMENTS"}};
     Json document = Json::array();
-    for (const ReportFunction& function : kReportFunctions) {
+    for (const ReportFunction& function : ReportFunctions()) {
         const std::string event = std::to_string((function.keyed ? 0 : 606000000LL) + function.number);
         const std::string arguments = ArgumentsOf(function);
         rows.push_back({std::to_string(function.number), std::string(function.name), arguments});

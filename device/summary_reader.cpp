@@ -200,6 +200,7 @@ void SummaryReader::Raise(const Fault& fault) {
 std::vector<BluetoothDeviceSummary> SummaryReader::Finish() {
     if (keyed_) return InOrderOfKeys();
     if (fault_) Raise(*fault_);
+    if (records_.capacity() > 2 * records_.size()) records_.shrink_to_fit();  // not every object was a device
     return std::move(records_);
 }
 

@@ -33,7 +33,7 @@ struct BluetoothDeviceSummary {
     std::int32_t TrustType = 2;           ///< how it came to be trusted, as the feature numbers it
     std::int32_t DevSubType = -1;         ///< -1: not known
     std::string AccountInfo;              ///< the account that both sides are signed in to
-    std::string AuthDigest;               ///< SHA-256 of the account's authentication, as hexadecimal text
+    std::string AuthDigest;               ///< SHA-256 of the peer's account identifier, 64 hexadecimal digits
     unsigned long long LastSeenTime = 0;  ///< as the caller gives it; 0: never
     std::string IpAddr;                   ///< as text, the last one known
     std::int32_t ReconnectPolicy = 1;     ///< whether and when to connect again, as the feature numbers it

@@ -90,9 +90,9 @@ void DeviceStore::Tell(Use use, const std::string& trouble) {
 
 int DeviceStore::SetAside(Use use, Deadline deadline, const std::string& cause) {
     tables_.reset();
-    const std::string done =
+    const auto [done, text] =
         SetAsideDamaged(file_, cause, [&] { Tables(Utf8(file_), deadline).Connection().CheckWhole(); });
-    if (!done.empty()) Tell(use, done);
+    if (!text.empty()) Tell(use, text);
     return DM::DEVICE_STORE_DAMAGED;
 }
 

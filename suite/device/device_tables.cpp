@@ -54,6 +54,7 @@ void DeviceStore::Tables::Destroy::operator()(Statements* statements) const noex
 
 DeviceStore::Tables::Tables(const std::string& utf8_path, Deadline deadline)
     : database_(utf8_path, MillisecondsUntil(deadline)) {
+    database_.WaitUntil(deadline);
     CreateTables();
     statements_.reset(new Statements(database_));
 }

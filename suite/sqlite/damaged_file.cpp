@@ -14,6 +14,7 @@ namespace pelora {
 namespace {
 
 constexpr int kGuardTries = 100;  // of 20 ms
+constexpr int kEmptyWait = 2000;  // ms, for what other processes are doing with the file
 
 // Held by the one process that sets a damaged database aside: an open of this file that shares nothing.
 tandor::FileHandle HoldGuard(const std::filesystem::path& path) {
@@ -35,27 +36,57 @@ std::wstring NowAsName() {
     return text;
 }
 
+const std::wstring kParts[] = {L"", L"-wal", L"-shm"};  // of a database; the last two may not be there
+
+// Returns 0, or the system's error.
+DWORD Rename(const std::filesystem::path& file, const std::filesystem::path& aside) {
+    if (::MoveFileExW(file.c_str(), aside.c_str(), 0) == 0) return ::GetLastError();
+    for (const std::wstring& part : {kParts[1], kParts[2]})
+        ::MoveFileExW((file.native() + part).c_str(), (aside.native() + part).c_str(), 0);
+    return 0;
+}
+
+DWORD CopyAndEmpty(const std::filesystem::path& file, const std::filesystem::path& aside) {
+    for (const std::wstring& part : {kParts[0], kParts[1]}) {
+        const DWORD error = ::CopyFileW((file.native() + part).c_str(), (aside.native() + part).c_str(), TRUE) != 0
+                                ? ERROR_SUCCESS
+                                : ::GetLastError();
+        if (error != ERROR_SUCCESS && (part.empty() || error != ERROR_FILE_NOT_FOUND)) return error;
+    }
+    try {
+        Database::Empty(tandor::Utf8FromWideLossy(file.native()), kEmptyWait);
+    } catch (...) {
+        for (const std::wstring& part : {kParts[0], kParts[1]}) ::DeleteFileW((aside.native() + part).c_str());
+        throw;
+    }
+    return 0;
+}
+
 }  // namespace
 
-std::string SetAsideDamaged(const std::filesystem::path& file, const std::string& cause,
-                            const std::function<void()>& check) {
+SettingAside SetAsideDamaged(const std::filesystem::path& file, const std::string& cause,
+                             const std::function<void()>& check) {
     const tandor::FileHandle guard = HoldGuard(file.native() + L".guard");
-    if (!guard) return cause + "; another process is busy with it";
-    try {
-        check();
-        return {};
-    } catch (const SqliteError& error) {
-        if (!error.Damaged()) return error.what();
-    }
+    if (!guard) return {false, cause + "; another process is busy with it"};
     const std::filesystem::path aside =
         file.parent_path() / (file.stem().native() + L".damaged-" + NowAsName() + file.extension().native());
-    if (::MoveFileExW(file.c_str(), aside.c_str(), 0) == 0) {
-        return cause + "; it could not be set aside: " + tandor::WindowsErrorText(::GetLastError());
+    try {
+        check();
+        return {true, {}};
+    } catch (const SqliteError& error) {
+        if (!error.Damaged()) return {false, error.what()};
     }
-    for (const wchar_t* const part : {L"-wal", L"-shm"}) {
-        ::MoveFileExW((file.native() + part).c_str(), (aside.native() + part).c_str(), 0);  // they may not be there
+    std::string trouble;
+    try {
+        DWORD error = Rename(file, aside);
+        if (error == ERROR_SHARING_VIOLATION) error = CopyAndEmpty(file, aside);
+        if (error != 0) trouble = tandor::WindowsErrorText(error);
+    } catch (const SqliteError& error) {
+        trouble = error.what();
     }
-    return cause + "; it was set aside as " + tandor::Utf8FromWideLossy(aside.native()) + " and a new one is begun";
+    if (!trouble.empty()) return {false, cause + "; it could not be set aside: " + trouble};
+    return {true,
+            cause + "; it was set aside as " + tandor::Utf8FromWideLossy(aside.native()) + " and a new one is begun"};
 }
 
 }  // namespace pelora

@@ -7,11 +7,16 @@
 
 namespace pelora {
 
+struct SettingAside {
+    bool done;         // or there was nothing to do
+    std::string text;  // what happened, for the log, beginning with the cause; empty when there was nothing to do
+};
+
 // Renames the database and its journal to "<name>.damaged-<time>" beside it, unless `check`, which opens it anew and
-// reads all of it, finds nothing: another process may have met the same damage and have begun the new one already. The
-// caller has closed its own connection. Returns what happened, for the log, beginning with `cause`; empty when there
-// was nothing to do. `check` throws SqliteError.
-std::string SetAsideDamaged(const std::filesystem::path& file, const std::string& cause,
-                            const std::function<void()>& check);
+// reads all of it, finds nothing: another process may have met the same damage and have begun the new one already. What
+// other processes have open cannot be renamed: it is copied, then emptied where it is. The caller has closed its own
+// connection. `check` throws SqliteError.
+SettingAside SetAsideDamaged(const std::filesystem::path& file, const std::string& cause,
+                             const std::function<void()>& check);
 
 }  // namespace pelora

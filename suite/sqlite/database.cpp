@@ -3,6 +3,7 @@
 #include <sqlite3.h>
 
 #include <algorithm>
+#include <new>
 #include <thread>
 
 namespace pelora {
@@ -10,8 +11,13 @@ namespace {
 
 static_assert(kDamagedCode == SQLITE_CORRUPT);
 
+[[noreturn]] void Fail(int code, sqlite3* database) {
+    if ((code & 0xFF) == SQLITE_NOMEM) throw std::bad_alloc();
+    throw SqliteError(code, ::sqlite3_errmsg(database));
+}
+
 void Check(int code, sqlite3* database) {
-    if (code != SQLITE_OK) throw SqliteError(code, ::sqlite3_errmsg(database));
+    if (code != SQLITE_OK) Fail(code, database);
 }
 
 }  // namespace
@@ -41,7 +47,7 @@ bool Rows::Next() {
     const int code = ::sqlite3_step(statement_);
     if (code == SQLITE_ROW) return true;
     if (code == SQLITE_DONE) return false;
-    throw SqliteError(code, ::sqlite3_errmsg(::sqlite3_db_handle(statement_)));
+    Fail(code, ::sqlite3_db_handle(statement_));
 }
 
 std::string_view Rows::Bytes(int column) const {
@@ -129,6 +135,18 @@ void Database::CheckWhole() {
     if (rows.Next() && rows.Bytes(0) != "ok") throw SqliteError(SQLITE_CORRUPT, std::string(rows.Bytes(0)));
 }
 
+// As SQLite's documentation of the switch describes it: the schema is asked for first, and that this fails is no
+// matter.
+void Database::Empty(const std::string& utf8_path, int busy_wait) {
+    const Connection connection = Opened(utf8_path);
+    sqlite3* const database = connection.get();
+    Check(::sqlite3_busy_timeout(database, busy_wait), database);
+    ::sqlite3_exec(database, "PRAGMA application_id", nullptr, nullptr, nullptr);
+    Check(::sqlite3_db_config(database, SQLITE_DBCONFIG_RESET_DATABASE, 1, nullptr), database);
+    Check(::sqlite3_exec(database, "VACUUM", nullptr, nullptr, nullptr), database);
+    Check(::sqlite3_db_config(database, SQLITE_DBCONFIG_RESET_DATABASE, 0, nullptr), database);
+}
+
 bool Database::ReadOnly() const noexcept { return ::sqlite3_db_readonly(database_.get(), "main") == 1; }
 
 int Database::Changes() const noexcept { return ::sqlite3_changes(database_.get()); }
@@ -139,7 +157,7 @@ Transaction::~Transaction() {
     if (!open_) return;
     try {
         database_.roll_back_.Run();
-    } catch (const SqliteError&) {  // it was rolled back with the failure that led here
+    } catch (const std::exception&) {  // it was rolled back with the failure that led here
     }
 }
 

@@ -90,6 +90,10 @@ public:
     // milliseconds. Throws SqliteError.
     explicit Database(const std::string& utf8_path, int busy_wait = kBusyWait);
 
+    // Makes a database without tables of one that may be damaged, while other connections have it open. Throws
+    // SqliteError.
+    static void Empty(const std::string& utf8_path, int busy_wait);
+
     // How long the operations from here on wait.
     void WaitUntil(Deadline deadline);
     void Execute(const char* sql);

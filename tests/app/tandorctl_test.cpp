@@ -39,6 +39,8 @@ TEST(Tandorctl, GoodInputAnswersAndEndsWithZero) {
         {L"report -- ReportTandorReport80PhonePairId 1 2 3 model 1.0 4 5 6 -trace", 0, "event 606008000, record "},
         {L"report ReportTandorReport90HandoffTransPerformId 1 2 3 4 5 2.5", 0, ": 0=1, 1=2, 2=3, 3=4, 4=5, 5=2.5\n"},
         {L"report ReportTandorReport80MyalbumSetPathInSettingId E:\\手机", 0, ": 0=E:\\手机\n"},
+        {L"report DecordFailDataReport hung", 0, "event 606013000, record "},
+        {L"report ReportRenderFailDataReport black", 0, ": 0=2, 1=black\n"},
         {L"report -- ReportBusinessDuration 1 2 list", 0, ": deviceType=1, mode=2, duration=list\n"},
         {L"report fault 992614499 --key mode=2 --key reason=x=y", 0, ": mode=2, reason=x=y\n"},
         {L"report time begin 77", 0, ""},

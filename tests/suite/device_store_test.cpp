@@ -150,6 +150,33 @@ TEST_F(DeviceStoreTest, OnlyTheDamagedFileIsSetAside) {
     EXPECT_EQ(records.size(), 4u);
 }
 
+// Windows renames no file that somebody has open. Where not even the file's head can be read, it takes the others, who
+// meet the damage and close it.
+TEST_F(DeviceStoreTest, ADamagedStoreThatOthersHaveOpenIsBegunAnew) {
+    for (const bool head : {false, true}) {
+        SCOPED_TRACE(head);
+        const auto idle = Open(), store = Open();
+        ASSERT_EQ(idle->SetRecord(Collection::kPresent, "a", {}), DM::DEVICE_OK);
+        Ask("PRAGMA wal_checkpoint(TRUNCATE)");
+        std::string bytes = ReadAll(file_);
+        std::fill(bytes.begin() + (head ? 0 : 4096), bytes.end(), '?');
+        WriteAll(file_, bytes);
+        std::vector<BluetoothDeviceSummary> records;
+        EXPECT_EQ(store->SetRecord(Collection::kPresent, "b", {}), DM::DEVICE_STORE_DAMAGED);
+        if (head) {
+            EXPECT_TRUE(SetAside().empty());
+            EXPECT_EQ(idle->List(Collection::kPresent, records), DM::DEVICE_STORE_DAMAGED);
+        }
+        EXPECT_EQ(store->SetRecord(Collection::kPresent, "b", {}), DM::DEVICE_OK);
+        EXPECT_EQ(idle->List(Collection::kPresent, records), DM::DEVICE_OK);
+        EXPECT_EQ(records.size(), 1u);
+        ASSERT_EQ(SetAside().size(), 1u);
+        EXPECT_EQ(ReadAll(SetAside()[0]), bytes);
+        std::filesystem::remove(SetAside()[0]);
+        ASSERT_EQ(store->Delete(Collection::kPresent, "b", true), DM::DEVICE_OK);
+    }
+}
+
 TEST_F(DeviceStoreTest, AStoreThatCannotBeOpenedSaysSoOnceAndIsTriedAgain) {
     std::filesystem::create_directories(file_);  // a folder where the file belongs
     const auto store = Open();

@@ -46,6 +46,11 @@ TEST(Registry, TheUsersHiveIsTheCurrentUsers) {
     EXPECT_TRUE(Registry::DeleteKey(RegistryRoot::kUser, kKey));
 }
 
+TEST(Registry, AServiceSetsForTheUserAtTheConsoleOrForItself) {
+    RunChildren({L"service-setting user"});
+    RunChildren({L"service-setting nobody"});
+}
+
 TEST(Registry, AFailedWriteSaysSo) {
     HostLog log;
     // A key name longer than 255 characters cannot be made.

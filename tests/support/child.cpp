@@ -233,6 +233,7 @@ int main() {
         {L"report-and-exit", ReportAndExit},
         {L"screen-values", ScreenValues},
         {L"seal-vectors", SealVectors},
+        {L"service-setting", tandor::test::ServiceSetting},
         {L"store-attributes", tandor::test::StoreAttributes},
         {L"store-changes", tandor::test::StoreChanges},
     };

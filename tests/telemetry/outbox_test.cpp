@@ -250,6 +250,28 @@ TEST(Outbox, ADamagedFileIsSetAsideAndTheRecordsKept) {
     EXPECT_EQ(CountAside(folder.path), 1);
 }
 
+// Other processes have it open, or one of them is busy with it.
+TEST(Outbox, ADamagedFileThatCannotBeRenamedIsBegunAnewInItsPlaceOrRefusedWithOneLine) {
+    const TemporaryFolder folder;
+    const auto file = folder.path / L"outbox.db";
+    WriteAll(file, std::string(10'000, '?'));
+    Outbox outbox(Utf8(file));
+    OutboxRecord record = Record("x");
+    {
+        const tandor::FileHandle busy(::CreateFileW((file.native() + L".guard").c_str(), GENERIC_WRITE, 0, nullptr,
+                                                    OPEN_ALWAYS, FILE_FLAG_DELETE_ON_CLOSE, nullptr));
+        HostLog log;
+        for (int i = 0; i < 5; ++i) EXPECT_THAT(outbox.Put(record), HasSubstr("outbox.db: "));
+        EXPECT_EQ(log.Take().size(), 1u);
+    }
+    const tandor::FileHandle open(::CreateFileW(file.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                                OPEN_EXISTING, 0, nullptr));
+    Outbox another(Utf8(file));
+    EXPECT_EQ(another.Put(record), "");
+    EXPECT_EQ(All(another), std::vector{record});
+    EXPECT_EQ(CountAside(folder.path), 1);
+}
+
 // Which calls of WriteFile fail: each n-th, or all.
 std::atomic<int> fail_each{0}, writes{0};
 BOOL WINAPI FailingWrite(HANDLE file, LPCVOID data, DWORD size, LPDWORD written, LPOVERLAPPED place) {

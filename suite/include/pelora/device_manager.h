@@ -20,8 +20,9 @@ enum DeviceStatus : int {
     DEVICE_BAD_NAME = 4,          ///< an empty device or attribute name, or one that is only read ("DeviceId")
     DEVICE_TRUSTED = 5,           ///< the device is trusted and the call does not delete trusted ones
     DEVICE_STORE_BUSY = 6,        ///< other processes and threads held the store for 10 s; nothing was changed
-    DEVICE_STORE_UNAVAILABLE = 7,     ///< the store cannot be opened, read or written; the host log says why
-    DEVICE_STORE_DAMAGED = 8,         ///< the store was found damaged and set aside; the next call begins a new one
+    DEVICE_STORE_UNAVAILABLE = 7,  ///< the store cannot be opened, read or written; the host log says why
+    DEVICE_STORE_DAMAGED = 8,  ///< the store was found damaged. It was set aside, and the next call begins a new one;
+                               ///< or it could not be, and the host log says why
     DEVICE_OUT_OF_MEMORY = 9,         ///< nothing was changed
     DEVICE_STORE_LATER_VERSION = 10,  ///< a later version of the suite wrote the store; it is left alone
     DEVICE_STORE_FULL = 11,           ///< the disk has no room for the change; nothing was changed
