@@ -194,7 +194,7 @@ void HashTexts(const Context& context, const std::vector<std::string>& texts) {
         results.push_back({{"text", text}, {"sha256", digest}});
         if (!context.json) PrintLine(digest);
     }
-    if (context.json) PrintJson({{"files", results}});
+    if (context.json) PrintJson({{"texts", results}});
 }
 
 void CheckLists(Context& context, const std::vector<std::string>& lists) {

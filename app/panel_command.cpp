@@ -11,6 +11,11 @@ namespace tandor::app {
 namespace {
 
 struct Options {
+    // Whether a block's source is named is asked of the option itself: an empty text, as a script's empty variable
+    // gives it, must not lead to another panel.
+    const CLI::Option* by_file = nullptr;
+    const CLI::Option* by_hex = nullptr;
+    const CLI::Option* by_device = nullptr;
     std::string file;
     std::string hex;
     std::string device;
@@ -18,6 +23,8 @@ struct Options {
 };
 
 constexpr const char* kForms = "give the block as it is, or as hexadecimal text";
+constexpr const char* kDevicePath =
+    "take the device instance path that the device manager shows, as DISPLAY\\VXT0042\\4&2f5c1e7&0&UID265988";
 
 std::vector<unsigned char> FromHex(const std::string& thing, std::string_view text) {
     HexDump dump = ReadHexDump(text);
@@ -28,6 +35,7 @@ std::vector<unsigned char> FromHex(const std::string& thing, std::string_view te
 // A file may hold the block itself, or its hexadecimal text as other tools print it. A block begins with a zero byte,
 // and text has none near its beginning but in UTF-16, which has a mark.
 std::vector<unsigned char> FromFile(const std::string& file) {
+    if (file.empty()) throw CommandError("--file", "it names no file", kForms);
     const std::string content = ReadInput(file);
     if (content.empty() || content.find('\0') < 2) return {content.begin(), content.end()};
     return FromHex(file, content);
@@ -41,18 +49,19 @@ std::vector<unsigned char> FromMachine(std::wstring device) {
     }
     std::vector<unsigned char> edid = GetEdidData::GetLcdEdidData(GetEdidData::GetEdidDataPath(device));
     if (edid.empty()) {
-        throw CommandError(
-            Utf8FromWideLossy(device), "the registry has no EDID for this device",
-            "take the device instance path that the device manager shows, as DISPLAY\\VXT0042\\4&2f5c1e7&0&UID265988");
+        throw CommandError(Utf8FromWideLossy(device), "the registry has no EDID for this device", kDevicePath);
     }
     return edid;
 }
 
 void Show(const Context& context, const Options& options) {
-    const std::string thing = !options.file.empty() ? options.file : !options.hex.empty() ? "--hex" : "the panel";
-    const std::vector<unsigned char> edid = !options.file.empty()  ? FromFile(options.file)
-                                            : !options.hex.empty() ? FromHex(thing, options.hex)
-                                                                   : FromMachine(WideFromUtf8(options.device));
+    const bool file = options.by_file->count() != 0, hex = options.by_hex->count() != 0;
+    if (options.by_device->count() != 0 && options.device.empty())
+        throw CommandError("--registry", "it names no device", kDevicePath);
+    const std::string thing = file ? options.file : hex ? "--hex" : "the panel";
+    const std::vector<unsigned char> edid = file  ? FromFile(options.file)
+                                            : hex ? FromHex(thing, options.hex)
+                                                  : FromMachine(WideFromUtf8(options.device));
     const auto block = ReadEdid(edid);
     if (!block) {
         throw CommandError(thing, fmt::format("{} bytes are no EDID block, which has {}", edid.size(), kEdidBlock),
@@ -76,11 +85,15 @@ void AddPanelCommand(CLI::App& app, Context& context) {
             ->type_name("FILE");
     CLI::Option* const hex =
         show->add_option("--hex", options->hex, "A block as hexadecimal text")->type_name("TEXT")->excludes(file);
-    show->add_option("--registry", options->device,
-                     "The EDID that the registry has for this device instance path; this machine's panel when left out")
-        ->type_name("ID")
-        ->excludes(file)
-        ->excludes(hex);
+    options->by_device =
+        show->add_option(
+                "--registry", options->device,
+                "The EDID that the registry has for this device instance path; this machine's panel when left out")
+            ->type_name("ID")
+            ->excludes(file)
+            ->excludes(hex);
+    options->by_file = file;
+    options->by_hex = hex;
     show->add_option("--svg", options->svg,
                      "Also write a picture: the CIE 1931 xy diagram with the panel over the references")
         ->type_name("FILE");

@@ -60,7 +60,9 @@ void AddLists(const ScreenSettings& settings, Json& document, std::vector<std::v
     for (const ListRow& row : ListsOf(settings)) {
         Origin origin{"", "", settings.list_lines[static_cast<std::size_t>(row.which)]};
         if (origin.line != 0) origin.file = file;
-        if (row.list.empty()) {
+        if (!settings.lists_read) {
+            origin.why = file + " was not read";
+        } else if (row.list.empty()) {
             origin.why = origin.line == 0 ? fmt::format("no <{}> in <{}>", row.element, SectionOf(row.which))
                                           : "no resolution in it";
         }

@@ -37,9 +37,10 @@ Origin OriginOf(const ScreenSettings& settings, ScreenValue value, const std::st
     using Source = StoredValue::Source;
     const StoredValue& stored = settings.Stored(value);
     const ScreenRule& rule = RuleOf(value);
+    const std::string file = TextOf(std::filesystem::path(kScreenConfigFile).filename());
     if (stored.source == Source::kNothing)
-        return {kNeverSet == value ? "no element sets it" : "no file was read", "", 0};
-    Origin origin{"", TextOf(std::filesystem::path(kScreenConfigFile).filename()), stored.line};
+        return {kNeverSet == value ? "no element sets it" : file + " was not read", "", 0};
+    Origin origin{"", file, stored.line};
     if (stored.source == Source::kMissing) origin.why = fmt::format("no <{}>", stored.element);
     if (stored.source == Source::kOtherDevice)
         origin.why = fmt::format("<{}> has nothing for {}", stored.element, device_type);

@@ -81,6 +81,7 @@ private:
 }  // namespace
 
 ScreenReading ReadPadResolutions(VxXmlElement root, ScreenReading reading) {
+    reading.settings.lists_read = true;
     ListReader(reading).Read(root);
     return reading;
 }

@@ -82,8 +82,19 @@ constexpr Shape kRoot[] = {{"AutoDetect", Kind::kPerDevice, kAudio},
                            {"PadResolutionConfig", Kind::kSection, kRatios}};
 constexpr Shape kResolution[] = {{"Width", Kind::kEdge}, {"Height", Kind::kEdge}};
 
-std::string Quoted(std::string_view text) { return "'" + std::string(text) + "'"; }
-std::string Tagged(VxXmlElement element) { return "<" + std::string(element.Name()) + ">"; }
+// As much of a text as tells which one it is: a name or value may fill the file, and stand in each of its reports.
+std::string Excerpt(const char* text, std::size_t size) {
+    constexpr std::size_t kMost = 60;  // bytes
+    if (size <= kMost) return std::string(text, size);
+    std::size_t end = kMost;
+    while (end > 0 && (text[end] & 0xC0) == 0x80) --end;  // in the midst of a character
+    return std::string(text, end) + "…";
+}
+
+std::string Quoted(std::string_view text) { return "'" + Excerpt(text.data(), text.size()) + "'"; }
+std::string Tagged(VxXmlElement element) {
+    return "<" + Excerpt(element.Name(), ::strnlen(element.Name(), 1000)) + ">";
+}
 std::string Within(std::int64_t least, std::int64_t greatest) {
     return std::to_string(least) + " to " + std::to_string(greatest);
 }

@@ -54,7 +54,7 @@ const ScreenRule& RuleOf(ScreenValue value) noexcept;
 // A value and where it comes from. Elements are named by literals and lie in the first of the two files.
 struct StoredValue {
     enum class Source : std::uint8_t {
-        kNothing,      // no file was read, or none has an element for it
+        kNothing,      // the file was not read, or none has an element for it
         kMissing,      // `element` is not there
         kOtherDevice,  // `element` has nothing for this device type
         kUnreadable,   // `element` holds no number
@@ -91,6 +91,7 @@ struct ScreenSettings {
     ExScreen::ResolutionList extend;
     ExScreen::ResolutionTable monitor;
     ExScreen::ResolutionTable pad;
+    bool lists_read = false;                     // the file was
     std::array<int, kScreenLists> list_lines{};  // of their elements; 0 for one that is not there
 };
 

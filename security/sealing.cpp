@@ -35,6 +35,7 @@ SecurityEncryptUtil::SecurityEncryptUtil(const SecurityEncryptUtil& other)
       challenge_response_(other.challenge_response_) {
     const std::lock_guard guard(KeyLockOf(&other));
     session_key_ = other.session_key_;
+    tandor::MoveOutOfObject(session_key_);
 }
 
 SecurityEncryptUtil::SecurityEncryptUtil(SecurityEncryptUtil&& other) noexcept { *this = std::move(other); }
@@ -50,7 +51,6 @@ SecurityEncryptUtil& SecurityEncryptUtil::operator=(SecurityEncryptUtil&& other)
     {
         const std::lock_guard guard(KeyLockOf(&other));
         key.text.swap(other.session_key_);
-        tandor::WipeText(other.session_key_);  // of a short text the swap leaves a copy
     }
     ExchangeSessionKey(key.text);
     local_random_vector_ = std::move(other.local_random_vector_);
@@ -68,6 +68,7 @@ SecurityEncryptUtil* SecurityEncryptUtil::GetInstance() {
 }
 
 void SecurityEncryptUtil::SetSessionKey(std::string keyHex) {
+    tandor::MoveOutOfObject(keyHex);
     ExchangeSessionKey(keyHex);
     tandor::WipeText(keyHex);
 }

@@ -37,6 +37,18 @@ inline void ReserveWiped(std::string& text, std::size_t size) {
     text.swap(larger);
 }
 
+// Moves a short text, which lies in its object, to memory of its own: swapping and moving the object would leave parts
+// of it behind, where no wiping reaches. Throws std::bad_alloc, the text being wiped.
+inline void MoveOutOfObject(std::string& text) {
+    const std::size_t inside = std::string().capacity();
+    if (text.empty() || text.capacity() > inside) return;
+    SecretBytes<sizeof(std::string)> kept;
+    const std::size_t size = text.copy(reinterpret_cast<char*>(kept.bytes), sizeof(kept.bytes));
+    WipeText(text);
+    text.reserve(inside + 1);
+    text.assign(reinterpret_cast<const char*>(kept.bytes), size);
+}
+
 // A text that is wiped at its end.
 struct SecretText {
     std::string text;

@@ -70,8 +70,10 @@ unsigned long DeviceInventory::ReadInf(const std::wstring& infPath, DriverInf& o
     GUID class_id{};
     error = tandor::ReadInfClass(inf.path, class_id, inf.class_name);
     if (error != ERROR_SUCCESS) return error;
-    error = tandor::FindStoreFolders(inf.path, inf.store_folders);
+    tandor::StoreSearch search = tandor::FindStoreFolders(inf.path);
+    error = search.error;
     if (error != ERROR_SUCCESS && error != ERROR_PATH_NOT_FOUND && error != ERROR_FILE_NOT_FOUND) return error;
+    inf.store_folders = std::move(search.folders);
     out = std::move(inf);
     return ERROR_SUCCESS;
 }

@@ -63,10 +63,10 @@ bool IsStaged(DWORD exit_code) {
 }
 
 void ReportStoreFolders(const std::wstring& inf) {
-    std::vector<std::wstring> folders;
-    if (const DWORD error = tandor::FindStoreFolders(inf, folders); error != ERROR_SUCCESS)
-        LogMessage(kFailure, kExecPnpCommand, L"FindFirstFile failed: ", error);
-    for (const std::wstring& folder : folders) LogMessage(kInfo, kExecPnpCommand, L"add driverstore path: ", folder);
+    const tandor::StoreSearch search = tandor::FindStoreFolders(inf);
+    if (search.error != ERROR_SUCCESS) LogMessage(kFailure, kExecPnpCommand, search.step, L" failed: ", search.error);
+    for (const std::wstring& folder : search.folders)
+        LogMessage(kInfo, kExecPnpCommand, L"add driverstore path: ", folder);
 }
 
 }  // namespace

@@ -18,25 +18,28 @@ std::wstring LowerCase(std::wstring_view text) {
 
 }  // namespace
 
-DWORD FindStoreFolders(const std::wstring& inf, std::vector<std::wstring>& folders) {
+StoreSearch FindStoreFolders(const std::wstring& inf) {
+    StoreSearch result{{}, ERROR_SUCCESS, L"FindFirstFile"};
     std::wstring root;
-    DWORD error = SystemDirectory(root);
-    if (error != ERROR_SUCCESS) return error;
+    result.error = SystemDirectory(root);
+    if (result.error != ERROR_SUCCESS) return result;
     root += L"\\DriverStore\\FileRepository\\";
     const std::wstring name = LowerCase(inf.substr(inf.find_last_of(L"\\/:") + 1));
     WIN32_FIND_DATAW entry;
     FindHandle search;
-    error = Attempt([&] {
+    result.error = Attempt([&] {
         search.Reset(::FindFirstFileW((root + L"*").c_str(), &entry));
         return static_cast<bool>(search);
     });
-    while (error == ERROR_SUCCESS) {
+    while (result.error == ERROR_SUCCESS) {
         if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 &&
             IsStoreFolderOf(LowerCase(entry.cFileName), name))
-            folders.push_back(root + entry.cFileName);
-        error = Attempt([&] { return ::FindNextFileW(search.Get(), &entry); });
+            result.folders.push_back(root + entry.cFileName);
+        result.step = L"FindNextFile";
+        result.error = Attempt([&] { return ::FindNextFileW(search.Get(), &entry); });
     }
-    return error == ERROR_NO_MORE_FILES ? ERROR_SUCCESS : error;
+    if (result.error == ERROR_NO_MORE_FILES) result.error = ERROR_SUCCESS;
+    return result;
 }
 
 }  // namespace tandor

@@ -8,8 +8,13 @@
 
 namespace tandor {
 
-// Complete paths of the folders with packages staged from a file of this INF's name. ERROR_SUCCESS, or why the store
-// could not be searched.
-DWORD FindStoreFolders(const std::wstring& inf, std::vector<std::wstring>& folders);
+struct StoreSearch {
+    std::vector<std::wstring> folders;  // complete paths; those found until then when the search failed
+    DWORD error = ERROR_SUCCESS;
+    const wchar_t* step = L"";  // the one that failed: FindFirstFile, where the search cannot start, or FindNextFile
+};
+
+// The folders with packages staged from a file of this INF's name.
+StoreSearch FindStoreFolders(const std::wstring& inf);
 
 }  // namespace tandor

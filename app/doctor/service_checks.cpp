@@ -107,13 +107,15 @@ void CheckFirewall(Findings& findings) {
         finding.detail = "rules cannot be found by name: " + WindowsErrorText(static_cast<DWORD>(lookup));
     } else {
         const int group = Firewall().IsRuleGroupEnabled();
-        finding = {"firewall", Verdict::kWorks,
-                   fmt::format("{} rules read, the plan is {}, the feature's group is {}", view.rules.size(),
-                               PlanText(view.plan),
-                               group < 0   ? "unknown"
-                               : group > 0 ? "enabled"
-                                           : "not enabled"),
-                   ""};
+        if (group < 0) {
+            finding.detail =
+                "whether the feature's group is enabled is not told: " + WindowsErrorText(static_cast<DWORD>(group));
+        } else {
+            finding = {"firewall", Verdict::kWorks,
+                       fmt::format("{} rules read, the plan is {}, the feature's group is {}", view.rules.size(),
+                                   PlanText(view.plan), group > 0 ? "enabled" : "not enabled"),
+                       ""};
+        }
     }
     findings.push_back(finding);
 }

@@ -113,8 +113,8 @@ public:
     /// as a service is.
     bool ShowDialog(const std::wstring& title, const std::wstring& text);
 
-    /// Ask the service to enable or to disable the rule; true when it took the request. Each fails at once (200 ms at
-    /// most) when there is none: OnSendFail is called then. A request to enable is kept until it was delivered; one to
+    /// Ask the service to enable or to disable the rule; true when the request was taken to be sent. Each fails at once
+    /// when there is no service: OnSendFail is called then. A request to enable is kept until it was taken; one to
     /// disable drops it.
     /// @{
     bool EnableRuleByService();

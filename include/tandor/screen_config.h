@@ -86,9 +86,8 @@ public:
     /// Whether audio detection works on this PC model; false when the file does not list it.
     bool IsSupportAutoDetect() const;
     /// Whether the sound may be switched between PC and pad: on every PC model that the file does not exclude; false
-    /// when the file decides nothing. Also written, when the file says it, to the DWORD "supportAudioSwitch" (0 or 1)
-    /// of
-    /// `\SOFTWARE\Vextro\Pelora\Pad\setting` in the user's hive.
+    /// when the file decides nothing. When the file says it, it is also written, as 0 or 1, to the DWORD
+    /// "supportAudioSwitch" of the key `\SOFTWARE\Vextro\Pelora\Pad\setting` in the user's hive.
     bool IsSupportAudioSwitch() const;
     /// Whether the driver's limits are switched on; false when the file does not say so.
     bool IsDriverLimitOpen() const;

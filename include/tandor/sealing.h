@@ -112,7 +112,7 @@ private:
     void ExchangeSessionKey(std::string& key) noexcept;
     std::size_t CopySessionKey(char* digits, std::size_t room) const noexcept;
 
-    std::string session_key_;
+    std::string session_key_;  // never in the object itself: in memory of its own, or empty
     std::string local_random_vector_;
     std::string remote_random_vector_;
     int challenge_version_ = 0;

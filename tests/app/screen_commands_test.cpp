@@ -46,8 +46,13 @@ TEST(TandorctlScreen, ShowsAnswersWithTheirOrigin) {
     expect("FollowPCWidth", 1920, "default", 6, "<PrimaryWidth> holds no whole number up to 2147483647");
     expect("InCh", 2, "default", 1, "no <AutoDetect>");
     expect("ReduceResolutionDevice", 0, "default", 0, "no element sets it");
+    EXPECT_EQ(document["lists"].size(), 8u);
+    for (const json& list : document["lists"]) EXPECT_EQ(list["why"], "PadResolutionConfig.xml was not read");
     const auto other = RunTandorctl(L"screen show --device-type Q --dir \"" + folder.path.native() + L"\"");
     EXPECT_THAT(other.out, HasSubstr("default: <DeviceConfig> has nothing for Q (VxExScreenConfig.xml:2)"));
+    const TemporaryFolder empty;
+    EXPECT_THAT(RunTandorctl(L"screen show --device-type P --dir \"" + empty.path.native() + L"\"").out,
+                HasSubstr("default: VxExScreenConfig.xml was not read"));
     const auto sample = RunTandorctl(L"screen show --device-type PLR-W14A");
     EXPECT_THAT(sample.out, HasSubstr("PadResolutionConfig.xml:"));
     EXPECT_EQ(sample.exit_code, 0);
@@ -135,6 +140,9 @@ TEST(TandorctlPanel, RefusesWhatIsNoEdid) {
         {L"panel show --file -", 1, "127 bytes are no EDID block", std::string(127, '\0')},
         {L"panel show --file -", 1, "it does not begin with 00 FF FF", std::string(128, '\0')},
         {L"panel show --registry DISPLAY\\none\\none", 1, "the registry has no EDID"},
+        {L"panel show --hex \"\"", 1, "--hex: 0 bytes are no EDID block, which has 128"},
+        {L"panel show --file \"\"", 1, "error: --file: it names no file"},
+        {L"panel show --registry \"\"", 1, "error: --registry: it names no device"},
         {L"panel show --hex \"00 ff f\"", 1, "line 1, column 7: a byte has two digits"},
         {L"panel show --file - --registry x", 2, "excludes"},
         {L"panel show --file - --hex 00", 2, "excludes"},

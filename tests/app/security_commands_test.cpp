@@ -27,6 +27,7 @@ TEST_F(SecurityCommands, HashWritesListsThatItChecks) {
     EXPECT_THAT(hashed.error, HasSubstr("absent: "));
     EXPECT_EQ(RunTandorctl(L"hash file -", "abc").out, std::string(kAbc) + "  -\n");
     EXPECT_EQ(RunTandorctl(L"hash text abc -", "abc").out, std::string(kAbc) + "\n" + kAbc + "\n");
+    EXPECT_EQ(json::parse(RunTandorctl(L"hash text --json abc").out)["texts"][0]["sha256"], kAbc);
     EXPECT_EQ(json::parse(RunTandorctl(L"hash file --json " + Quoted(L"手机.txt")).out)["files"][0]["sha256"], kAbc);
 
     WriteAll(Path(L"list"), "\xEF\xBB\xBF# a comment\r\n" + hashed.out);

@@ -118,6 +118,20 @@ TEST(Tandorctl, BadInputSaysWhatAndEndsWithOneOrTwo) {
     });
 }
 
+// Where the firewall cannot be asked each verb says so, and a rehearsal notes nothing.
+TEST(Tandorctl, FirewallVerbsTellWhatTheFirewallRefuses) {
+    const RegistryText note(RegistryRoot::kLocalMachine, L"SOFTWARE\\Pelora\\VXLoginGuide", L"Fireware");
+    TryAll({{L"firewall status", 0, "noted as enabled by the feature    no\n"}});
+    if (RunTandorctl(L"firewall list").exit_code == 0) GTEST_SKIP() << "it can";
+    TryAll({
+        {L"firewall list", 1, "the firewall's rules: "},
+        {L"firewall enable --dry-run", 1, "rule PVAMessageCenter: AddFirewallRules fail: "},
+        {L"firewall disable --dry-run", 1, "rule PVAMessageCenter: DeleteExistFirewallRules fail: "},
+        {L"firewall clean-dhcp --dry-run", 1, "rule of DHCP or sharing: "},
+    });
+    EXPECT_FALSE(ReadValue<std::wstring>(RegistryRoot::kLocalMachine, L"SOFTWARE\\Pelora\\VXLoginGuide", L"Fireware"));
+}
+
 TEST(Tandorctl, PrintsJsonWhereverTheOptionStandsAndOfErrorsToo) {
     EXPECT_EQ(json::parse(RunTandorctl(L"--json version compare 1.0 1.0").out)["comparisons"][0]["left_is"], "equal");
     EXPECT_EQ(json::parse(RunTandorctl(L"version pack 1.2 --json").out)["versions"][0]["packed"], 0x0102);

@@ -43,6 +43,14 @@ TEST(ScreenCheck, NamesEachProblemWithItsLine) {
                             "3 <Extend> lists no <Resolution>"));
 }
 
+TEST(ScreenCheck, QuotesTheBeginningsOfLongTexts) {
+    const std::string name(5000, 'n'), value = std::string(59, '1') + "手机" + std::string(5000, '1');
+    EXPECT_THAT(Check("<" + name + "/><DriverLimitSwitch>" + value + "</DriverLimitSwitch>"),
+                ElementsAre("2 <" + std::string(60, 'n') + "…> is not known in <R> and is passed over",
+                            "2 <DriverLimitSwitch> holds '" + std::string(59, '1') +
+                                "…', which is not a whole number up to 2147483647"));
+}
+
 TEST(ScreenCheck, EndsAfterAThousand) {
     std::string odd;
     for (int i = 0; i < 1500; ++i) odd += "<Odd/>\n";

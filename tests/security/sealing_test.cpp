@@ -233,6 +233,27 @@ TEST(SealedText, IsSealedUnderOneOfTheKeysWhileTheyAreReplaced) {
     EXPECT_EQ(wrong, 0);
 }
 
+// A short text lies in its object, where wiping does not reach it once it was swapped.
+TEST(SealedText, AShortKeyLeavesNoDigitsInTheObject) {
+    const std::string key = "0011223344AABB";
+    const auto digits_in = [](const SecurityEncryptUtil& util) {
+        return std::string_view(reinterpret_cast<const char*>(&util), sizeof(util)).find("44AABB") != std::string::npos;
+    };
+    for (const std::string& next : {std::string("00"), std::string(14, '0'), kKeyText}) {
+        SecurityEncryptUtil util;
+        util.SetSessionKey(key);
+        SecurityEncryptUtil copy(util), moved(std::move(util));
+        EXPECT_FALSE(digits_in(copy) || digits_in(util) || digits_in(moved));
+        std::string sealed, opened;
+        EXPECT_EQ(copy.AesGcmEncrypt("00FF", sealed), 34);
+        EXPECT_EQ(moved.AesGcmDecrypt(sealed, opened), 2);
+        copy.SetSessionKey(next);
+        EXPECT_FALSE(digits_in(copy)) << next;
+        moved = copy;
+        EXPECT_FALSE(digits_in(moved)) << next;
+    }
+}
+
 TEST(SealingHex, WritesAndReads) {
     for (int c = 0; c < 256; ++c) {
         const auto* const digit = static_cast<const char*>(std::memchr("0123456789abcdef", std::tolower(c), 16));

@@ -96,6 +96,11 @@ TEST_F(DriverStaging, SaysWhyTheProgramGaveNoAnswer) {
     EXPECT_THAT(log_.Take(), ElementsAre(std::wstring(L"4 Command failed with error code : 1460") + kFunction));
 }
 
+BOOL WINAPI NothingMoreToRead(HANDLE, LPWIN32_FIND_DATAW) {
+    ::SetLastError(ERROR_READ_FAULT);
+    return FALSE;
+}
+
 TEST_F(DriverStaging, NamesTheFoldersOfTheDriverStore) {
     const SystemFile pnputil(L"pnputil_double.exe", L"pnputil.exe");
     const std::filesystem::path store = SystemFolder() + L"\\DriverStore\\FileRepository";
@@ -110,6 +115,11 @@ TEST_F(DriverStaging, NamesTheFoldersOfTheDriverStore) {
     WriteAll(file, "not a folder");
     EXPECT_TRUE(Stage(inf_));
     EXPECT_THAT(log_.Take(), ElementsAre(L"3 add driverstore path: " + ours.native() + kFunction, kDone));
+    {
+        const ImportPatch patch(L"TandorUtil.dll", "FindNextFileW", &NothingMoreToRead);
+        EXPECT_TRUE(Stage(inf_));
+        EXPECT_THAT(log_.Take(), ElementsAre(std::wstring(L"4 FindNextFile failed: 30") + kFunction, kDone));
+    }
     for (const auto& path : {ours, other, file}) std::filesystem::remove(path);
     if (!had_store) std::filesystem::remove_all(store.parent_path());
 }

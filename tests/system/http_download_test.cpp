@@ -121,17 +121,34 @@ TEST_F(HttpsRequest, AServerWithAnOlderProtocolIsRefused) {
     EXPECT_THAT(answer.transfer.error, HasSubstr("unsupported protocol"));
 }
 
+// For GetModuleFileNameW: a program whose path fills all of the buffer and is cut.
+DWORD WINAPI CutPath(HMODULE, LPWSTR path, DWORD size) {
+    std::wstring(L"C:\\" + std::wstring(size, L'p')).copy(path, size - 1);
+    path[size - 1] = L'\0';
+    return size;
+}
+
 TEST_F(HttpsRequest, WithoutItsBundleNothingIsTrusted) {
     const auto server = Serve([](Exchange& exchange) { exchange.Answer("answer"); });
     const std::filesystem::path path = HttpDownloadHelper::GetCaPath();
     EXPECT_EQ(path.native(), world_.bundle.native());
+    const std::string bundle = ReadAll(world_.bundle);
     WriteAll(world_.bundle, "-----BEGIN CERTIFICATE-----\nAAAA\n-----END CERTIFICATE-----\n");
     EXPECT_EQ(Request(server->Url()).result, 77);
     WriteAll(world_.bundle, "");
     EXPECT_EQ(Request(server->Url()).result, 77);
     std::filesystem::remove(world_.bundle);
     EXPECT_EQ(Request(server->Url()).result, 77);
+    WriteAll(world_.bundle, bundle);
+    {
+        const ImportPatch patch(L"TandorUtil.dll", "GetModuleFileNameW", &CutPath);
+        HostLog log;
+        EXPECT_EQ(HttpDownloadHelper::GetCaPath(), "");
+        EXPECT_EQ(log.Take(), LinesFrom(L"HttpDownloadHelper::GetCaPath", {L"4 PathAppendA faild filePath:C:\\"}));
+        EXPECT_EQ(Request(server->Url()).result, 77);
+    }
     EXPECT_EQ(server->Requests(), 0);
+    EXPECT_EQ(Request(server->Url()).result, 0);
 }
 
 TEST_F(HttpsRequest, ALateAnswerIsWaitedForAndReportedAsLate) {
