@@ -63,11 +63,11 @@ CommandError NotAnnounced(const TdProcessStatePresenter& presenter, const std::s
 }
 
 void Present(const Context& context, const WatchOptions& options) {
+    const StopSignal stop(options.seconds);  // before anybody sees the process, and may want it stopped
     TdProcessStatePresenter presenter(WideFromUtf8(options.name_a), WideFromUtf8(options.name_b));
     if (!presenter.Init()) throw NotAnnounced(presenter, options.name_a);
     if (!options.initialised_only && !presenter.Start()) throw NotAnnounced(presenter, options.name_b);
     ShowState(context, options.initialised_only ? 2 : 3);
-    const StopSignal stop(options.seconds);
     while (!stop.WaitFor(INFINITE)) {
     }
     presenter.Stop();

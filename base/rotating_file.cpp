@@ -16,6 +16,14 @@ bool Exists(const std::filesystem::path& path) {
     return ::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES || ::GetLastError() != ERROR_FILE_NOT_FOUND;
 }
 
+// The system's reason, as when somebody holds the file open; 0 when it can move, or is not there.
+DWORD KeptFromMoving(const std::filesystem::path& path) {
+    const FileHandle file(::CreateFileW(path.c_str(), DELETE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                        nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    const DWORD error = ::GetLastError();
+    return file || error == ERROR_FILE_NOT_FOUND ? 0 : error;
+}
+
 std::filesystem::path WithEnd(std::filesystem::path path, const wchar_t* end) {
     path += end;
     return path;
@@ -49,11 +57,11 @@ RotatingFile::RotatingFile(std::filesystem::path path, std::uint64_t max_size, u
     std::filesystem::create_directories(path_.parent_path(), ignored);
     if (writers == Writers::kManyProcesses) words_ = &turn_.emplace(WithEnd(path_, L".turn")).Shared();
     const Turn turn(*this);
-    if (!Open()) throw WindowsError("cannot open " + Utf8FromWideLossy(path_.native()), ::GetLastError());
+    if (!Open(turn)) throw WindowsError("cannot open " + Utf8FromWideLossy(path_.native()), ::GetLastError());
 }
 
 // What was open stays open when this fails: a record must have somewhere to go.
-bool RotatingFile::Open() noexcept {
+bool RotatingFile::Open(const Turn& turn) noexcept {
     // Append access without write access makes every write land at the end; where the system does not do that in one
     // step, the turn does.
     FileHandle file(::CreateFileW(path_.c_str(), FILE_APPEND_DATA | FILE_READ_DATA | FILE_READ_ATTRIBUTES | SYNCHRONIZE,
@@ -62,7 +70,8 @@ bool RotatingFile::Open() noexcept {
     LARGE_INTEGER size{};
     if (!file || ::GetFileSizeEx(file.Get(), &size) == 0) return false;
     file_ = std::move(file);
-    words_->size = static_cast<std::uint64_t>(size.QuadPart);
+    // Without the turn, others may be adding to it.
+    if (turn.Held()) words_->size = static_cast<std::uint64_t>(size.QuadPart);
     generation_ = words_->generation;
     return true;
 }
@@ -82,9 +91,11 @@ bool RotatingFile::Full(std::size_t more) noexcept {
     return full();
 }
 
-// The files move up to the first free name; only when there is none does the oldest go. So a rotation that stopped half
-// way, because somebody held a file open or the process died, drops nothing when it is taken up again.
+// The files move up to the first free name; only when there is none does the oldest go, and not before the newest can
+// move. So a rotation that stopped half way, because somebody held a file open or the process died, drops nothing when
+// it is taken up again.
 std::string RotatingFile::Rotate() {
+    if (const DWORD error = KeptFromMoving(path_); error != 0) return InWords("cannot rename", path_, error);
     unsigned last = 1;
     while (last < rotated_files_ && Exists(RotatedName(last))) ++last;
     const auto oldest = RotatedName(last);
@@ -132,11 +143,11 @@ RotatingFile::Outcome RotatingFile::Write(std::string_view records) {
 RotatingFile::Outcome RotatingFile::Append(std::string_view records) {
     const Turn turn(*this);
     std::string trouble;
-    if (generation_ != words_->generation) (void)Open();  // tried again with each record
+    if (generation_ != words_->generation) (void)Open(turn);  // tried again with each record
     if (words_->torn != 0) EndTornRecord();
     if (turn.Held() && Full(records.size()) && ::GetTickCount64() >= next_rename_) {
         trouble = Rotate();
-        if (trouble.empty() && !Open()) trouble = InWords("cannot open", path_, ::GetLastError());
+        if (trouble.empty() && !Open(turn)) trouble = InWords("cannot open", path_, ::GetLastError());
         if (!trouble.empty()) next_rename_ = ::GetTickCount64() + kRenameRetry;
     }
     Outcome outcome = Write(records);

@@ -38,7 +38,7 @@ public:
 private:
     class Turn;
 
-    bool Open() noexcept;
+    bool Open(const Turn& turn) noexcept;
     [[nodiscard]] bool Full(std::size_t more) noexcept;
     std::string Rotate();
     void EndTornRecord() noexcept;

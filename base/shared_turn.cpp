@@ -9,9 +9,9 @@ namespace {
 constexpr DWORD kFileSize = 2 * SharedTurn::kRoom;  // bytes
 constexpr int kSpins = 100;
 constexpr int kYields = 50;
-constexpr int kNaps = 2000;  // of 1 ms
-constexpr int kNapsForStuck = 1;
-constexpr int kNapsPerLook = 8;  // looking whether a holder lives costs a tenth of a millisecond
+// Counted by the clock: a nap of 1 ms may last a tick of the system's timer, sixteen times as long.
+constexpr std::uint64_t kPatience = 2000;  // ms
+constexpr std::uint64_t kLookEvery = 8;    // ms; looking whether a holder lives costs a tenth of one
 constexpr std::uint32_t kNumbers = 0x100000;
 
 // The bytes that stand for processes lie far behind the end of the file.
@@ -77,30 +77,36 @@ bool SharedTurn::Try() noexcept {
     return false;
 }
 
-SharedTurn::Taken SharedTurn::Take() noexcept { return Try() ? Taken::kYes : Wait(); }
+SharedTurn::Taken SharedTurn::Take() noexcept {
+    const Taken taken = Try() ? Taken::kYes : Wait();
+    if (taken != Taken::kNo) stuck_ = 0;
+    return taken;
+}
 
 SharedTurn::Taken SharedTurn::Wait() noexcept {
+    for (int yield = 0; yield < kYields; ++yield) {
+        if (Try()) return Taken::kYes;
+        ::SwitchToThread();
+    }
     std::uint32_t last = 0;
-    std::uint64_t last_size = 0;
-    for (int nap = -kYields, same = 0; !Try(); ++nap) {
-        if (nap < 0) {
-            ::SwitchToThread();
-            continue;
-        }
+    std::uint64_t last_size = 0, since = 0, looked = 0;  // tick counts: of the last sign of life, of the last look
+    for (; !Try(); ::Sleep(1)) {
         const std::uint32_t holder = words_->holder.load(std::memory_order_relaxed);
         const std::uint64_t size = words_->size.load(std::memory_order_relaxed);
-        same = holder == last && size == last_size ? same + 1 : 0;
+        const std::uint64_t now = ::GetTickCount64();
+        const bool moved = holder == 0 || holder != last || size != last_size;
         last = holder;
         last_size = size;
-        const bool enough = same >= (holder == stuck_ ? kNapsForStuck : kNaps);
-        if ((enough || same % kNapsPerLook == kNapsPerLook - 1) && TakeFromTheDead(holder)) return Taken::kFromTheDead;
+        if (moved) since = looked = now;
+        const bool enough = !moved && (holder == stuck_ || now - since >= kPatience);
+        if (!enough && now - looked < kLookEvery) continue;
+        if (TakeFromTheDead(holder)) return Taken::kFromTheDead;
         if (enough) {
             stuck_ = holder;
             return Taken::kNo;
         }
-        ::Sleep(1);
+        looked = now;
     }
-    stuck_ = 0;
     return Taken::kYes;
 }
 

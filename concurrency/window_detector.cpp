@@ -40,7 +40,9 @@ public:
             if (::EnumChildWindows(window, VisitWindow, parameter) == 0)
                 tandor::LogMessage(tandor::kFailure, kEnumWindow, L"EnumChildWindows failed");
         } else if (options.mode == 1) {
-            if (::EnumThreadWindows(::GetWindowThreadProcessId(window, nullptr), VisitWindow, parameter) == 0)
+            // A window that is gone has no thread, and number 0 would mean everybody's.
+            const DWORD thread = ::GetWindowThreadProcessId(window, nullptr);
+            if (thread == 0 || ::EnumThreadWindows(thread, VisitWindow, parameter) == 0)
                 tandor::LogMessage(tandor::kFailure, kEnumWindow, L"EnumThreadWindows failed");
         }
         if (context.thrown != nullptr) std::rethrow_exception(context.thrown);

@@ -38,9 +38,10 @@ sub output {
         open STDIN, '<', '/dev/null';
         open STDOUT, '>', "$work/output";
         open STDERR, '>&', \*STDOUT;
-        exec 'bash', '-c', $command;
+        exec 'timeout', '--kill-after=10', '120', 'bash', '-c', $command;
     }
     waitpid $pid, 0;
+    complain("'$command' hung and was ended") if ($? >> 8) =~ /^(124|137)$/ || ($? & 127) == 9;
     $ran++;
     my $came = content("$work/output") =~ s/\r\n/\n/gr;  # errors are text as Windows has it
     return $came =~ s/^wine: .*\n//gmr;

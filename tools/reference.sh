@@ -10,7 +10,8 @@ rm -rf build/reference
 mkdir -p build/reference
 TANDOR_VERSION=$(sed -n 's/^project(TandorUtil VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
 export TANDOR_VERSION
-doxygen docs/Doxyfile >build/reference/warnings.log 2>&1 || {
+limited 600 doxygen docs/Doxyfile >build/reference/warnings.log 2>&1 || {
+    [ $? -lt 124 ] || fail "Doxygen hung and was ended"
     sort -u build/reference/warnings.log >&2
     fail "Doxygen warns; mend the comments named above"
 }

@@ -8,7 +8,7 @@ database=$root/build/mingw-release/compile_commands.json
 if [ "${1:-}" = --one ]; then
     eval "words=(${2#* })"
     cd "$root/build/mingw-release"
-    clang++ "${clang_for_windows[@]}" "${words[@]}" -o /dev/null -fsyntax-only -Wno-unused-command-line-argument
+    limited 300 clang++ "${clang_for_windows[@]}" "${words[@]}" -o /dev/null -fsyntax-only -Wno-unused-command-line-argument
     exit
 fi
 [ -f "$database" ] || fail "$database is missing; ./test --only clang makes it"

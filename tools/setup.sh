@@ -34,6 +34,8 @@ install_packages() {
     [ "$(id -u)" = 0 ] || as_root=(sudo)
     command -v "${as_root[0]}" >/dev/null ||
         fail "packages are missing and this is neither root nor a machine with sudo; as root run: apt-get install ${missing[*]}"
+    "${as_root[@]}" true ||
+        fail "packages are missing and sudo does not let you install them; as root run: apt-get install ${missing[*]}"
     hold_lock "$cache_home/lock" "setting this machine up"
     find_missing || return 0
     say "set-up 1/2: installing ${#missing[@]} packages: ${missing[*]}"

@@ -105,6 +105,7 @@ Body Rounds(double RoundTimes::*time) {
 }
 
 struct Nothing {
+    void* as_large_as_the_others = nullptr;
     void operator()() const {}
 };
 
@@ -196,6 +197,8 @@ void AddPools() {
     Compare(many, "Boost.Asio thread_pool", AtMostTimes(1), ManyEmptyTasks<OurPool>, ManyEmptyTasks<AsioPool>, true);
     Compare(many, "std::mutex, std::condition_variable, std::deque", Reported(), ManyEmptyTasks<OurPool>,
             ManyEmptyTasks<StandardPool>, true);
+    Compare(many, "Win32 thread pool with a cleanup group", Reported(), ManyEmptyTasks<OurPool>,
+            ManyEmptyTasks<JoinedSystemPool>, true);
     const std::string two = "pool, 5,000 tasks of 2 µs on 2 workers, submitted and run";
     const auto inline_on = [](bool two_threads) {
         return [two_threads](benchmark::State& state) { TasksInline(state, two_threads); };

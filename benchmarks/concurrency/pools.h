@@ -118,7 +118,27 @@ private:
     }
 
     TP_POOL* pool_;
+
+protected:
     TP_CALLBACK_ENVIRON environment_;
+};
+
+// One whose destructor waits for what was submitted, as the others' do; a cleanup group costs each submission
+// something.
+class JoinedSystemPool : public SystemPool {
+public:
+    JoinedSystemPool() : group_(::CreateThreadpoolCleanupGroup()) {
+        ::SetThreadpoolCallbackCleanupGroup(&environment_, group_, nullptr);
+    }
+    ~JoinedSystemPool() {
+        ::CloseThreadpoolCleanupGroupMembers(group_, FALSE, nullptr);
+        ::CloseThreadpoolCleanupGroup(group_);
+    }
+    JoinedSystemPool(const JoinedSystemPool&) = delete;
+    JoinedSystemPool& operator=(const JoinedSystemPool&) = delete;
+
+private:
+    TP_CLEANUP_GROUP* group_;
 };
 
 }  // namespace tandor::bench

@@ -119,10 +119,16 @@ class VxLogger::Impl {
 public:
     void Log(LOG_MESSAGE_LEVEL level, std::wstring_view message) {
         std::unique_lock lock(lock_);
-        Write(level, message);
+        try {
+            Write(level, message);
+        } catch (...) {  // no memory
+            ++lost_;
+            throw;
+        }
         const DWORD self = ::GetCurrentThreadId();
         if (observers_.empty() || deliverer_ == self || waiting_.size() >= kMostWaiting) return;
-        waiting_.push_back({++logged_, level, std::wstring(message)});
+        waiting_.push_back({logged_ + 1, level, std::wstring(message)});
+        ++logged_;
         if (deliverer_ != 0) return;
         const Delivering delivering(*this);
         while (!waiting_.empty()) {
@@ -148,7 +154,6 @@ public:
         for (const std::uint64_t now = delivered_; elsewhere() && delivered_ == now;) progress_.Wait(lock_);
     }
 
-    void Lose() { ++lost_; }
     [[nodiscard]] std::uint64_t Lost() const { return lost_; }
 
 private:
@@ -247,8 +252,7 @@ void VxLogger::Log(LOG_MESSAGE_LEVEL level, std::wstringstream& message) noexcep
     if (unloading) return;
     try {
         impl_->Log(level, message.view());
-    } catch (const std::exception& error) {  // no memory
-        impl_->Lose();
+    } catch (const std::exception& error) {  // no memory: for the line, which is counted, or for the observers
         ::OutputDebugStringA(error.what());
     }
 }

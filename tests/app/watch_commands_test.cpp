@@ -59,6 +59,14 @@ TEST(TandorctlWatch, FollowsAPresenterUntilItIsKilled) {
     EXPECT_EQ(RunTandorctl(L"watch state " + a + L" " + b).exit_code, 1);
 }
 
+TEST(TandorctlWatch, AnnouncesUntilCtrlCAndStopsCleanly) {
+    const TemporaryFolder folder;
+    const std::wstring command = L"tandorctl.exe watch present " + Name(L"C") + L" " + Name(L"D");
+    Child console(L"press-ctrl-c \"" + (folder.path / L"out").native() + L"\" \"" + command + L"\"");
+    EXPECT_EQ(console.Wait(), 0);
+    EXPECT_THAT(ReadAll(folder.path / L"out"), AllOf(HasSubstr("  3  "), EndsWith("  0  not running\n")));
+}
+
 TEST(TandorctlLook, ShowsFilesAndCommandLineOfAProcess) {
     const TemporaryFolder folder;
     const auto file = std::filesystem::canonical(folder.path) / L"Vertrag 手机.txt";

@@ -92,6 +92,20 @@ TEST_F(Windows, OtherModesAndEmptyArgumentsWalkNothing) {
     EXPECT_THAT(log.Take(), IsEmpty());
 }
 
+// Not anybody else's windows either.
+TEST_F(Windows, AWindowThatIsGoneHasNothingToWalk) {
+    const HWND gone = Create(nullptr, L"gone");
+    ::DestroyWindow(gone);
+    HostLog log;
+    for (const unsigned mode : {0, 1}) {
+        Detector()->EnumWindow(gone, {.recurse = 0, .mode = mode}, [](HWND) {
+            ADD_FAILURE();
+            return true;
+        });
+    }
+    EXPECT_THAT(log.Take(), ElementsAre(kChildrenFailed, kThreadFailed));
+}
+
 TEST_F(Windows, WhatTheVisitorThrowsEndsTheWholeWalk) {
     int visits = 0;
     const auto visit = [&](HWND) -> bool {

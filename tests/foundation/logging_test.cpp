@@ -214,7 +214,7 @@ TEST(RotatingFile, AHeldFileCostsNoneOfTheOlderOnes) {
     const TemporaryFolder folder;
     const auto path = folder.path / L"held.log";
     RotatingFile file(path, 100, 3, RotatingFile::Writers::kManyProcesses);
-    for (char c = 'a'; c <= 'c'; ++c) ASSERT_EQ(file.Append(std::string(60, c)).trouble, "");
+    for (char c = 'a'; c <= 'd'; ++c) ASSERT_EQ(file.Append(std::string(60, c)).trouble, "");
     {
         const Child viewer(L"hold-file \"" + path.wstring() + L"\" viewer-ready", L"viewer-ready");
         for (int refused = 0; refused < 3;) {
@@ -222,11 +222,47 @@ TEST(RotatingFile, AHeldFileCostsNoneOfTheOlderOnes) {
             ASSERT_TRUE(outcome.written);
             if (!outcome.trouble.empty()) ++refused;
         }
+        EXPECT_EQ(ReadAll(folder.path / L"held.3.log"), std::string(60, 'a'));  // all names taken: the next to go
     }
     while (std::filesystem::file_size(path) > 60) ASSERT_TRUE(file.Append("....").written);
-    EXPECT_THAT(ReadAll(folder.path / L"held.1.log"), StartsWith(std::string(60, 'c') + "...."));
-    EXPECT_EQ(ReadAll(folder.path / L"held.2.log"), std::string(60, 'b'));
-    EXPECT_EQ(ReadAll(folder.path / L"held.3.log"), std::string(60, 'a'));
+    EXPECT_THAT(ReadAll(folder.path / L"held.1.log"), StartsWith(std::string(60, 'd') + "...."));
+    EXPECT_EQ(ReadAll(folder.path / L"held.2.log"), std::string(60, 'c'));
+    EXPECT_EQ(ReadAll(folder.path / L"held.3.log"), std::string(60, 'b'));
+}
+
+TEST(RotatingFile, AHolderThatStandsStillDelaysARecordAndCostsNone) {
+    const TemporaryFolder folder;
+    const auto path = folder.path / L"still.log";
+    RotatingFile file(path, 10, 2, RotatingFile::Writers::kManyProcesses);
+    ASSERT_TRUE(file.Append("before\r\n").written);
+    {
+        const Child holder(L"hold-turn \"" + path.native() + L".turn\" holder-ready", L"holder-ready");
+        for (const char* const record : {"one\r\n", "two\r\n"}) EXPECT_TRUE(file.Append(record).written);
+        EXPECT_EQ(ReadAll(path), "before\r\none\r\ntwo\r\n");  // without the turn nothing is renamed
+    }
+    EXPECT_TRUE(file.Append("after\r\n").written);
+    EXPECT_EQ(ReadAll(path), "after\r\n");
+}
+
+// What a program starts may outlive it, and would keep its files from everybody.
+TEST(RotatingFile, ItsHandlesAreNotInherited) {
+    const TemporaryFolder folder;
+    const auto path = folder.path / L"kept.log";
+    std::optional<RotatingFile> file(std::in_place, path, 10, 2, RotatingFile::Writers::kManyProcesses);
+    STARTUPINFOW startup{};
+    startup.dwFlags = STARTF_USESTDHANDLES;  // has handles inherited
+    const tandor::KernelHandle ready(::CreateEventW(nullptr, TRUE, FALSE, L"heir-ready"));
+    const auto heir = tandor::StartProcess(
+        nullptr, L"test_child.exe hold-turn \"" + (folder.path / L"other").native() + L"\" heir-ready", startup);
+    EXPECT_EQ(::WaitForSingleObject(ready.Get(), Child::kPatience), WAIT_OBJECT_0);
+    file.reset();
+    for (const wchar_t* const end : {L"", L".turn"}) {
+        const tandor::FileHandle alone(
+            ::CreateFileW((path.native() + end).c_str(), DELETE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+        EXPECT_TRUE(alone) << end << ::GetLastError();
+    }
+    ::TerminateProcess(heir.handle.Get(), 0);
+    tandor::WaitForExit(heir, Child::kPatience);
 }
 
 TEST(RotatingFile, WhatWasWrittenSurvivesWritersThatAreKilled) {

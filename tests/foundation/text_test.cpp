@@ -45,7 +45,10 @@ TEST(Base64, EncodesTheStandardVectorsAndDecodesWhatItEncoded) {
 
 TEST(Base64, StopsWhereTheInputDoes) {
     const std::pair<std::string, std::string> cases[] = {
-        {"Zm9", ""},                           // no whole group
+        {"Z", ""},  // no whole group
+        {"Zm", ""},
+        {"Zm9", ""},
+        {"Zm9vZ", "foo"},
         {"Zm9vYm", "foo"},                     // a cut group
         {std::string("Zm9v\0m9v", 8), "foo"},  // NUL begins a group
         {"Zm9v!m9v", "foo"},

@@ -10,7 +10,7 @@ at_exit 'rm -rf "$folder"'
 one_name() { grep '^_Z' | grep -v '^_ZT[VIS]' | sed -E 's/C[123]E/C1E/; s/D[012]Ev/D1Ev/' | sort -u; }
 
 (cd "$package/include" && printf '#include <%s>\n' {tandor,pelora}/*.h) >"$folder/all.cpp"
-clang++ "${clang_for_windows[@]}" -std=c++20 -I "$package/include" -fsyntax-only -Xclang -ast-dump=json "$folder/all.cpp" |
+limited 300 clang++ "${clang_for_windows[@]}" -std=c++20 -I "$package/include" -fsyntax-only -Xclang -ast-dump=json "$folder/all.cpp" |
     LC_ALL=C grep -E '^ *"(id|mangledName|pure|explicitlyDeleted|isImplicit)": |"kind": "DLLImportAttr"' |
     LC_ALL=C awk '
         { match($0, /^ */); depth = RLENGTH }

@@ -109,6 +109,14 @@ TEST(HostLog, NoThreadWaitsForAnothersObserver) {
     EXPECT_THAT(seen, ElementsAre(L"first", L"second", L"third"));
 }
 
+TEST(HostLog, LinesForAFolderThatIsAFileAreCounted) {
+    const TemporaryFolder folder;
+    WriteAll(folder.path / L"common", "content");
+    const MachineText common(kSuiteKey, L"CommonDirectory", (folder.path / L"common").native());
+    EXPECT_EQ(Child(L"host-log text 3").Wait(), 3);
+    EXPECT_EQ(ReadAll(folder.path / L"common"), "content");
+}
+
 std::atomic<bool> no_space{false};
 BOOL WINAPI WriteWithoutSpace(HANDLE file, LPCVOID data, DWORD size, LPDWORD written, LPOVERLAPPED place) {
     if (!no_space) return ::WriteFile(file, data, size, written, place);

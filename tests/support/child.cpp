@@ -9,12 +9,14 @@
 #include <iostream>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "base/utf.h"
 #include "base/win_handle.h"
+#include "base/win_process.h"
 #include "pelora/data_report_service.h"
 #include "pelora/log_service.h"
 #include "pelora/outbox.h"
@@ -65,6 +67,30 @@ int HoldHandles(const Arguments& arguments) {
         ::ReadFile(read.Get(), &byte, 1, &done, nullptr);
     }).detach();
     return Stay(arguments.at(3));
+}
+
+// press-ctrl-c FILE COMMAND: runs COMMAND with its output in FILE, in a console of its own with this process alone, and
+// presses Ctrl-C there once it has printed something. Ends with COMMAND's exit code.
+int PressCtrlC(const Arguments& arguments) {
+    ::FreeConsole();
+    if (::AllocConsole() == 0) return 101;
+    ::SetConsoleCtrlHandler(nullptr, FALSE);  // COMMAND is to hear it
+    ::SetConsoleCtrlHandler([](DWORD) -> BOOL { return TRUE; }, TRUE);
+    SECURITY_ATTRIBUTES inherited{sizeof(inherited), nullptr, TRUE};
+    const tandor::FileHandle output(
+        ::CreateFileW(arguments.at(0).c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherited, CREATE_ALWAYS, 0, nullptr));
+    STARTUPINFOW startup{};
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdOutput = output.Get();
+    const tandor::StartedProcess command = tandor::StartProcess(nullptr, arguments.at(1), startup);
+    LARGE_INTEGER printed{};
+    while (::GetFileSizeEx(output.Get(), &printed) != 0 && printed.QuadPart == 0 &&
+           ::WaitForSingleObject(command.handle.Get(), 1) == WAIT_TIMEOUT) {
+    }
+    if (::GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0) == 0) return 102;
+    const std::optional<DWORD> code = tandor::WaitForExit(command, 30'000);
+    if (!code.has_value()) ::TerminateProcess(command.handle.Get(), 103);
+    return static_cast<int>(code.value_or(103));
 }
 
 // ask-unseen: asks the user in a window station that nobody sees. 0 when that counts as declined at once, and is said.
@@ -229,6 +255,7 @@ int main() {
         {L"host-log", tandor::test::HostLog},
         {L"log-lines", tandor::test::LogLines},
         {L"outbox-put", OutboxPut},
+        {L"press-ctrl-c", PressCtrlC},
         {L"remove-dhcp", RemoveDhcp},
         {L"report-and-exit", ReportAndExit},
         {L"screen-values", ScreenValues},

@@ -54,14 +54,15 @@ int HoldTurn(const Arguments& arguments) {
     return turn.Take() == SharedTurn::Taken::kYes ? Stay(arguments.at(1)) : 1;
 }
 
-// host-log TEXT COUNT: writes TEXT to the host log COUNT times, as a failure, and dies without a farewell.
+// host-log TEXT COUNT: writes TEXT to the host log COUNT times, as a failure, and dies without a farewell; its exit
+// code is how many were lost.
 int HostLog(const Arguments& arguments) {
     for (int i = std::stoi(arguments.at(1)); i > 0; --i) {
         std::wstringstream message;
         message << arguments.at(0);
         VxLogger::GetInstance().Log(LOG_MESSAGE_ERROR, message);
     }
-    ::TerminateProcess(::GetCurrentProcess(), 0);
+    ::TerminateProcess(::GetCurrentProcess(), static_cast<UINT>(VxLogger::GetInstance().Lost()));
     return 1;
 }
 

@@ -34,15 +34,19 @@ public:
     static VxLogger& GetInstance();
 
     /// Writes the stream's text as one record; the stream stays as it is. Line breaks inside the text are kept visible
-    /// as blanks, so that one record is one line. Never throws, and waits for no observer of another thread's; a record
-    /// that cannot be written, as on a full disk or into a folder without rights, is counted and dropped.
+    /// as blanks, so that one record is one line. Never throws, and waits for no observer that another thread is
+    /// calling; a record that cannot be written, as on a full disk or into a folder without rights, is counted and
+    /// dropped. The thread that finds nobody calling observers calls them itself: see Subscribe for how long that keeps
+    /// it.
     void Log(LOG_MESSAGE_LEVEL level, std::wstringstream& message) noexcept;
 
     /// Calls `observer` with this process's messages of level `lowest` and above from now on, in order, and observers
     /// in the order of their subscription. They are called on a thread that logs, under no lock: while one thread calls
     /// them, it also delivers what others log, and those do not wait (10,000 messages may wait; what comes then is
-    /// written and not observed). What an observer throws is dropped. An observer may log; those lines are written and
-    /// not observed. Returns the number to unsubscribe with.
+    /// written and not observed). The calling thread's Log returns when none waits any more: an observer slower than
+    /// the other threads log keeps it until they pause, and one that does not return keeps it for good, so an observer
+    /// with long work hands it to a thread of its own. What an observer throws is dropped. An observer may log; those
+    /// lines are written and not observed. Returns the number to unsubscribe with.
     std::uint64_t Subscribe(LOG_MESSAGE_LEVEL lowest, Observer observer);
     /// Ends a subscription. Messages that were logged before are delivered first, none arrives afterwards; for that it
     /// waits for observers that are being called, but for its own call from inside one. A number that is not one is
