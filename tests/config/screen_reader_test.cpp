@@ -113,7 +113,7 @@ TEST(ScreenReader, VideoLimitsAreInclusive) {
 
 TEST(ScreenReader, AutoDetection) {
     const Reading listed(
-        "<AutoDetect><Support>PC-10;\n PC-1 "
+        "<AutoDetect><Support>PC-10;\n\tPC-1 "
         ";x</Support><PC-1><MinVolumn>101</MinVolumn><Margin>0</Margin><SampleRate>-1</SampleRate>"
         "<InCh>8</InCh></PC-1></AutoDetect>");
     listed.ExpectAnswers(

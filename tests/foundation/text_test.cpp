@@ -40,6 +40,8 @@ TEST(Base64, EncodesTheStandardVectorsAndDecodesWhatItEncoded) {
         ASSERT_EQ(Decode(Encode(bytes)), bytes) << size;
         bytes += static_cast<char>(random());
     }
+    while (bytes.size() < 10'000) bytes += static_cast<char>(random());  // more than is coded at once
+    EXPECT_EQ(Decode(Encode(bytes)), bytes);
     EXPECT_EQ(TandorUtilClass::Base64Encode(nullptr, 0), "");
 }
 

@@ -84,8 +84,8 @@ TEST(Utf, SixteenBitUnitsUseSurrogatePairs) {
     const auto decoded = tandor::utf::Decode(utf8, encoded.out, back, back + 200);
     ASSERT_TRUE(decoded.valid);
     EXPECT_EQ(std::u16string(back, decoded.out), units);
-    const char16_t lone[] = {u'a', 0xD83D};
-    EXPECT_FALSE(tandor::utf::Encode(lone, lone + 2, utf8, utf8 + sizeof(utf8)).valid);
+    const char16_t lone[][2] = {{u'a', 0xD83D}, {0xDE00, 0xDE00}};
+    for (const auto& pair : lone) EXPECT_FALSE(tandor::utf::Encode(pair, pair + 2, utf8, utf8 + sizeof(utf8)).valid);
 }
 
 }  // namespace

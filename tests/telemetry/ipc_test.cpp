@@ -27,6 +27,9 @@ TEST(IpcBuffer, DoesNotTrustALengthInWhatItReads) {
     IpcBufferBuild buffer(memory, 5, true);
     std::string text = "kept";
     EXPECT_FALSE(VxIpcPackage(&buffer).UnpacketString(text));
+    char whole[] = "\3\0\0\0abc";
+    IpcBufferBuild longer(whole, 7, true);
+    EXPECT_FALSE(VxIpcPackage(&longer).UnpacketString(text, 2)) << "more than the caller wants";
     EXPECT_EQ(text, "kept");
 }
 

@@ -203,10 +203,14 @@ TEST(ReportersAtOnce, ModeReportsOfSeveralThreadsDoNotMixTheirValues) {
     constexpr int kThreads = 4;
     constexpr int kRounds = 30;
     SentRecords sent;
+    // Within a report the others come to wait, and take turns with whoever had it.
+    const auto subscription = VxLogger::GetInstance().Subscribe(
+        LOG_MESSAGE_TRACE, [](auto, auto) { std::this_thread::sleep_for(std::chrono::milliseconds(1)); });
     InThreads(kThreads, [&](int thread) {
         for (int round = 0; round < kRounds; ++round)
             TandorDataReportClass::ReportModeSwitch(thread, thread, thread, thread);
     });
+    VxLogger::GetInstance().Unsubscribe(subscription);
     std::vector<int> reports(kThreads);
     for (const auto& record : sent.Take()) {
         ASSERT_EQ(record.values.size(), 4u);
