@@ -64,7 +64,7 @@ build() (
 
 # A fault may leave anything behind: each run begins with a registry, a common directory and programs as they were.
 renew_wine() {
-    if [ -z "${wine_started:-}" ]; then start_wine >/dev/null; return; fi
+    if [ -z "${wine_started:-}" ]; then start_wine >/dev/null 9>&-; return; fi
     "$wineserver" -k 2>/dev/null || true
     "$wineserver" -w
     local template part
@@ -73,14 +73,14 @@ renew_wine() {
         rm -rf "${WINEPREFIX:?}/$part"
         cp -a "$template/$part" "$WINEPREFIX/$part"
     done
-    "$wineserver" -p >/dev/null 2>&1
+    "$wineserver" -p >/dev/null 2>&1 9>&-
 }
 
 run_windows() {
     renew_wine
     rm -rf "$scratch/build/run"
     cp -al "$scratch/build/mingw-release/bin" "$scratch/build/run"
-    (cd "$scratch/build/run" && limited "$2" "$wine" windows_tests.exe --gtest_brief=1 --gtest_filter="$1")
+    (cd "$scratch/build/run" && limited "$2" "$wine" windows_tests.exe --gtest_brief=1 --gtest_filter="$1" 9>&-)
 }
 
 # run WHERE FILTER LOG SECONDS: fails when a test does.
@@ -122,7 +122,7 @@ try() {
         cp "$kept/build" "$kept/$name"
         verdict='DOES NOT BUILD' wrong=$((wrong + 1))
     else
-        run "$where" "$filter" "$kept/$name" 180 || status=$?
+        run "$where" "$filter" "$kept/$name" 120 || status=$?
         which=$(sed -n 's/^\[  FAILED  \] \([^ ,]*\).*/\1/p' "$kept/$name" | sed -n 1p)
         case $status in
             0) verdict=SLIPPED slipped=$((slipped + 1)) ;;
@@ -131,7 +131,7 @@ try() {
         esac
     fi
     restore "$file"
-    printf '%-34s %s\n' "$name" "$verdict"
+    printf '%-36s %s\n' "$name" "$verdict"
 }
 
 patterns=("$@") rows=()

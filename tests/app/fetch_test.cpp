@@ -26,7 +26,8 @@ TEST_F(Fetch, ShowsTheAnswerAndTriesAgainOnRequest) {
     std::atomic<int> calls = 0;
     LoopbackServer server({&identity_}, [&](Exchange& exchange) {
         if (++calls % 3 == 0) return exchange.Answer("{\"answer\":\"手机\"}");
-        exchange.Write("HTTP/1.1 503 Busy\r\nRetry-After: 0\r\nContent-Length: 0\r\n\r\n");
+        const std::string status = calls % 3 == 1 ? "503 Busy" : "429 Slower";
+        exchange.Write("HTTP/1.1 " + status + "\r\nRetry-After: 0\r\nContent-Length: 0\r\n\r\n");
     });
     const ProgramRun busy = RunTandorctl(Line(server), "{}");
     EXPECT_EQ(busy.exit_code, 1);

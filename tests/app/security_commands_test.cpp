@@ -41,6 +41,7 @@ TEST_F(SecurityCommands, HashWritesListsThatItChecks) {
     EXPECT_EQ(bad["failed"], 1);
     EXPECT_EQ(bad["unreadable"], 1);
     EXPECT_EQ(bad["malformed"], 1);
+    WriteAll(Path(L"list"), std::string(kAbc) + " *no-such-file\n");
     EXPECT_EQ(RunTandorctl(L"hash file --check " + Quoted(L"list")).exit_code, 1);
     const ProgramRun none = RunTandorctl(L"hash file --check " + Quoted(L"手机.txt"));
     EXPECT_EQ(none.exit_code, 1);

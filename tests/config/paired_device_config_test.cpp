@@ -209,6 +209,8 @@ TEST_F(PairedDeviceConfig, AnotherDeviceOfTheSameNameInheritsNothing) {
     Put("PairedDeviceIsTrusted", "1");
     device.MacAddrInt = 2;  // a random address: still the same device
     ASSERT_TRUE(Config::SetPairDeviceParam(kDevice, device));
+    ASSERT_TRUE(Config::SetPairDeviceParam(kDevice, {}));  // tells nothing that would make it another one
+    ASSERT_TRUE(Config::SetPairDeviceParam(kDevice, device));
     EXPECT_EQ(Stored("PairedDeviceIsTrusted"), "1");
     log_.Take();
     device.PeerUuid = "two";

@@ -26,7 +26,7 @@ std::vector<std::filesystem::path> HostLogs(const std::filesystem::path& common)
 TEST(HostLog, ARecordIsOneLineInTheProcessesOwnFileAtOnce) {
     const TemporaryFolder folder;
     const MachineText common(kSuiteKey, L"CommonDirectory", folder.path.wstring());
-    Child child(L"host-log \"two\nlines \u624b\" 1");
+    Child child(L"host-log \"two\nlines\r\u624b\" 1");
     ASSERT_EQ(child.Wait(), 0);
     const auto files = HostLogs(folder.path);
     ASSERT_EQ(files.size(), 1u);

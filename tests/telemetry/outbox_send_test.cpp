@@ -1,3 +1,4 @@
+#include <ctime>
 #include <limits>
 #include <nlohmann/json.hpp>
 #include <random>
@@ -159,7 +160,7 @@ TEST_F(OutboxSend, NeverRepeatsWhatWasRefusedAndHonoursRetryAfter) {
         [&](auto&) -> Collector::Behaviour {
             asked.push_back(::GetTickCount64());
             if (asked.size() == 1) return {Collector::Way::kAnswer, 400};
-            if (asked.size() == 2) return {Collector::Way::kAnswer, 503, "Retry-After: 1\r\n"};
+            if (asked.size() == 2) return {Collector::Way::kAnswer, 429, "Retry-After: 1\r\n"};
             return {};
         },
         [this](const std::string& body) { Receive(body); });
@@ -202,6 +203,9 @@ TEST_F(OutboxSend, VerbsShowExportAndDrop) {
     const auto otlp = RunTandorctl(verb + L"export --otlp");
     Receive(otlp.out);
     EXPECT_EQ(received, identifiers);
+    const json sent = json::parse(otlp.out)["resourceLogs"][0]["scopeLogs"][0]["logRecords"][0];
+    EXPECT_NEAR(std::stod(sent["timeUnixNano"].get<std::string>()) / 1e9, static_cast<double>(std::time(nullptr)),
+                3600);
     EXPECT_EQ(RunTandorctl(verb + L"show 77").exit_code, 1);
     EXPECT_EQ(RunTandorctl(verb + L"drop").exit_code, 2);
     EXPECT_EQ(RunTandorctl(verb + L"drop --older-than 1h").out, "0 records dropped\n");

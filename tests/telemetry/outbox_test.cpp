@@ -176,6 +176,8 @@ TEST(Outbox, ARecordThatIsDamagedIsHandedOutAndHoldsNothingUp) {
     EXPECT_EQ(records[1].values.at(0).text, std::string(1, '\0'));
     EXPECT_EQ(records[2], put[2]);
     unsigned long long removed = 0;
+    EXPECT_EQ(outbox.RemoveBefore(put[0].time, removed), "");
+    EXPECT_EQ(removed, 0u);
     EXPECT_EQ(outbox.RemoveBefore(put[2].time + 1, removed), "");
     EXPECT_EQ(removed, 3u);
 }
@@ -272,10 +274,12 @@ TEST(Outbox, ADamagedFileThatCannotBeRenamedIsBegunAnewInItsPlaceOrRefusedWithOn
     EXPECT_EQ(CountAside(folder.path), 1);
 }
 
-// Which calls of WriteFile fail: each n-th, or all.
+// Which calls of WriteFile fail: each n-th, or all. Each second one that fails writes the half.
 std::atomic<int> fail_each{0}, writes{0};
 BOOL WINAPI FailingWrite(HANDLE file, LPCVOID data, DWORD size, LPDWORD written, LPOVERLAPPED place) {
-    if (++writes % fail_each != 0) return ::WriteFile(file, data, size, written, place);
+    const int number = ++writes;
+    if (number % fail_each != 0) return ::WriteFile(file, data, size, written, place);
+    if (fail_each > 1 && number / fail_each % 2 == 0) return ::WriteFile(file, data, size / 2, written, place);
     ::SetLastError(fail_each == 1 ? ERROR_DISK_FULL : ERROR_IO_DEVICE);
     return FALSE;
 }

@@ -1,6 +1,5 @@
 // What needs the system: the clocks, the channels' files, the outbox seen by a second process.
 #include <cctype>
-#include <cmath>
 #include <regex>
 
 #include "support/sent_records.h"
@@ -49,7 +48,25 @@ TEST(DataReport, TheLocalTimeHasItsFixedForm) {
     ASSERT_TRUE(std::regex_match(time, parts, std::regex(R"((\d{4})(\d\d)(\d\d)-(\d\d)(\d\d)(\d\d)-(\d{3}))"))) << time;
     const auto minutes = [](int hour, int minute) { return hour * 60 + minute; };
     const int apart = minutes(std::stoi(parts[4]), std::stoi(parts[5])) - minutes(now.wHour, now.wMinute);
-    EXPECT_TRUE(std::abs(apart) <= 1 || std::abs(apart) >= 1439) << time;
+    EXPECT_LE((apart + 1441) % 1440, 2) << time;  // a minute, also over midnight
+}
+
+unsigned ahead = 0;  // s
+
+void WINAPI TellLaterTime(FILETIME* time) {
+    ::GetSystemTimePreciseAsFileTime(time);
+    const ULONGLONG later = (ULONGLONG{time->dwHighDateTime} << 32 | time->dwLowDateTime) + ahead * 10'000'000ULL;
+    *time = {static_cast<DWORD>(later), static_cast<DWORD>(later >> 32)};
+}
+
+TEST(DataReport, AFailedDecoderIsReportedAgainAfterFiveMinutes) {
+    const ImportPatch clock(L"TandorUtil.dll", "GetSystemTimePreciseAsFileTime", &TellLaterTime);
+    SentRecords sent;
+    for (const auto& [seconds, text] : {std::pair{3600u, "first"}, {3890u, "too early"}, {3901u, "again"}}) {
+        ahead = seconds;
+        TandorDataReportClass::DecordFailDataReport(text);
+    }
+    EXPECT_THAT(LinesOf(sent.Take()), ElementsAre("606013000: 1, first", "606013000: 1, again"));
 }
 
 TEST(KoEventReporter, TheAttachedLogsHoldThisProcessesLinesAndTheFaultItself) {
