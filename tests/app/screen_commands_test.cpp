@@ -57,7 +57,6 @@ TEST(TandorctlScreen, ShowsAnswersWithTheirOrigin) {
     EXPECT_THAT(sample.out, HasSubstr("PadResolutionConfig.xml:"));
     EXPECT_EQ(sample.exit_code, 0);
     EXPECT_EQ(RunTandorctl(L"screen show --device-type P --dir no-such").exit_code, 1);
-    EXPECT_EQ(RunTandorctl(L"screen").exit_code, 2);
 }
 
 TEST(TandorctlScreen, ChecksFiles) {

@@ -1,5 +1,3 @@
-#include <cmath>
-
 #include "device/edid.h"
 #include "support/edid_sample.h"
 #include "support/testing.h"
@@ -7,15 +5,6 @@
 namespace {
 
 using namespace tandor::test;
-
-TEST(Edid, FractionsAreSumsOfPowers) {
-    EXPECT_EQ(tandor::FractionOf(1023), 0.9990234375);
-    for (unsigned value = 0; value < 4096; ++value) {
-        double sum = 0;
-        for (int bit = 0; bit < 10; ++bit) sum += (value >> bit & 1) * std::pow(2.0, bit - 10);
-        ASSERT_EQ(tandor::FractionOf(value), sum) << value;
-    }
-}
 
 TEST(Edid, ReadsEveryCoordinateFromItsOwnBits) {
     // One coordinate at a time is 0x2A5 of 0x3FF, which no other coordinate may see.

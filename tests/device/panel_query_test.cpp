@@ -181,7 +181,7 @@ TEST_F(PanelQuery, RefusesListsOfTheWrongSize) {
     }
     EXPECT_EQ(GetEdidData::CoordinateConversion({edid.begin() + 25, edid.begin() + 35}), coordinates);
     EXPECT_TRUE(GetEdidData::CoordinateConversion(std::vector<unsigned char>(9)).empty());
-    EXPECT_EQ(GetEdidData::BinaryToDecimal(1023), 0.9990234375);
+    EXPECT_EQ(GetEdidData::BinaryToDecimal(0xF3FF), 0.9990234375);  // ten bits count
 
     const GetEdidData::Points adobe(tandor::kAdobeRgb.begin(), tandor::kAdobeRgb.end());
     const GetEdidData::Points three(adobe.begin(), adobe.begin() + 3);

@@ -255,12 +255,6 @@ TEST(SealedText, AShortKeyLeavesNoDigitsInTheObject) {
 }
 
 TEST(SealingHex, WritesAndReads) {
-    for (int c = 0; c < 256; ++c) {
-        const auto* const digit = static_cast<const char*>(std::memchr("0123456789abcdef", std::tolower(c), 16));
-        EXPECT_EQ(tandor::HexValue(static_cast<char>(c)),
-                  digit == nullptr ? -1 : std::stoi(std::string(digit, 1), nullptr, 16))
-            << c;
-    }
     SecurityEncryptUtil util;
     const Bytes bytes = Pattern(512, 1, 250);
     std::string out = "untouched";
