@@ -82,8 +82,19 @@ protected:
     std::vector<std::string> told_;
 };
 
+// Members that might be taken for each other.
+using Record = BluetoothDeviceSummary;
+constexpr std::string Record::*kTexts[] = {
+    &Record::DevName,  &Record::UserName,    &Record::NickName,   &Record::MacAddr, &Record::ModelName,
+    &Record::PeerUuid, &Record::AccountInfo, &Record::AuthDigest, &Record::IpAddr,  &Record::OriginalName};
+constexpr std::int32_t Record::*kNumbers[] = {&Record::AuthorState, &Record::TrustType, &Record::ReconnectPolicy,
+                                              &Record::ShieldState};
+
 TEST_F(DeviceStoreTest, KeepsEveryMemberAndListsByName) {
-    BluetoothDeviceSummary record;
+    Record record;
+    int next = 11;
+    for (const auto text : kTexts) record.*text = std::to_string(++next);
+    for (const auto number : kNumbers) record.*number = ++next;
     record.DevType = std::numeric_limits<int>::min();
     record.DeviceId = "another name";
     record.Summary = std::string("\0\xFF", 2);
@@ -107,6 +118,8 @@ TEST_F(DeviceStoreTest, KeepsEveryMemberAndListsByName) {
     };
     EXPECT_EQ(members(records[0]), members({}));
     EXPECT_EQ(members(records[1]), members(record));
+    for (const auto text : kTexts) EXPECT_EQ(records[1].*text, record.*text);
+    for (const auto number : kNumbers) EXPECT_EQ(records[1].*number, record.*number);
     EXPECT_EQ(records[0].DeviceId + records[1].DeviceId, "ab");
     EXPECT_TRUE(told_.empty());
 }
