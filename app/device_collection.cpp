@@ -24,7 +24,8 @@ void DeviceCollection::Check(int status, const std::string& device, const std::s
         case DM::DEVICE_NOT_FOUND:
             throw CommandError(thing, "there is no such device", list);
         case DM::DEVICE_NO_ATTRIBUTE:
-            throw CommandError(named, "there is no such attribute", "tandorctl device show lists what the feature keeps of a device");
+            throw CommandError(named, "there is no such attribute",
+                               "tandorctl device show lists what the feature keeps of a device");
         case DM::DEVICE_VALUE_UNSUITABLE:
             throw CommandError(named, "the value is none of its type", "numbers are decimal, flags 1 or 0");
         case DM::DEVICE_BAD_NAME:

@@ -178,8 +178,8 @@ public:
 };
 
 /// What the registry keeps about a media-playback device, in the key of the device's name below the sharing key (in the
-/// name '%', '\' and NUL stand as "%25", "%5C" and "%00"). False, with a line in the host log, for a name that is no key's: empty,
-/// not UTF-8, or longer than 255 units.
+/// name '%', '\' and NUL stand as "%25", "%5C" and "%00"). False, with a line in the host log, for a name that is no
+/// key's: empty, not UTF-8, or longer than 255 units.
 ///
 /// Reads the numbers DevType, ShareType, ReverseChannel, Wifi5GAbility, IsPaired and PCIsAuthorState (AuthorState) into
 /// the record; a value that is missing leaves its member. False when there is no such key.

@@ -33,8 +33,8 @@ int StoreAttributes(const Arguments& arguments);
 // host log. WHAT is an import of the library, an entry that it looks up, or "long-directory".
 int ConsoleWithout(const Arguments& arguments);
 
-// service-setting user|nobody: 0 when what a service sets for the user lies in the hive of the user at the console, or in
-// its own when nobody is signed in there.
+// service-setting user|nobody: 0 when what a service sets for the user lies in the hive of the user at the console, or
+// in its own when nobody is signed in there.
 int ServiceSetting(const Arguments& arguments);
 
 }  // namespace tandor::test

@@ -23,7 +23,7 @@ enum DeviceStatus : int {
     DEVICE_STORE_UNAVAILABLE = 7,  ///< the store cannot be opened, read or written; the host log says why
     DEVICE_STORE_DAMAGED = 8,  ///< the store was found damaged. It was set aside, and the next call begins a new one;
                                ///< or it could not be, and the host log says why
-    DEVICE_OUT_OF_MEMORY = 9,         ///< nothing was changed
+    DEVICE_OUT_OF_MEMORY = 9,  ///< nothing was changed
     DEVICE_STORE_LATER_VERSION = 10,  ///< a later version of the suite wrote the store; it is left alone
     DEVICE_STORE_FULL = 11,           ///< the disk has no room for the change; nothing was changed
 };
