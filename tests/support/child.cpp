@@ -175,7 +175,8 @@ int ReportAndExit(const Arguments& arguments) {
     // Not closed by main's return: the threads still write then.
     static const tandor::FileHandle& file = *new tandor::FileHandle(::CreateFileW(
         arguments.at(1).c_str(), FILE_APPEND_DATA | SYNCHRONIZE, FILE_SHARE_READ, nullptr, OPEN_ALWAYS, 0, nullptr));
-    static std::mutex writing;  // not every system appends in one step: a line would land on another thread's
+    // Not every system appends in one step: a line would land on another thread's. Main's return ends no lock either.
+    static std::mutex& writing = *new std::mutex;
     static std::atomic<int> recorded{0};
     if (!file) return 1;
     const auto acknowledge = [](int thread) {
