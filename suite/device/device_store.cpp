@@ -4,7 +4,6 @@
 #include "pelora/device_manager.h"
 #include "suite/device/device_tables.h"
 #include "suite/device/record_members.h"
-#include "suite/sqlite/damaged_file.h"
 
 namespace pelora {
 namespace {
@@ -91,7 +90,7 @@ void DeviceStore::Tell(Use use, const std::string& trouble) {
 int DeviceStore::SetAside(Use use, Deadline deadline, const std::string& cause) {
     tables_.reset();
     const auto [done, text] =
-        SetAsideDamaged(file_, cause, [&] { Tables(Utf8(file_), deadline).Connection().CheckWhole(); });
+        damaged_.SetAside(cause, [&] { Tables(Utf8(file_), deadline).Connection().CheckWhole(); });
     if (!text.empty()) Tell(use, text);
     return DM::DEVICE_STORE_DAMAGED;
 }

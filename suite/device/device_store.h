@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "suite/sqlite/damaged_file.h"
 #include "tandor/device_summary.h"
 
 namespace pelora {
@@ -61,7 +62,8 @@ private:
     int SetAside(Use use, Deadline deadline, const std::string& cause);
     void Tell(Use use, const std::string& trouble);
 
-    std::filesystem::path file_;
+    const std::filesystem::path file_;
+    DamagedFile damaged_{file_};
     Report report_;
     std::chrono::milliseconds patience_;
     std::atomic<bool> retired_{false};

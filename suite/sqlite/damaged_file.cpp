@@ -13,8 +13,9 @@
 namespace pelora {
 namespace {
 
-constexpr int kGuardTries = 100;  // of 20 ms
-constexpr int kEmptyWait = 2000;  // ms, for what other processes are doing with the file
+constexpr int kGuardTries = 100;              // of 20 ms
+constexpr int kEmptyWait = 2000;              // ms, for what other processes are doing with the file
+constexpr std::uint64_t kTryInterval = 5000;  // ms
 
 // Held by the one process that sets a damaged database aside: an open of this file that shares nothing.
 tandor::FileHandle HoldGuard(const std::filesystem::path& path) {
@@ -64,12 +65,20 @@ DWORD CopyAndEmpty(const std::filesystem::path& file, const std::filesystem::pat
 
 }  // namespace
 
-SettingAside SetAsideDamaged(const std::filesystem::path& file, const std::string& cause,
-                             const std::function<void()>& check) {
-    const tandor::FileHandle guard = HoldGuard(file.native() + L".guard");
+DamagedFile::DamagedFile(const std::filesystem::path& file) : file_(file) {}
+
+SettingAside DamagedFile::SetAside(const std::string& cause, const std::function<void()>& check) {
+    if (!last_.done && ::GetTickCount64() < next_try_) return last_;
+    last_ = Try(cause, check);
+    next_try_ = ::GetTickCount64() + kTryInterval;
+    return last_;
+}
+
+SettingAside DamagedFile::Try(const std::string& cause, const std::function<void()>& check) const {
+    const tandor::FileHandle guard = HoldGuard(file_.native() + L".guard");
     if (!guard) return {false, cause + "; another process is busy with it"};
     const std::filesystem::path aside =
-        file.parent_path() / (file.stem().native() + L".damaged-" + NowAsName() + file.extension().native());
+        file_.parent_path() / (file_.stem().native() + L".damaged-" + NowAsName() + file_.extension().native());
     try {
         check();
         return {true, {}};
@@ -78,8 +87,8 @@ SettingAside SetAsideDamaged(const std::filesystem::path& file, const std::strin
     }
     std::string trouble;
     try {
-        DWORD error = Rename(file, aside);
-        if (error == ERROR_SHARING_VIOLATION) error = CopyAndEmpty(file, aside);
+        DWORD error = Rename(file_, aside);
+        if (error == ERROR_SHARING_VIOLATION) error = CopyAndEmpty(file_, aside);
         if (error != 0) trouble = tandor::WindowsErrorText(error);
     } catch (const SqliteError& error) {
         trouble = error.what();

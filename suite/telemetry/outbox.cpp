@@ -26,7 +26,6 @@ constexpr int kSqliteWait = 1000;                     // ms, for programs that w
 constexpr auto kThreadsWait = 2000ms;                 // for the own process's other threads
 constexpr std::uint64_t kFlushInterval = 1000;        // ms
 constexpr unsigned long long kTellInterval = 60'000;  // ms
-constexpr std::uint64_t kLookInterval = 5000;         // ms
 constexpr std::size_t kLargestRecord = 4 * 1024 * 1024;
 constexpr std::uint64_t kMinBytes = 64 * 1024;
 constexpr const char* kNoMemory = "out of memory";
@@ -139,13 +138,9 @@ private:
         } catch (const SqliteError& error) {
             if (!error.Damaged()) throw;
             tables_.reset();
-            if (::GetTickCount64() < next_look_) return error.what();
             auto [done, text] =
-                SetAsideDamaged(file_, error.what(), [this] { OutboxTables(utf8_, kSqliteWait).CheckWhole(); });
-            if (!done) {
-                next_look_ = ::GetTickCount64() + kLookInterval;
-                return text;
-            }
+                damaged_.SetAside(error.what(), [this] { OutboxTables(utf8_, kSqliteWait).CheckWhole(); });
+            if (!done) return text;
             set_aside_ = std::move(text);
         }
         Open();
@@ -210,12 +205,12 @@ private:
     }
 
     const std::filesystem::path file_;
+    DamagedFile damaged_{file_};
     const std::string utf8_;
     std::timed_mutex mutex_;  // of what follows; the journal stays once it is there
     std::unique_ptr<OutboxJournal> journal_;
     std::unique_ptr<OutboxTables> tables_;
-    std::string set_aside_;        // what is to be told of it
-    std::uint64_t next_look_ = 0;  // tick count before which a damaged file is not read again as a whole
+    std::string set_aside_;  // what is to be told of it
     tandor::SendInterval tell_{kTellInterval};
     std::atomic<unsigned> untold_{0};
 };

@@ -124,18 +124,17 @@ TEST(Telemetry, AProcessThatEndsWhileItsThreadsReportLosesNothing) {
     const TemporaryFolder folder;
     SentRecords sent;
     const auto exits = Amount("TANDOR_OUTBOX_EXITS", 4);
-    for (unsigned long long i = 0; i < exits; ++i) {
-        Child child(std::wstring(L"report-and-exit ") + (i % 2 == 0 ? L"return" : L"ExitProcess") + L" \"" +
-                    (folder.path / std::to_wstring(i)).native() + L"\"");
-        ASSERT_EQ(child.Wait(), 7);
-    }
-    std::set<std::string> stored;
-    for (const auto& record : sent.Take()) {
-        if (record.event == "606000081") stored.insert(record.values.at(0).text);
-    }
     std::size_t acknowledged = 0;
     for (unsigned long long i = 0; i < exits; ++i) {
-        for (const std::string& line : LinesIn(ReadAll(folder.path / std::to_wstring(i)))) {
+        const auto file = folder.path / std::to_wstring(i);
+        Child child(std::wstring(L"report-and-exit ") + (i % 2 == 0 ? L"return" : L"ExitProcess") + L" \"" +
+                    file.native() + L"\"");
+        ASSERT_EQ(child.Wait(), 7) << "process " << i;
+        std::set<std::string> stored;
+        for (const auto& record : sent.Take()) {
+            if (record.event == "606000081") stored.insert(record.values.at(0).text);
+        }
+        for (const std::string& line : LinesIn(ReadAll(file))) {
             ++acknowledged;
             EXPECT_TRUE(stored.contains(line)) << line;
         }
