@@ -25,8 +25,9 @@ DataProcessReport::DataProcessReport()
     : client_(std::make_unique<IPCMessageClient>(kClientId, true, false, kPipeName)) {}
 DataProcessReport::~DataProcessReport() = default;
 
+// Never destroyed, as the reporters' factories: the system withdraws what the pipe has not taken.
 DataProcessReport& DataProcessReport::GetInstance() {
-    static DataProcessReport instance;
+    static DataProcessReport& instance = *new DataProcessReport;
     return instance;
 }
 

@@ -2,6 +2,7 @@
 #include <mutex>
 #include <tuple>
 
+#include "base/lock.h"
 #include "foundation/message.h"
 #include "tandor/data_report.h"
 #include "tandor/event_reporter.h"
@@ -47,7 +48,7 @@ struct KeyedReport {
     // Everyone shares the event's reporter: without the event's lock, two reports at once would mix their values.
     template <class... Values>
     void operator()(const Values&... values) const {
-        static std::mutex one_at_a_time;
+        static tandor::Lock one_at_a_time;  // which nothing destroys: threads still report while the process ends
         const std::lock_guard lock(one_at_a_time);
         const auto reporter = Tandor::KoEventReporterFactory::GetInstance().CreateKoEventReporter(event);
         std::apply([&](Keys... names) { (Put(*reporter, names, values), ...); }, keys);

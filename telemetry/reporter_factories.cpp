@@ -17,8 +17,10 @@ std::shared_ptr<Shared> FindOrMake(std::recursive_mutex& mutex, std::map<int, st
 ReporterFactory::ReporterFactory() = default;
 ReporterFactory::~ReporterFactory() = default;
 
+// The factories are never destroyed: when the process ends, its other threads have been ended inside them, or still
+// run.
 ReporterFactory& ReporterFactory::GetInstance() {
-    static ReporterFactory factory;
+    static ReporterFactory& factory = *new ReporterFactory;
     return factory;
 }
 
@@ -30,7 +32,7 @@ KoEventReporterFactory::KoEventReporterFactory() = default;
 KoEventReporterFactory::~KoEventReporterFactory() = default;
 
 KoEventReporterFactory& KoEventReporterFactory::GetInstance() {
-    static KoEventReporterFactory factory;
+    static KoEventReporterFactory& factory = *new KoEventReporterFactory;
     return factory;
 }
 
