@@ -17,8 +17,7 @@ std::shared_ptr<Shared> FindOrMake(std::recursive_mutex& mutex, std::map<int, st
 ReporterFactory::ReporterFactory() = default;
 ReporterFactory::~ReporterFactory() = default;
 
-// The factories are never destroyed: when the process ends, its other threads have been ended inside them, or still
-// run.
+// The factories are never destroyed: when the process ends, other threads have been ended inside them, or still run.
 ReporterFactory& ReporterFactory::GetInstance() {
     static ReporterFactory& factory = *new ReporterFactory;
     return factory;
