@@ -164,6 +164,32 @@ void AddOrder(CLI::App& command, ConsoleOptions& options, bool needs_id, bool ne
         command.add_option("INF", options.order.inf, "The driver package's INF file")->required()->check(NotEmpty());
 }
 
+void AddChanges(CLI::App& console, Context& context, const std::shared_ptr<ConsoleOptions>& options) {
+    struct Verb {
+        const char* name;
+        const char* help;
+        bool needs_id, needs_inf;
+        Run run;
+    };
+    for (const Verb& verb : {
+             Verb{"install", "A new device with this hardware id, and its driver", true, true, Execute},
+             Verb{"update", "Another driver for the devices with a hardware id", true, true, Execute},
+             Verb{"enable", "Enable the devices with a hardware id", true, false, Execute},
+             Verb{"disable", "Disable the devices with a hardware id", true, false, Execute},
+             Verb{"remove", "Take out the devices with a hardware id, and their driver", true, true, Execute},
+             Verb{"stage", "Put a driver package into the system's driver store", false, true, Stage},
+         }) {
+        CLI::App* const command = AddVerb(console, context, options, verb.name, verb.help, verb.run);
+        AddOrder(*command, *options, verb.needs_id, verb.needs_inf);
+        AddConsent(*command, options->consent);
+        command->footer(fmt::format(
+            "Needs an administrator's rights; --dry-run needs none.\nExample:\n  tandorctl console {}{}{} --dry-run",
+            verb.name, verb.needs_id ? " Root\\VirtualPad" : "", verb.needs_inf ? " C:\\drivers\\pad.inf" : ""));
+        if (verb.name == std::string_view("install"))
+            command->add_flag("--again", options->again, "Also when a device with this hardware id is there");
+    }
+}
+
 }  // namespace
 
 void AddConsoleCommands(CLI::App& app, Context& context) {
@@ -184,30 +210,7 @@ void AddConsoleCommands(CLI::App& app, Context& context) {
     AddOrder(*status, *options, true, false);
     status->footer(
         "Exit code 1 when there is none or one is not started.\nExample:\n  tandorctl console status Root\\VirtualPad");
-
-    struct Verb {
-        const char* name;
-        const char* help;
-        bool needs_id, needs_inf;
-        Run run;
-    };
-    for (const Verb& verb : {
-             Verb{"install", "A new device with this hardware id, and its driver", true, true, Execute},
-             Verb{"update", "Another driver for the devices with a hardware id", true, true, Execute},
-             Verb{"enable", "Enable the devices with a hardware id", true, false, Execute},
-             Verb{"disable", "Disable the devices with a hardware id", true, false, Execute},
-             Verb{"remove", "Take out the devices with a hardware id, and their driver", true, true, Execute},
-             Verb{"stage", "Put a driver package into the system's driver store", false, true, Stage},
-         }) {
-        CLI::App* const command = AddVerb(*console, context, options, verb.name, verb.help, verb.run);
-        AddOrder(*command, *options, verb.needs_id, verb.needs_inf);
-        AddConsent(*command, options->consent);
-        command->footer(fmt::format(
-            "Needs an administrator's rights; --dry-run needs none.\nExample:\n  tandorctl console {}{}{} --dry-run",
-            verb.name, verb.needs_id ? " Root\\VirtualPad" : "", verb.needs_inf ? " C:\\drivers\\pad.inf" : ""));
-        if (verb.name == std::string_view("install"))
-            command->add_flag("--again", options->again, "Also when a device with this hardware id is there");
-    }
+    AddChanges(*console, context, options);
 }
 
 }  // namespace tandor::app

@@ -264,6 +264,36 @@ void Send(Context& context, Options& options) {
     }
 }
 
+void AddDrop(CLI::App& outbox, const std::shared_ptr<Options>& options, Context& context) {
+    CLI::App* const drop = outbox.add_subcommand("drop", "Take records out for good");
+    drop->add_option("RECORD", options->records, "Sequences or identifiers");
+    drop->add_option("--older-than", options->older_than,
+                     "Records of more days or hours ago, or of before a date (UTC)")
+        ->type_name("7d|12h|YYYY-MM-DD");
+    drop->add_flag("--all", options->all, "Every record");
+    drop->footer("Example:\n  tandorctl outbox drop 7 8\n  tandorctl outbox drop --older-than 30d");
+    drop->callback([options, &context] { Drop(context, *options); });
+}
+
+void AddExport(CLI::App& outbox, const std::shared_ptr<Options>& options) {
+    CLI::App* const take = outbox.add_subcommand("export", "Write all records out; they stay in the outbox");
+    take->add_flag("--otlp", options->otlp, "OTLP/JSON requests, a line each, instead of a record a line");
+    take->add_option("-o,--output", options->output, "A file instead of standard output")->type_name("FILE");
+    take->footer("Example:\n  tandorctl outbox export --otlp --output records.json");
+    take->callback([options] { Export(*options); });
+}
+
+void AddLimit(CLI::App& outbox, const std::shared_ptr<Options>& options, Context& context) {
+    CLI::App* const limit = outbox.add_subcommand("limit", "Set how much it holds, and when records reach the disk");
+    limit->add_option("--records", options->max_records, "Records, at least 1 (default 100,000)")->check(AtLeast(1));
+    limit->add_option("--bytes", options->max_bytes, "Bytes of the file, at least 65,536 (default 64 MiB)")
+        ->check(AtLeast(65'536));
+    limit->add_option("--flush", options->flush, "always: before each report returns; second: after a second (default)")
+        ->check(OneOf({"always", "second"}));
+    limit->footer("Example:\n  tandorctl outbox limit --records 50000");
+    limit->callback([options, &context] { Limit(context, *options); });
+}
+
 void AddSend(CLI::App& outbox, const std::shared_ptr<Options>& options, Context& context) {
     CLI::App* const send = outbox.add_subcommand("send", "Send the records to an OTLP/HTTP collector");
     send->add_option("URL", options->send.http.url, "Address, as https://collector.example:4318/v1/logs")
@@ -313,30 +343,9 @@ void AddOutboxCommands(CLI::App& app, Context& context) {
     show->footer("Example:\n  tandorctl outbox show 7");
     show->callback([options, &context] { Show(context, *options); });
 
-    CLI::App* const drop = outbox->add_subcommand("drop", "Take records out for good");
-    drop->add_option("RECORD", options->records, "Sequences or identifiers");
-    drop->add_option("--older-than", options->older_than,
-                     "Records of more days or hours ago, or of before a date (UTC)")
-        ->type_name("7d|12h|YYYY-MM-DD");
-    drop->add_flag("--all", options->all, "Every record");
-    drop->footer("Example:\n  tandorctl outbox drop 7 8\n  tandorctl outbox drop --older-than 30d");
-    drop->callback([options, &context] { Drop(context, *options); });
-
-    CLI::App* const take = outbox->add_subcommand("export", "Write all records out; they stay in the outbox");
-    take->add_flag("--otlp", options->otlp, "OTLP/JSON requests, a line each, instead of a record a line");
-    take->add_option("-o,--output", options->output, "A file instead of standard output")->type_name("FILE");
-    take->footer("Example:\n  tandorctl outbox export --otlp --output records.json");
-    take->callback([options] { Export(*options); });
-
-    CLI::App* const limit = outbox->add_subcommand("limit", "Set how much it holds, and when records reach the disk");
-    limit->add_option("--records", options->max_records, "Records, at least 1 (default 100,000)")->check(AtLeast(1));
-    limit->add_option("--bytes", options->max_bytes, "Bytes of the file, at least 65,536 (default 64 MiB)")
-        ->check(AtLeast(65'536));
-    limit->add_option("--flush", options->flush, "always: before each report returns; second: after a second (default)")
-        ->check(OneOf({"always", "second"}));
-    limit->footer("Example:\n  tandorctl outbox limit --records 50000");
-    limit->callback([options, &context] { Limit(context, *options); });
-
+    AddDrop(*outbox, options, context);
+    AddExport(*outbox, options);
+    AddLimit(*outbox, options, context);
     AddSend(*outbox, options, context);
 }
 

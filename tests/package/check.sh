@@ -1,15 +1,17 @@
 #!/usr/bin/env bash
-# check.sh FOLDER: unpacks the zip into FOLDER under a name with other letters, looks at what is in it, runs tandorctl from
-# there, tries its completion in bash, compares the DLLs' exports with the headers, builds a project against it with each public
-# header alone, and runs that.
+# check.sh FOLDER: unpacks the zip into FOLDER under a name with other letters and compares it with what cmake --install
+# gives, looks at what is in it, runs tandorctl from there, tries its completion in bash, compares the DLLs' exports with the
+# headers, builds a project against it with each public header alone, and runs that.
 . "$(dirname "${BASH_SOURCE[0]}")/../../tools/common.sh"
 . "$root/tools/wine.sh"
 folder=$1 build=$root/build/mingw-release
 mkdir -p "$folder/Lena 手机"
 (hold_lock "$build.lock" "building mingw-release"
+    logged "installing" "$folder/install.log" cmake --install "$build" --prefix "$folder/installed"
     logged "packing" "$folder/pack.log" cpack --config "$build/CPackConfig.cmake" -B "$folder/zip")
 (cd "$folder/Lena 手机" && logged "unpacking" "$folder/unpack.log" cmake -E tar xf "$folder"/zip/TandorUtil-*.zip)
 package=$(echo "$folder/Lena 手机"/TandorUtil-*)
+diff -rq "$folder/installed" "$package" || fail "cmake --install and the zip differ"
 
 for product in TandorUtil.dll PeloraSuite.dll tandorctl.exe; do
     x86_64-w64-mingw32-objdump -h "$package/bin/$product" >"$folder/sections"
