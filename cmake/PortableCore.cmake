@@ -3,6 +3,7 @@
 set(TANDOR_BASE_SOURCES
     base/cpu.cpp
     base/hex.cpp
+    base/lock.cpp
     base/utf.cpp
 )
 set(TANDOR_CORE_SOURCES

@@ -23,9 +23,32 @@ struct ThreadPool::State {
     tandor::Condition work;
     TaskRing tasks;
     bool stop = false;
-    std::size_t waiting = 0;  // workers that wait: without one, a submission has nobody to wake
-    WorkCounters counters;    // but for the queued, which are the tasks themselves
+    std::size_t parked = 0;  // workers in a wait
+    bool called = false;     // to one of those there is a wake-up on its way
+    WorkCounters counters;   // but for the queued, which are the tasks themselves
+
+    bool CallWorker();
+    void Park();
 };
+
+// Under the lock, before an unlock. True when the caller has to wake a worker after it.
+//
+// One at a time is called, and it calls the next one when it finds more than one task. What holds at each unlock is:
+// there is no task, or no worker is parked, or one is called. A call ends when a worker, which need not be the one that
+// was meant, comes back from its wait; it looks at the tasks under that hold. A worker takes a task only together with
+// a look here, so it leaves none behind with a worker parked that nobody has called.
+bool ThreadPool::State::CallWorker() {
+    const bool wanted = !called && parked > 0 && !tasks.Empty();
+    called = called || wanted;
+    return wanted;
+}
+
+void ThreadPool::State::Park() {
+    ++parked;
+    work.Wait(lock);
+    --parked;
+    called = false;
+}
 
 // Exported as well: a caller that takes it by reference asks the library for it.
 constexpr int ThreadPool::DEFAULT_SIZE;
@@ -54,10 +77,10 @@ int ThreadPool::Start() {
     return 0;
 }
 
-// No wake-up is lost although it comes after the unlock and only where somebody waits: a worker looks at the tasks,
-// counts itself as waiting and begins to wait under one hold of the lock, so it has either seen this task or is counted
-// here. The count may be too high, by a worker that was woken and is not back yet, never too low. The condition is
-// still there: a task's own thread is joined before it goes, and no other call may overlap with the destructor.
+// No wake-up is lost although it comes after the unlock and only where a worker is parked: a worker looks at the tasks,
+// counts itself as parked and begins to wait under one hold of the lock, so it has either seen this task or is counted
+// here. The condition is still there: a task's own thread is joined before it goes, and no other call may overlap with
+// the destructor.
 bool ThreadPool::Submit(Task task) {
     bool wake = false;
     {
@@ -69,7 +92,7 @@ bool ThreadPool::Submit(Task task) {
         }
         state_->tasks.Push(std::move(task));
         ++state_->counters.submitted;
-        wake = state_->waiting > 0;
+        wake = state_->CallWorker();
     }
     if (wake) state_->work.WakeOne();
     return true;
@@ -106,16 +129,14 @@ void ThreadPool::ThreadProc() {
     State& state = *state_;
     std::unique_lock hold(state.lock);
     for (;;) {
-        while (!state.stop && state.tasks.Empty()) {
-            ++state.waiting;
-            state.work.Wait(state.lock);
-            --state.waiting;
-        }
+        while (!state.stop && state.tasks.Empty()) state.Park();
         if (state.tasks.Empty()) return;
         ++state.counters.running;
         {
             const Task task = state.tasks.Take();
+            const bool wake = state.CallWorker();
             hold.unlock();
+            if (wake) state.work.WakeOne();
             task();
         }
         hold.lock();

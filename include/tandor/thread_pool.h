@@ -34,9 +34,9 @@ public:
     /// gives no further thread; those it gave work on.
     int Start();
 
-    /// Queues a task and wakes one worker that waits. Returns false, with the task destroyed, once the destructor has
-    /// begun. std::bad_alloc may leave; the task is not queued then.
-    /// An exception that a task throws ends the process; so does an empty task (std::bad_function_call).
+    /// Queues a task, and a worker that waits comes for it. Returns false, with the task destroyed, once the destructor
+    /// has begun. std::bad_alloc may leave; the task is not queued then. An exception that a task throws ends the
+    /// process; so does an empty task (std::bad_function_call).
     bool Submit(std::function<void()> task);
 
     /// The state of one moment. `dropped` counts only what the destructor found.

@@ -22,18 +22,18 @@ TEST(PoolMessages, APoolSaysThatItStopsAndThatItStopped) {
 
 std::atomic<int> failing_waits{0};
 
-BOOL WINAPI FailingSleep(CONDITION_VARIABLE* condition, SRWLOCK* lock, DWORD milliseconds, ULONG flags) {
+BOOL WINAPI FailingWait(volatile void* address, void* value, SIZE_T size, DWORD milliseconds) {
     if (failing_waits.fetch_sub(1) > 0) {
         ::SetLastError(ERROR_INVALID_HANDLE);
         return FALSE;
     }
-    return ::SleepConditionVariableSRW(condition, lock, milliseconds, flags);
+    return ::WaitOnAddress(address, value, size, milliseconds);
 }
 
 TEST(PoolMessages, AWaitThatFailsIsLoggedAndTheResidentWorkerGoesOn) {
     HostLog log;
     failing_waits = 3;
-    const ImportPatch patch(L"TandorUtil.dll", "SleepConditionVariableSRW", &FailingSleep);
+    const ImportPatch patch(L"TandorUtil.dll", "WaitOnAddress", &FailingWait);
     const std::unique_ptr<IOperationQueue> queue(OperationQueueFactory::CreateResident());
     queue->Start();
     while (failing_waits > 0) std::this_thread::yield();
