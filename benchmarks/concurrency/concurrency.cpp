@@ -52,8 +52,10 @@ int TurnsOfATask() {
 struct Round {
     KernelHandle held{::CreateEventW(nullptr, FALSE, FALSE, nullptr)};
     KernelHandle release{::CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+    KernelHandle let_go{::CreateEventW(nullptr, FALSE, FALSE, nullptr)};
     KernelHandle done{::CreateEventW(nullptr, FALSE, FALSE, nullptr)};
     std::atomic<int> to_hold{kWorkers};
+    std::atomic<int> to_let_go{kWorkers};
     std::atomic<int> left{kTasks};
     int turns = 0;
 };
@@ -63,6 +65,7 @@ struct Hold {
     void operator()() const {
         if (--round->to_hold == 0) ::SetEvent(round->held.Get());
         ::WaitForSingleObject(round->release.Get(), INFINITE);
+        if (--round->to_let_go == 0) ::SetEvent(round->let_go.Get());
     }
 };
 
@@ -91,7 +94,8 @@ RoundTimes RunRound(Pool& pool) {
     ::SetEvent(round.release.Get());
     ::WaitForSingleObject(round.done.Get(), INFINITE);
     const double drained = SecondsSince(draining);
-    ::Sleep(1);  // the last task's worker is still in it
+    ::WaitForSingleObject(round.let_go.Get(), INFINITE);  // a worker that was held may not have run since
+    ::Sleep(1);                                           // the last task's worker is still in it
     return {submitted, drained};
 }
 
