@@ -57,33 +57,6 @@ TEST_F(Fetch, ExplainsWhyAServerIsNotTrustedAndDoesNotAskAgain) {
     EXPECT_THAT(RunTandorctl(Line(wrong_host), std::string("{\0}", 3)).error, HasSubstr("zero byte"));
 }
 
-TEST_F(Fetch, TellsTheEndsOfAHandshakeApart) {
-    const Identity stranger = MakeAuthority("Nobody knows this one");
-    const Identity unknown = MakeServer(stranger, "IP:127.0.0.1");
-    const Identity expired = MakeServer(world_.authority, "IP:127.0.0.1", {-1});
-    const std::pair<ServerOptions, const char*> cases[] = {
-        {{&unknown}, "the authority that signed the server's certificate is not in the bundle"},
-        {{&expired}, "has expired; have the server's certificate renewed"},
-        {{&identity_, TLS1_2_VERSION, TLS1_2_VERSION, "ECDHE-ECDSA-AES256-SHA384"}, "no cipher in common"},
-    };
-    for (const auto& [options, text] : cases) {
-        LoopbackServer server(options, nullptr);
-        EXPECT_THAT(RunTandorctl(Line(server), "{}").error, HasSubstr(text));
-    }
-    Listener plain(1, [](SOCKET connection) {
-        char sink[4096];
-        ::recv(connection, sink, sizeof(sink), 0);
-        ::send(connection, "HTTP/1.1 400 No\r\n\r\n", 19, 0);
-    });
-    const auto old = OldTlsServer();
-    for (const auto& [port, text] :
-         {std::pair{plain.Port(), "does not speak TLS"}, {old->Port(), "protocol is too old"}}) {
-        const ProgramRun run = RunTandorctl(L"fetch https://127.0.0.1:" + std::to_wstring(port) + L" --body -", "{}");
-        EXPECT_EQ(run.exit_code, 1);
-        EXPECT_THAT(run.error, HasSubstr(text));
-    }
-}
-
 TEST_F(Fetch, SaysOnRequestThatTheAnswerCameLate) {
     LoopbackServer server({&identity_}, [](Exchange& exchange) {
         std::this_thread::sleep_for(std::chrono::milliseconds(5600));

@@ -9,10 +9,6 @@ namespace {
 using namespace tandor::test;
 using nlohmann::json;
 
-std::wstring Name(const wchar_t* what) {
-    return L"Local\\tandorctl-test-" + std::wstring(what) + std::to_wstring(::GetCurrentProcessId());
-}
-
 TEST(TandorctlQueue, HashesOnThePoolAndTheNewestOnTheQueue) {
     const TemporaryFolder folder;
     std::wstring files;
@@ -37,7 +33,7 @@ TEST(TandorctlQueue, HashesOnThePoolAndTheNewestOnTheQueue) {
 }
 
 TEST(TandorctlWatch, FollowsAPresenterUntilItIsKilled) {
-    const std::wstring a = Name(L"A"), b = Name(L"B"), ready = Name(L"ready");
+    const std::wstring a = SharedName(L"A"), b = SharedName(L"B"), ready = SharedName(L"ready");
     Child presenter(L"announce " + a + L" " + b + L" " + ready, ready);
     EXPECT_THAT(RunTandorctl(L"watch state " + a + L" " + b).out, HasSubstr("  3  initialised and started\n"));
     const TemporaryFolder folder;
@@ -61,7 +57,7 @@ TEST(TandorctlWatch, FollowsAPresenterUntilItIsKilled) {
 
 TEST(TandorctlWatch, AnnouncesUntilCtrlCAndStopsCleanly) {
     const TemporaryFolder folder;
-    const std::wstring command = L"tandorctl.exe watch present " + Name(L"C") + L" " + Name(L"D");
+    const std::wstring command = L"tandorctl.exe watch present " + SharedName(L"C") + L" " + SharedName(L"D");
     Child console(L"press-ctrl-c \"" + (folder.path / L"out").native() + L"\" \"" + command + L"\"");
     EXPECT_EQ(console.Wait(), 0);
     EXPECT_THAT(ReadAll(folder.path / L"out"), AllOf(HasSubstr("  3  "), EndsWith("  0  not running\n")));
@@ -71,7 +67,7 @@ TEST(TandorctlLook, ShowsFilesAndCommandLineOfAProcess) {
     const TemporaryFolder folder;
     const auto file = std::filesystem::canonical(folder.path) / L"Vertrag 手机.txt";
     WriteAll(file, "x");
-    const std::wstring ready = Name(L"ready");
+    const std::wstring ready = SharedName(L"ready");
     const Child child(L"hold-file \"" + file.native() + L"\" " + ready, ready);
     const auto holds = [&](const json& process) {
         return process["process"] == child.Id() &&

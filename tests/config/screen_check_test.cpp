@@ -59,11 +59,4 @@ TEST(ScreenCheck, EndsAfterAThousand) {
     EXPECT_EQ(problems.back(), "1501 and 500 more problem(s)");
 }
 
-TEST(ScreenCheck, FindsNothingWrongWithWhatIsRight) {
-    EXPECT_THAT(Check(""), IsEmpty());
-    EXPECT_THAT(Check("<AutoDetect><Support>P</Support><P><InCh>8</InCh></P></AutoDetect>"
-                      "<Horizontal><Show><SecondaryHeight>70000</SecondaryHeight></Show></Horizontal>"),
-                IsEmpty());
-}
-
 }  // namespace

@@ -162,21 +162,18 @@ TEST_F(PanelQuery, JudgesThePanel) {
 TEST_F(PanelQuery, RefusesListsOfTheWrongSize) {
     const auto edid = SampleEdid(tandor::kAdobeRgb);
     std::vector<double> coordinates;
-    for (const std::size_t size : {0u, 7u, 9u}) {
+    const auto parses = [&](const unsigned char* data, unsigned length, std::size_t size) {
         coordinates.assign(size, 9);
-        EXPECT_FALSE(GetEdidData::ParseCoordinateFromEdid(edid.data(), 128, coordinates));
-        EXPECT_THAT(coordinates, Each(9));
-    }
-    coordinates.assign(8, 9);
-    EXPECT_FALSE(GetEdidData::ParseCoordinateFromEdid(nullptr, 128, coordinates));
-    for (const unsigned length : {0u, 1u, 10u, 11u, 34u})
-        EXPECT_FALSE(GetEdidData::ParseCoordinateFromEdid(edid.data(), length, coordinates));
+        return GetEdidData::ParseCoordinateFromEdid(data, length, coordinates);
+    };
+    for (const std::size_t size : {0u, 7u, 9u}) EXPECT_FALSE(parses(edid.data(), 128, size)) << size;
+    EXPECT_FALSE(parses(nullptr, 128, 8));
+    for (const unsigned length : {0u, 11u, 34u}) EXPECT_FALSE(parses(edid.data(), length, 8)) << length;
     EXPECT_THAT(coordinates, Each(9));
-    for (const unsigned length : {35u, 127u, 128u, 129u, 256u, 32768u}) {
+    for (const unsigned length : {35u, 129u, 32768u}) {
         Bytes odd(length + 1);  // at an odd address
         std::copy_n(edid.begin(), std::min<std::size_t>(length, edid.size()), odd.begin() + 1);
-        coordinates.assign(8, 9);
-        EXPECT_TRUE(GetEdidData::ParseCoordinateFromEdid(odd.data() + 1, length, coordinates)) << length;
+        EXPECT_TRUE(parses(odd.data() + 1, length, 8)) << length;
         EXPECT_EQ(coordinates[3], 727 / 1024.0);
     }
     EXPECT_EQ(GetEdidData::CoordinateConversion({edid.begin() + 25, edid.begin() + 35}), coordinates);
@@ -199,8 +196,7 @@ TEST_F(PanelQuery, RefusesListsOfTheWrongSize) {
     GetEdidData::GamutCoverage(adobe, adobe, coverage);
     EXPECT_NEAR(coverage.second, 1, 1e-12);
     EXPECT_TRUE(GetEdidData::IsSupportAdobeRGBGamut(adobe));
-    EXPECT_FALSE(GetEdidData::IsSupportP3Gamut(adobe));
-    EXPECT_FALSE(GetEdidData::IsSupportBT2020Gamut(adobe));
+    EXPECT_FALSE(GetEdidData::IsSupportP3Gamut(adobe) || GetEdidData::IsSupportBT2020Gamut(adobe));
     EXPECT_TRUE(GetEdidData::GetPointInsideTriangle(adobe, {.3, .3}));
     EXPECT_FALSE(GetEdidData::GetPointInsideTriangle({}, {.3, .3}));
 }

@@ -36,26 +36,11 @@ TEST(Utf, ConvertsBothWaysWhereverACharacterLies) {
 }
 
 TEST(Utf, RefusesEveryInvalidSequence) {
-    // Cut or alone; overlong; surrogates; beyond the last
-    const char* const invalid[] = {"\x80",
-                                   "\xBF",
-                                   "\xC3",
-                                   "\xC3x",
-                                   "\xE4\xB8",
-                                   "\xE4\xB8x",
-                                   "\xF0\x9F\x98",
-                                   "\xF0\x9F\x98x",
-                                   "\xC0\xAF",
-                                   "\xC1\xBF",
-                                   "\xE0\x9F\xBF",
-                                   "\xF0\x8F\xBF\xBF",
-                                   "\xED\xA0\x80",
-                                   "\xED\xBF\xBF",
-                                   "\xF4\x90\x80\x80",
-                                   "\xF5\x80\x80\x80",
-                                   "\xFF",
-                                   "\xFE"};
-    for (const std::string sequence : invalid) {
+    std::istringstream invalid(  // cut or alone; overlong; surrogates; beyond the last
+        "\x80 \xBF \xC3 \xC3x \xE4\xB8 \xE4\xB8x \xF0\x9F\x98 \xF0\x9F\x98x "
+        "\xC0\xAF \xC1\xBF \xE0\x9F\xBF \xF0\x8F\xBF\xBF "
+        "\xED\xA0\x80 \xED\xBF\xBF \xF4\x90\x80\x80 \xF5\x80\x80\x80 \xFF \xFE");
+    for (std::string sequence; invalid >> sequence;) {
         for (const std::string& text :
              {sequence, "ascii " + sequence, sequence + " ascii, long enough for the vector loop",
               std::string(3000, 'a') + sequence}) {

@@ -5,6 +5,7 @@
 #include "pelora/device_manager.h"
 #include "pelora/log_service.h"
 #include "support/edid_sample.h"
+#include "support/failing_memory.h"
 #include "support/testing.h"
 #include "tandor/crypto.h"
 #include "tandor/data_report.h"
@@ -26,25 +27,6 @@ namespace {
 
 using namespace tandor::test;
 
-// Only the calling thread's allocations are counted, and only between Arm and Disarm.
-std::atomic<DWORD> armed_thread{0};
-long until_failure = 0;
-
-bool Fails() { return armed_thread == ::GetCurrentThreadId() && --until_failure == 0; }
-void* CountedMalloc(std::size_t size) { return Fails() ? nullptr : std::malloc(size); }
-void* CountedCalloc(std::size_t count, std::size_t size) { return Fails() ? nullptr : std::calloc(count, size); }
-void* CountedRealloc(void* block, std::size_t size) { return Fails() ? nullptr : std::realloc(block, size); }
-
-// The C++ run-time's own, which serves every module's new, and both DLLs' for the libraries in them.
-struct CountedAllocations {
-    ImportPatch run_time{L"libstdc++-6.dll", "malloc", &CountedMalloc};
-    ImportPatch library_malloc{L"TandorUtil.dll", "malloc", &CountedMalloc};
-    ImportPatch library_calloc{L"TandorUtil.dll", "calloc", &CountedCalloc};
-    ImportPatch library_realloc{L"TandorUtil.dll", "realloc", &CountedRealloc};
-    ImportPatch suite_malloc{L"PeloraSuite.dll", "malloc", &CountedMalloc};
-    ImportPatch suite_realloc{L"PeloraSuite.dll", "realloc", &CountedRealloc};
-};
-
 struct Call {
     const char* name;
     std::function<bool()> works;  // does its work, and says whether it did
@@ -52,17 +34,14 @@ struct Call {
 
 // Whether the allocation that was to fail came at all.
 bool CallWithFailure(const Call& call, long number) {
-    until_failure = number;
-    armed_thread = ::GetCurrentThreadId();
     try {
+        const FailingMemory failing(number);
         (void)call.works();
     } catch (const std::bad_alloc&) {
     } catch (const std::exception& error) {
-        armed_thread = 0;
         ADD_FAILURE() << call.name << ", allocation " << number << ": " << error.what();
     }
-    armed_thread = 0;
-    return until_failure <= 0;
+    return FailingMemory::HasFailed();
 }
 
 std::vector<BluetoothDeviceSummary> OneDevice() {
@@ -190,10 +169,7 @@ TEST(FailingAllocations, EndEachFamiliesCallWithAResultOrBadAlloc) {
         ASSERT_TRUE(call.works());  // what stays for good is made
         const std::size_t before = HeapBytesOfThisProcess();
         long number = 1;
-        {
-            const CountedAllocations counted;
-            while (CallWithFailure(call, number) && number < 5000) ++number;
-        }
+        while (CallWithFailure(call, number) && number < 5000) ++number;
         EXPECT_GT(number, 1);
         EXPECT_LT(number, 5000);
         EXPECT_TRUE(call.works());

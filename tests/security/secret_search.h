@@ -14,7 +14,6 @@
 
 #include "base/hex.h"
 #include "security/secret.h"
-#include "support/fail_each_step.h"
 #include "support/testing.h"
 #include "tandor/sealing.h"
 
@@ -144,34 +143,6 @@ struct Secrets {
         tandor::WriteHex(plain.bytes, 64, tandor::HexCase::kLower, plain_text.text.data());
     }
 };
-
-// Whether a call gave its good result; one that fails gives -1 and nothing else.
-inline bool Good(int result, int good) {
-    EXPECT_TRUE(result == good || result == -1) << result;
-    return result == good;
-}
-
-// Each step of sealing, opening and drawing text fails once; the outputs have to grow.
-template <class Failing>
-void FailEachStepOfTexts() {
-    Secrets secrets;
-    SecurityEncryptUtil util;
-    util.SetSessionKey(secrets.key_text.text);
-    std::string sealed, out;
-    ASSERT_EQ(util.AesGcmEncrypt(secrets.plain_text.text, sealed), 96);
-    const auto expect = [&](bool good) {
-        EXPECT_EQ(out != "untouched", good);
-        WipeText(out);
-        std::string("untouched").swap(out);
-    };
-    expect(true);
-    FailEachStep<Failing>(
-        "seal", [&] { return Good(util.AesGcmEncrypt(secrets.plain_text.text, out), 96); }, expect);
-    FailEachStep<Failing>(
-        "open", [&] { return Good(util.AesGcmDecrypt(sealed, out), 64); }, expect);
-    FailEachStep<Failing>(
-        "draw", [&] { return util.GenerateRandom(out, 600); }, expect);
-}
 
 inline void ExpectNoSecretInMemory(const char* after) {
     for (const Needle* const needle : {&kKeyHalf, &kOtherKeyHalf, &kRoundKey, &kPlain})

@@ -38,29 +38,26 @@ TEST(HostLog, ARecordIsOneLineInTheProcessesOwnFileAtOnce) {
 TEST(HostLog, StaysBoundedAndKeepsTheFilesOf64Processes) {
     const TemporaryFolder folder;
     const MachineText common(kSuiteKey, L"CommonDirectory", folder.path.wstring());
-    std::filesystem::create_directories(folder.path / L"log" / L"host");
-    for (int i = 0; i < 80; ++i) {
-        const auto old = folder.path / L"log" / L"host" / (L"old-" + std::to_wstring(i) + L".log");
-        WriteAll(old, "old");
-        std::filesystem::last_write_time(old,
-                                         std::filesystem::file_time_type::clock::now() - std::chrono::hours(100 - i));
-    }
+    const auto host = folder.path / L"log" / L"host";
+    std::filesystem::create_directories(host);
+    const auto put = [&](const std::wstring& name, int hours_old) {
+        WriteAll(host / name, "old");
+        std::filesystem::last_write_time(host / name,
+                                         std::filesystem::file_time_type::clock::now() - std::chrono::hours(hours_old));
+    };
+    for (int i = 0; i < 80; ++i) put(L"old-" + std::to_wstring(i) + L".log", 100 - i);
     const auto foreign = {L"payroll.log", L"host-7.db", L"12.log"};  // older than all, and not the service's to remove
-    for (const wchar_t* const name : foreign) {
-        tandor::test::WriteAll(folder.path / L"log" / L"host" / name, "foreign");
-        std::filesystem::last_write_time(folder.path / L"log" / L"host" / name,
-                                         std::filesystem::file_time_type::clock::now() - std::chrono::hours(999));
-    }
-    const tandor::FileHandle living(::CreateFileW((folder.path / L"log" / L"host" / L"old-3.log").c_str(), GENERIC_READ,
+    for (const wchar_t* const name : foreign) put(name, 999);
+    const tandor::FileHandle living(::CreateFileW((host / L"old-3.log").c_str(), GENERIC_READ,
                                                   FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                                   OPEN_EXISTING, 0, nullptr));
     Child child(L"host-log \"" + std::wstring(1000, L'x') + L"\" 6000");  // about 6 MB
     ASSERT_EQ(child.Wait(), 0);
-    EXPECT_TRUE(std::filesystem::exists(folder.path / L"log" / L"host" / L"old-3.log"));
-    EXPECT_FALSE(std::filesystem::exists(folder.path / L"log" / L"host" / L"old-15.log"));
-    EXPECT_TRUE(std::filesystem::exists(folder.path / L"log" / L"host" / L"old-16.log"));
+    EXPECT_TRUE(std::filesystem::exists(host / L"old-3.log"));
+    EXPECT_FALSE(std::filesystem::exists(host / L"old-15.log"));
+    EXPECT_TRUE(std::filesystem::exists(host / L"old-16.log"));
     for (const wchar_t* const name : foreign) {
-        EXPECT_TRUE(std::filesystem::exists(folder.path / L"log" / L"host" / name)) << name;
+        EXPECT_TRUE(std::filesystem::exists(host / name)) << name;
     }
     std::uintmax_t size = 0;
     for (const auto& file : HostLogs(folder.path))

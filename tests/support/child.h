@@ -13,6 +13,13 @@
 
 namespace tandor::test {
 
+// A name of an event that no other run on this machine has.
+inline std::wstring SharedName(const std::wstring& what) {
+    static int number = 0;
+    return L"Local\\tandor-Prüfung-" + what + L"-" + std::to_wstring(::GetCurrentProcessId()) + L"-" +
+           std::to_wstring(++number);
+}
+
 class Child {
 public:
     static constexpr DWORD kPatience = 60'000;

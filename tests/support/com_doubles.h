@@ -8,6 +8,7 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <type_traits>
 
 #include "tandor/uncopyable.h"
 
@@ -85,11 +86,29 @@ ComDouble::Create Creating(std::shared_ptr<Script> script) {
     };
 }
 
+// A method of an interface that the library never calls.
+#define TANDOR_NOT_ASKED(name, ...) \
+    HRESULT STDMETHODCALLTYPE name(__VA_ARGS__) override { return E_NOTIMPL; }
+
 // The base for an interface that answers QueryInterface under its own identifier.
 template <class Interface>
 class Answering : public Interface {
 public:
     static const IID& Id() { return __uuidof(Interface); }
+};
+
+// So many methods that the library never calls, in the place of an interface's first ones. A double may end behind the
+// last one that it does call.
+template <std::size_t kCount>
+class NotAsked : public NotAsked<kCount - 1> {
+public:
+    using NotAsked<kCount - 1>::Slot;
+    virtual HRESULT STDMETHODCALLTYPE Slot(std::integral_constant<std::size_t, kCount>) { return E_NOTIMPL; }
+};
+template <>
+class NotAsked<0> : public IUnknown {
+public:
+    void Slot() {}
 };
 
 }  // namespace tandor::test

@@ -1,9 +1,8 @@
-// Lets one allocation of TandorUtil.dll fail, its own code's or the cipher library's in it.
+// Lets one allocation in the library fail: its own code's, its services', or those of the libraries in both.
 #pragma once
 
 #include <atomic>
 #include <cstdlib>
-#include <new>
 
 #include "support/import_patch.h"
 
@@ -12,9 +11,9 @@ namespace tandor::test {
 // The step-th allocation from now on of the thread that made this fails; the others, and other threads', do not.
 class FailingMemory : UnCopyable {
 public:
-    explicit FailingMemory(int step) {
-        thread_ = ::GetCurrentThreadId();
+    explicit FailingMemory(long step) {
         steps_left_ = step;
+        thread_ = ::GetCurrentThreadId();
     }
     ~FailingMemory() { thread_ = 0; }
 
@@ -23,16 +22,18 @@ public:
 private:
     static bool Fails() { return ::GetCurrentThreadId() == thread_ && --steps_left_ == 0; }
     static void* Malloc(std::size_t size) { return Fails() ? nullptr : std::malloc(size); }
-    static void* New(std::size_t size) { return Fails() ? throw std::bad_alloc() : ::operator new(size); }
-    static void* NewOrNull(std::size_t size, const std::nothrow_t& tag) noexcept {
-        return Fails() ? nullptr : ::operator new[](size, tag);
-    }
+    static void* Calloc(std::size_t count, std::size_t size) { return Fails() ? nullptr : std::calloc(count, size); }
+    static void* Realloc(void* block, std::size_t size) { return Fails() ? nullptr : std::realloc(block, size); }
 
     static inline std::atomic<DWORD> thread_ = 0;
-    static inline std::atomic<int> steps_left_ = 0;
-    ImportPatch malloc_{L"TandorUtil.dll", "malloc", Malloc};
-    ImportPatch new_{L"TandorUtil.dll", "_Znwy", New};
-    ImportPatch new_or_null_{L"TandorUtil.dll", "_ZnayRKSt9nothrow_t", NewOrNull};
+    static inline std::atomic<long> steps_left_ = 0;
+    // The C++ run-time's own serves every module's new.
+    ImportPatch run_time_{L"libstdc++-6.dll", "malloc", Malloc};
+    ImportPatch library_malloc_{L"TandorUtil.dll", "malloc", Malloc};
+    ImportPatch library_calloc_{L"TandorUtil.dll", "calloc", Calloc};
+    ImportPatch library_realloc_{L"TandorUtil.dll", "realloc", Realloc};
+    ImportPatch suite_malloc_{L"PeloraSuite.dll", "malloc", Malloc};
+    ImportPatch suite_realloc_{L"PeloraSuite.dll", "realloc", Realloc};
 };
 
 }  // namespace tandor::test

@@ -6,8 +6,6 @@
 
 #include <algorithm>
 
-#include "support/com_stub.h"
-
 namespace tandor::test {
 namespace {
 
@@ -49,11 +47,10 @@ public:
     TANDOR_NOT_ASKED(Invoke, DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*)
 };
 
-// Both accessors of a property, and an operation that the library has no use for.
+// Both accessors of a property.
 #define TANDOR_PROPERTY(name, type)                                                              \
     HRESULT STDMETHODCALLTYPE get_##name(type* value) override { return Get(L"" #name, value); } \
     HRESULT STDMETHODCALLTYPE put_##name(type value) override { return Put(L"" #name, value); }
-#define TANDOR_UNUSED(name, ...) TANDOR_NOT_ASKED(name, __VA_ARGS__)
 
 class RuleObject final : public Scripted<Script, DispatchStub<INetFwRule>> {
 public:
@@ -141,9 +138,9 @@ public:
         ++at_;
         return S_OK;
     }
-    TANDOR_UNUSED(Skip, ULONG)
-    TANDOR_UNUSED(Reset)
-    TANDOR_UNUSED(Clone, IEnumVARIANT**)
+    TANDOR_NOT_ASKED(Skip, ULONG)
+    TANDOR_NOT_ASKED(Reset)
+    TANDOR_NOT_ASKED(Clone, IEnumVARIANT**)
 
 private:
     std::size_t at_ = 0;
@@ -152,7 +149,7 @@ private:
 class Rules final : public Scripted<Script, DispatchStub<INetFwRules>> {
 public:
     using Scripted::Scripted;
-    TANDOR_UNUSED(get_Count, LONG*)
+    TANDOR_NOT_ASKED(get_Count, LONG*)
     HRESULT STDMETHODCALLTYPE Add(INetFwRule* rule) override {
         const HRESULT status = Answer(*script_, L"Add");
         if (SUCCEEDED(status)) script_->rules.push_back(static_cast<RuleObject*>(rule)->Data());
@@ -199,29 +196,28 @@ public:
         *enabled = script_->group_enabled;
         return Answer(*script_, L"get_IsRuleGroupCurrentlyEnabled", Shown(group));
     }
-    TANDOR_UNUSED(get_CurrentProfileTypes, LONG*)
-    TANDOR_UNUSED(get_FirewallEnabled, NET_FW_PROFILE_TYPE2, VARIANT_BOOL*)
-    TANDOR_UNUSED(put_FirewallEnabled, NET_FW_PROFILE_TYPE2, VARIANT_BOOL)
-    TANDOR_UNUSED(get_ExcludedInterfaces, NET_FW_PROFILE_TYPE2, VARIANT*)
-    TANDOR_UNUSED(put_ExcludedInterfaces, NET_FW_PROFILE_TYPE2, VARIANT)
-    TANDOR_UNUSED(get_BlockAllInboundTraffic, NET_FW_PROFILE_TYPE2, VARIANT_BOOL*)
-    TANDOR_UNUSED(put_BlockAllInboundTraffic, NET_FW_PROFILE_TYPE2, VARIANT_BOOL)
-    TANDOR_UNUSED(get_NotificationsDisabled, NET_FW_PROFILE_TYPE2, VARIANT_BOOL*)
-    TANDOR_UNUSED(put_NotificationsDisabled, NET_FW_PROFILE_TYPE2, VARIANT_BOOL)
-    TANDOR_UNUSED(get_UnicastResponsesToMulticastBroadcastDisabled, NET_FW_PROFILE_TYPE2, VARIANT_BOOL*)
-    TANDOR_UNUSED(put_UnicastResponsesToMulticastBroadcastDisabled, NET_FW_PROFILE_TYPE2, VARIANT_BOOL)
-    TANDOR_UNUSED(get_ServiceRestriction, INetFwServiceRestriction**)
-    TANDOR_UNUSED(EnableRuleGroup, LONG, BSTR, VARIANT_BOOL)
-    TANDOR_UNUSED(RestoreLocalFirewallDefaults)
-    TANDOR_UNUSED(get_DefaultInboundAction, NET_FW_PROFILE_TYPE2, NET_FW_ACTION*)
-    TANDOR_UNUSED(put_DefaultInboundAction, NET_FW_PROFILE_TYPE2, NET_FW_ACTION)
-    TANDOR_UNUSED(get_DefaultOutboundAction, NET_FW_PROFILE_TYPE2, NET_FW_ACTION*)
-    TANDOR_UNUSED(put_DefaultOutboundAction, NET_FW_PROFILE_TYPE2, NET_FW_ACTION)
-    TANDOR_UNUSED(get_LocalPolicyModifyState, NET_FW_MODIFY_STATE*)
+    TANDOR_NOT_ASKED(get_CurrentProfileTypes, LONG*)
+    TANDOR_NOT_ASKED(get_FirewallEnabled, NET_FW_PROFILE_TYPE2, VARIANT_BOOL*)
+    TANDOR_NOT_ASKED(put_FirewallEnabled, NET_FW_PROFILE_TYPE2, VARIANT_BOOL)
+    TANDOR_NOT_ASKED(get_ExcludedInterfaces, NET_FW_PROFILE_TYPE2, VARIANT*)
+    TANDOR_NOT_ASKED(put_ExcludedInterfaces, NET_FW_PROFILE_TYPE2, VARIANT)
+    TANDOR_NOT_ASKED(get_BlockAllInboundTraffic, NET_FW_PROFILE_TYPE2, VARIANT_BOOL*)
+    TANDOR_NOT_ASKED(put_BlockAllInboundTraffic, NET_FW_PROFILE_TYPE2, VARIANT_BOOL)
+    TANDOR_NOT_ASKED(get_NotificationsDisabled, NET_FW_PROFILE_TYPE2, VARIANT_BOOL*)
+    TANDOR_NOT_ASKED(put_NotificationsDisabled, NET_FW_PROFILE_TYPE2, VARIANT_BOOL)
+    TANDOR_NOT_ASKED(get_UnicastResponsesToMulticastBroadcastDisabled, NET_FW_PROFILE_TYPE2, VARIANT_BOOL*)
+    TANDOR_NOT_ASKED(put_UnicastResponsesToMulticastBroadcastDisabled, NET_FW_PROFILE_TYPE2, VARIANT_BOOL)
+    TANDOR_NOT_ASKED(get_ServiceRestriction, INetFwServiceRestriction**)
+    TANDOR_NOT_ASKED(EnableRuleGroup, LONG, BSTR, VARIANT_BOOL)
+    TANDOR_NOT_ASKED(RestoreLocalFirewallDefaults)
+    TANDOR_NOT_ASKED(get_DefaultInboundAction, NET_FW_PROFILE_TYPE2, NET_FW_ACTION*)
+    TANDOR_NOT_ASKED(put_DefaultInboundAction, NET_FW_PROFILE_TYPE2, NET_FW_ACTION)
+    TANDOR_NOT_ASKED(get_DefaultOutboundAction, NET_FW_PROFILE_TYPE2, NET_FW_ACTION*)
+    TANDOR_NOT_ASKED(put_DefaultOutboundAction, NET_FW_PROFILE_TYPE2, NET_FW_ACTION)
+    TANDOR_NOT_ASKED(get_LocalPolicyModifyState, NET_FW_MODIFY_STATE*)
 };
 
 #undef TANDOR_PROPERTY
-#undef TANDOR_UNUSED
 
 template <class Object>
 ComDouble::Create FailingOrCreating(const std::shared_ptr<Script>& script, const std::wstring& call) {

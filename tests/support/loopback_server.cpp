@@ -163,9 +163,7 @@ void LoopbackServer::Serve(SOCKET connection) {
 
 // ---- TunnelProxy
 
-TunnelProxy::TunnelProxy(std::optional<std::string> refusal)
-    : refusal_(std::move(refusal)),
-      listener_(std::make_unique<Listener>(4, [this](SOCKET client) { Serve(client); })) {}
+TunnelProxy::TunnelProxy() : listener_(std::make_unique<Listener>(4, [this](SOCKET client) { Serve(client); })) {}
 
 std::vector<std::string> TunnelProxy::Heads() {
     const std::lock_guard lock(mutex_);
@@ -178,10 +176,6 @@ void TunnelProxy::Serve(SOCKET client) {
     {
         const std::lock_guard lock(mutex_);
         heads_.push_back(exchange.head);
-    }
-    if (refusal_) {
-        exchange.Write(*refusal_);
-        return;
     }
     const std::size_t colon = exchange.head.find(':');
     if (!exchange.head.starts_with("CONNECT ") || colon == std::string::npos) return;
@@ -203,25 +197,6 @@ std::unique_ptr<Listener> OldTlsServer() {
         ::send(connection, hello.data(), static_cast<int>(hello.size()), 0);
         while (::recv(connection, sink, sizeof(sink), 0) > 0) continue;
     });
-}
-
-// ---- CuttingRelay
-
-CuttingRelay::CuttingRelay(int port) : listener_(1, [this, port](SOCKET client) { Serve(client, port); }) {}
-
-void CuttingRelay::Serve(SOCKET client, int port) {
-    const SOCKET server = ConnectTo(port);
-    std::thread forth([&] { Carry(client, server); });
-    passed = 0;
-    char buffer[16384];
-    for (int size = 0; passed < most && (size = ::recv(server, buffer, sizeof(buffer), 0)) > 0;) {
-        const std::size_t fits = std::min<std::size_t>(static_cast<std::size_t>(size), most - passed);
-        passed += fits;  // first: the client may be through as soon as it has them
-        ::send(client, buffer, static_cast<int>(fits), 0);
-    }
-    ::shutdown(client, SD_BOTH);
-    forth.join();
-    ::closesocket(server);
 }
 
 }  // namespace tandor::test

@@ -9,7 +9,6 @@
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -97,10 +96,10 @@ private:
     std::unique_ptr<Listener> listener_;  // gone first
 };
 
-// Understands CONNECT alone, and tunnels to where it is asked to; or gives `refusal` as its answer, which ends it.
+// Understands CONNECT alone, and tunnels to where it is asked to.
 class TunnelProxy {
 public:
-    explicit TunnelProxy(std::optional<std::string> refusal = {});
+    TunnelProxy();
     [[nodiscard]] int Port() const { return listener_->Port(); }
     // The heads of the requests so far.
     std::vector<std::string> Heads();
@@ -108,7 +107,6 @@ public:
 private:
     void Serve(SOCKET client);
 
-    const std::optional<std::string> refusal_;
     std::mutex mutex_;
     std::vector<std::string> heads_;
     std::unique_ptr<Listener> listener_;
@@ -116,19 +114,5 @@ private:
 
 // Answers every greeting with TLS 1.1, which the library in use does not speak itself: its words are given.
 std::unique_ptr<Listener> OldTlsServer();
-
-// Stands before a server and cuts each connection after so many bytes of the server's.
-class CuttingRelay {
-public:
-    explicit CuttingRelay(int port);
-    [[nodiscard]] int Port() const { return listener_.Port(); }
-
-    std::atomic<std::size_t> most = SIZE_MAX;
-    std::atomic<std::size_t> passed = 0;  // on the last connection
-
-private:
-    void Serve(SOCKET client, int port);
-    Listener listener_;
-};
 
 }  // namespace tandor::test

@@ -1,42 +1,36 @@
-#include <windows.h>
-
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstdio>
+#include <optional>
+#include <string>
 #include <thread>
 
 #include "support/tally.h"
+#include "support/time_limit.h"
 
 namespace {
 
-// Ends the program when one test takes minutes: a wait that never ends would hold up the whole run without a word.
-class TimeLimit : public testing::EmptyTestEventListener {
+using tandor::test::TimeLimit;
+
+// One test takes minutes at most.
+class TestLimit : public testing::EmptyTestEventListener {
 public:
-    TimeLimit() : limit_(tandor::test::Amount("TANDOR_TEST_MINUTES", 5) * 60'000) {
-        std::thread([this] {
-            for (;; ::Sleep(500)) {
-                const ULONGLONG start = start_;
-                if (start == 0 || ::GetTickCount64() - start < limit_) continue;
-                const auto* const test = testing::UnitTest::GetInstance()->current_test_info();
-                std::fprintf(stderr, "[  HANGS   ] %s.%s (TANDOR_TEST_MINUTES gives more time)\n",
-                             test->test_suite_name(), test->name());
-                ::TerminateProcess(::GetCurrentProcess(), 3);
-            }
-        }).detach();
+    void OnTestStart(const testing::TestInfo& test) override {
+        name_ = std::string(test.test_suite_name()) + "." + test.name() + " (TANDOR_TEST_MINUTES gives more time)";
+        limit_.emplace(name_.c_str(), minutes_);
     }
-    void OnTestStart(const testing::TestInfo&) override { start_ = ::GetTickCount64(); }
-    void OnTestEnd(const testing::TestInfo&) override { start_ = 0; }
+    void OnTestEnd(const testing::TestInfo&) override { limit_.reset(); }
 
 private:
-    const ULONGLONG limit_;
-    std::atomic<ULONGLONG> start_{0};
+    const std::chrono::minutes minutes_{tandor::test::Amount("TANDOR_TEST_MINUTES", 5)};
+    std::string name_;
+    std::optional<TimeLimit> limit_;
 };
 
 }  // namespace
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
-    testing::UnitTest::GetInstance()->listeners().Append(new TimeLimit);
+    testing::UnitTest::GetInstance()->listeners().Append(new TestLimit);
+    std::thread(TimeLimit::Watch).detach();
     return RUN_ALL_TESTS();
 }

@@ -1,13 +1,29 @@
 #include "support/management_double.h"
 
-#include "support/com_stub.h"
-
 namespace tandor::test {
 namespace {
 
 using Script = ManagementDouble::Script;
 
-class RowObject final : public ComObject<WbemClassObjectStub> {
+// The service's interfaces, each up to the method that the library calls.
+class WbemClassObject : public NotAsked<1> {
+public:
+    static const IID& Id() { return __uuidof(IWbemClassObject); }
+    virtual HRESULT STDMETHODCALLTYPE Get(LPCWSTR name, LONG, VARIANT* value, CIMTYPE*, LONG*) = 0;
+};
+class EnumWbemClassObject : public NotAsked<1> {
+public:
+    static const IID& Id() { return __uuidof(IEnumWbemClassObject); }
+    virtual HRESULT STDMETHODCALLTYPE Next(LONG, ULONG, WbemClassObject** row, ULONG* count) = 0;
+};
+class WbemServices : public NotAsked<17> {
+public:
+    static const IID& Id() { return __uuidof(IWbemServices); }
+    virtual HRESULT STDMETHODCALLTYPE ExecQuery(const BSTR language, const BSTR query, LONG, IWbemContext*,
+                                                EnumWbemClassObject** rows) = 0;
+};
+
+class RowObject final : public ComObject<WbemClassObject> {
 public:
     RowObject(Row row, bool number) : row_(std::move(row)), number_(number) {}
     HRESULT STDMETHODCALLTYPE Get(LPCWSTR name, LONG, VARIANT* value, CIMTYPE*, LONG*) override {
@@ -24,10 +40,10 @@ private:
     bool number_;
 };
 
-class Enumerator final : public Scripted<Script, EnumWbemClassObjectStub> {
+class Enumerator final : public Scripted<Script, EnumWbemClassObject> {
 public:
     using Scripted::Scripted;
-    HRESULT STDMETHODCALLTYPE Next(LONG, ULONG, IWbemClassObject** row, ULONG* count) override {
+    HRESULT STDMETHODCALLTYPE Next(LONG, ULONG, WbemClassObject** row, ULONG* count) override {
         *count = 0;
         if (script_->next != S_OK) return script_->next;
         if (at_ == script_->rows.size()) return WBEM_S_FALSE;
@@ -47,12 +63,12 @@ public:
     TANDOR_NOT_ASKED(CopyProxy, IUnknown*, IUnknown**)
 };
 
-class Services final : public Scripted<Script, WbemServicesStub, Security> {
+class Services final : public Scripted<Script, WbemServices, Security> {
 public:
     Services(std::shared_ptr<Script> script, std::wstring space)
         : Scripted(std::move(script)), space_(std::move(space)) {}
     HRESULT STDMETHODCALLTYPE ExecQuery(const BSTR language, const BSTR query, LONG, IWbemContext*,
-                                        IEnumWbemClassObject** rows) override {
+                                        EnumWbemClassObject** rows) override {
         script_->asked.push_back(space_ + L"|" + language + L"|" + query);
         if (script_->query != S_OK) return script_->query;
         *rows = new Enumerator(script_);
@@ -73,7 +89,7 @@ public:
     HRESULT STDMETHODCALLTYPE ConnectServer(const BSTR space, const BSTR, const BSTR, const BSTR, LONG, const BSTR,
                                             IWbemContext*, IWbemServices** services) override {
         if (script_->connect != S_OK) return script_->connect;
-        *services = new Services(script_, space);
+        *services = reinterpret_cast<IWbemServices*>(static_cast<WbemServices*>(new Services(script_, space)));
         return WBEM_S_NO_ERROR;
     }
 };

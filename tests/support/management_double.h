@@ -1,6 +1,10 @@
 // A management service for tests: answers every query with its rows and keeps what it was asked.
 #pragma once
 
+#include <windows.h>
+
+#include <wbemidl.h>
+
 #include <map>
 #include <memory>
 #include <optional>
@@ -8,7 +12,6 @@
 #include <vector>
 
 #include "support/com_doubles.h"
-#include "support/management_stubs.h"
 
 namespace tandor::test {
 

@@ -108,36 +108,23 @@ TEST_F(FirewallManager, AForcedRequestGoesToTheServiceAndWaitsForItWhenThereIsNo
     EXPECT_THAT(Numbers(service), IsEmpty());
 }
 
-TEST_F(FirewallManager, EachCallThatFailsGivesFalseAndItsCause) {
+// Enabling writes its note first; disabling keeps it while the rule is there.
+TEST_F(FirewallManager, AnOperationThatFailsGivesFalseAndItsCause) {
     plan_.user.Set(L"1");
     struct Case {
         bool (FireWallRuleManger::*operation)();
-        std::wstring line;
-        const wchar_t *before,
-            *after;  // the note; enabling writes it first, disabling keeps it while the rule is there
+        const wchar_t *failing, *line, *before, *after;
     };
-    const Case cases[] = {
-        {&FireWallRuleManger::CheckRule, L"4 ", L"0", L"0"},
-        {&FireWallRuleManger::EnableRule, L"3 AddFirewallRules fail: ", L"0", L"1"},
-        {&FireWallRuleManger::DisableRule, L"4 DeleteExistFirewallRules fail: ", L"1", L"1"},
-    };
-    double_->group_enabled = VARIANT_TRUE;
-    for (const Case& c : cases) {
-        bool done = false;
-        double_.FailEach(
-            [&] {
-                note_.Set(c.before);
-                double_->rules = {RuleFor(L"PVAMessageCenter", L"a")};
-                log_.Take();
-            },
-            [&] { done = (Manager().*c.operation)(); },
-            [&](const std::wstring& failed) {
-                EXPECT_FALSE(done) << failed.size();
-                EXPECT_THAT(log_.Take().back(), StartsWith(c.line));
-                EXPECT_EQ(Note(), c.after);
-                EXPECT_EQ(FirewallDouble::Live(), 0);
-            });
-        EXPECT_TRUE(done);
+    for (const Case& c :
+         {Case{&FireWallRuleManger::CheckRule, L"IsRuleGroupEnabled", L"4 ", L"0", L"0"},
+          Case{&FireWallRuleManger::EnableRule, L"Add", L"3 AddFirewallRules fail: ", L"0", L"1"},
+          Case{&FireWallRuleManger::DisableRule, L"Remove", L"4 DeleteExistFirewallRules fail: ", L"1", L"1"}}) {
+        note_.Set(c.before);
+        double_->rules = {RuleFor(L"PVAMessageCenter", L"a")};
+        double_->failing = {{c.failing, E_FAIL}};
+        EXPECT_FALSE((Manager().*c.operation)()) << c.failing;
+        EXPECT_THAT(log_.Take().back(), StartsWith(c.line));
+        EXPECT_EQ(Note(), c.after);
     }
 }
 

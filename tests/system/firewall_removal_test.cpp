@@ -134,19 +134,18 @@ TEST_F(FirewallRemoval, OneRunsAtATimeAndOneStartsIn15Seconds) {
     Firewall::RemoveDHCPRules();
     EXPECT_EQ(started, 1);
 
-    const tandor::KernelHandle reached(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
-    const tandor::KernelHandle go_on(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    Gate reached, go_on;
     double_->on_entry = [&] {
-        ::SetEvent(reached.Get());
-        ::WaitForSingleObject(go_on.Get(), 30'000);
+        reached.Open();
+        go_on.Pass();
     };
     now += 1;
     InThreads(8, [](int) { Firewall::RemoveDHCPRules(); });
-    EXPECT_EQ(::WaitForSingleObject(reached.Get(), 30'000), WAIT_OBJECT_0);
+    reached.Pass();
     now += 100'000;
     Firewall::RemoveDHCPRules();  // the other one still runs
     EXPECT_EQ(started, 2);
-    ::SetEvent(go_on.Get());
+    go_on.Open();
     EXPECT_TRUE(Ends());
 }
 
@@ -155,12 +154,11 @@ TEST_F(FirewallRemoval, TheThreadKeepsItsLibraryUntilItEnds) {
     const TemporaryFolder folder;
     const std::filesystem::path copy = folder.path / L"TandorUtil copy.dll";
     std::filesystem::copy_file(L"TandorUtil.dll", copy);
-    const tandor::KernelHandle reached(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
-    const tandor::KernelHandle go_on(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    Gate reached, go_on;
     double_->rules = {RuleFor(L"Internet (DHCPv4-In)", kHost)};
     double_->on_entry = [&] {
-        ::SetEvent(reached.Get());
-        ::WaitForSingleObject(go_on.Get(), 30'000);
+        reached.Open();
+        go_on.Pass();
     };
     {
         const tandor::ModuleHandle library(::LoadLibraryW(copy.c_str()));
@@ -169,9 +167,9 @@ TEST_F(FirewallRemoval, TheThreadKeepsItsLibraryUntilItEnds) {
         ASSERT_NE(remove, nullptr);
         remove();
     }
-    EXPECT_EQ(::WaitForSingleObject(reached.Get(), 30'000), WAIT_OBJECT_0);
+    reached.Pass();
     EXPECT_NE(::GetModuleHandleW(copy.c_str()), nullptr);
-    ::SetEvent(go_on.Get());
+    go_on.Open();
     const ULONGLONG begin = ::GetTickCount64();
     while (::GetModuleHandleW(copy.c_str()) != nullptr && ::GetTickCount64() - begin < 30'000) ::Sleep(5);
     EXPECT_EQ(::GetModuleHandleW(copy.c_str()), nullptr);

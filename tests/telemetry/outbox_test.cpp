@@ -78,22 +78,6 @@ TEST(Outbox, NeverPassesItsLimitsAndCountsWhatGaveWay) {
     EXPECT_EQ(StatusOf(outbox).displaced, put - 2);
 }
 
-TEST(Outbox, RecordsOfManyThreadsAreAllThereOnce) {
-    const TemporaryFolder folder;
-    Outbox outbox(Utf8(folder.path / L"outbox.db"));
-    std::vector<std::string> identifiers[4];
-    InThreads(4, [&](int thread) {
-        for (int i = 0; i < 100; ++i) {
-            OutboxRecord record = Record(std::to_string(i));
-            if (outbox.Put(record).empty()) identifiers[thread].push_back(record.identifier);
-        }
-    });
-    std::set<std::string> acknowledged;
-    for (const auto& own : identifiers) acknowledged.insert(own.begin(), own.end());
-    EXPECT_EQ(acknowledged.size(), 400u);
-    EXPECT_EQ(Identifiers(All(outbox)), acknowledged);
-}
-
 TEST(Outbox, AStoreThatCannotBeUsedFailsInTimeWithOneLine) {
     const TemporaryFolder folder;
     const auto file = folder.path / L"outbox.db";

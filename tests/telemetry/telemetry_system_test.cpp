@@ -1,5 +1,4 @@
 // What needs the system: the clocks, the channels' files, the outbox seen by a second process.
-#include <cctype>
 #include <regex>
 
 #include "support/sent_records.h"
@@ -7,7 +6,6 @@
 #include "tandor/data_report.h"
 #include "tandor/event_reporter.h"
 #include "tandor/logging.h"
-#include "telemetry/report_table.h"
 
 namespace {
 
@@ -88,35 +86,6 @@ TEST(KoEventReporter, TheAttachedLogsHoldThisProcessesLinesAndTheFaultItself) {
     ASSERT_EQ(records.size(), 1u);
     ASSERT_EQ(records[0].files.size(), 10u);
     EXPECT_EQ(records[0].files[0].size, static_cast<long long>(std::filesystem::file_size(kFaultLog)));
-}
-
-// The names of the functions of TandorDataReportClass that the library exports, as the tool chain mangles them.
-std::set<std::string> ExportedReports() {
-    constexpr std::string_view kClass = "_ZN21TandorDataReportClass";
-    const auto* const base = reinterpret_cast<const char*>(::GetModuleHandleW(L"TandorUtil.dll"));
-    const auto at = [base](DWORD offset) { return reinterpret_cast<const DWORD*>(base + offset); };
-    const auto* const head = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
-    const auto* const nt = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + head->e_lfanew);
-    const DWORD place = nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_EXPORT].VirtualAddress;
-    const auto* const exports = reinterpret_cast<const IMAGE_EXPORT_DIRECTORY*>(at(place));
-    std::set<std::string> reports;
-    for (DWORD i = 0; i < exports->NumberOfNames; ++i) {
-        const std::string_view name = base + at(exports->AddressOfNames)[i];
-        if (!name.starts_with(kClass)) continue;
-        const std::string rest(name.substr(kClass.size()));
-        std::size_t digits = 0;
-        const std::size_t length = std::isdigit(rest[0]) != 0 ? std::stoul(rest, &digits) : 0;
-        const std::string function = rest.substr(digits, length);
-        if (function.starts_with("Report") && function != "Report") reports.insert(function);
-    }
-    return reports;
-}
-
-TEST(Telemetry, TheLibraryExportsTheCatalogueAndNoOtherReport) {
-    std::set<std::string> catalogue{"ReportRenderFailDataReport"};
-    for (const auto& function : tandor::kReportFunctions) catalogue.emplace(function.name);
-    EXPECT_EQ(catalogue.size(), 92u + 7u + 1u);
-    EXPECT_EQ(ExportedReports(), catalogue);
 }
 
 // Main leaves while eight threads report: the process ends, and what they were told was recorded is there.
