@@ -132,4 +132,20 @@ TEST(Tandorctl, AFileThatIsNoOutboxStaysAsItIs) {
     }
 }
 
+// The commands as the completion scripts list them: each has help, and in it an example of itself.
+TEST(Tandorctl, EveryCommandHelpsWithAnExample) {
+    std::istringstream script(RunTandorctl(L"completion bash").out);
+    std::size_t commands = 0;
+    for (std::string line; std::getline(script, line) && line != "_tandorctl_set() {";) {
+        const std::size_t end = line.find("')");
+        if (!line.starts_with("    ' ") || end == std::string::npos) continue;
+        const std::string path = line.substr(6, end - 6);
+        const ProgramRun help = RunTandorctl(std::wstring(path.begin(), path.end()) + L" --help");
+        EXPECT_EQ(help.exit_code, 0) << path;
+        EXPECT_THAT(help.out, HasSubstr("\n  tandorctl " + path)) << path;
+        ++commands;
+    }
+    EXPECT_GT(commands, 50u);
+}
+
 }  // namespace
