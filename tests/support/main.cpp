@@ -2,7 +2,6 @@
 
 #include <optional>
 #include <string>
-#include <thread>
 
 #include "support/tally.h"
 #include "support/time_limit.h"
@@ -31,6 +30,6 @@ private:
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     testing::UnitTest::GetInstance()->listeners().Append(new TestLimit);
-    std::thread(TimeLimit::Watch).detach();
+    TimeLimit::Watch();
     return RUN_ALL_TESTS();
 }

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdio>
+#include <thread>
 
 #include "tandor/uncopyable.h"
 
@@ -24,9 +25,17 @@ public:
         what_ = what_before_;
     }
 
-    // For a thread of its own, from the beginning of the program on.
-    [[noreturn]] static void Watch() {
-        for (;; ::Sleep(500)) {
+    // Begins to watch, from the beginning of the program on. What the thread for it needs is there on return: a test
+    // that counts handles would take it for its own.
+    static void Watch() {
+        std::thread(EndWhatHangs).detach();
+        while (!watching_) ::Sleep(1);
+    }
+
+private:
+    [[noreturn]] static void EndWhatHangs() {
+        for (::Sleep(1);; ::Sleep(500)) {
+            watching_ = true;
             const ULONGLONG end = end_;
             if (end == 0 || ::GetTickCount64() < end) continue;
             std::fprintf(stderr, "[  HANGS   ] %s\n", what_.load());
@@ -34,7 +43,7 @@ public:
         }
     }
 
-private:
+    static inline std::atomic<bool> watching_ = false;
     static inline std::atomic<const char*> what_ = "";
     static inline std::atomic<ULONGLONG> end_ = 0;  // 0: there is no limit
     const char* what_before_;
