@@ -1,16 +1,20 @@
 #include "tests/seam/recording_log.h"
 
+#include <condition_variable>
 #include <map>
 #include <mutex>
-#include <utility>
+#include <new>
+#include <set>
+#include <thread>
 
 #include "pelora/log_service.h"
 
 namespace {
 
 struct Recorded {
-    std::recursive_mutex mutex;  // held while observers are called, which may log
-    bool delivering = false;
+    std::mutex mutex;
+    std::condition_variable delivered;
+    std::set<std::thread::id> delivering;  // threads that call observers now
     std::vector<std::wstring> messages;
     std::uint64_t lost = 0;
 };
@@ -40,19 +44,24 @@ VxLogger& VxLogger::GetInstance() {
     static VxLogger logger;
     return logger;
 }
-// What observers log is not observed.
+// Observers are called under no lock, and what they log is not observed.
 void VxLogger::Log(LOG_MESSAGE_LEVEL level, std::wstringstream& message) noexcept {
     Recorded& record = Record();
-    const std::lock_guard lock(record.mutex);
+    std::unique_lock lock(record.mutex);
     try {
         record.messages.push_back(std::to_wstring(level) + L" " + std::wstring(message.view()));
-    } catch (const std::bad_alloc&) {
+        std::vector<Observer> called;
+        for (const auto& [number, subscriber] : impl_->observers)
+            if (level >= subscriber.first) called.push_back(subscriber.second);
+        if (!record.delivering.insert(std::this_thread::get_id()).second) return;
+        lock.unlock();
+        for (const Observer& observer : called) Call(observer, level, message.view());
+        lock.lock();
+        record.delivering.erase(std::this_thread::get_id());
+        record.delivered.notify_all();
+    } catch (const std::bad_alloc&) {  // from before the observers
         ++record.lost;
     }
-    if (std::exchange(record.delivering, true)) return;
-    for (const auto& [number, subscriber] : impl_->observers)
-        if (level >= subscriber.first) Call(subscriber.second, level, message.view());
-    record.delivering = false;
 }
 std::uint64_t VxLogger::Subscribe(LOG_MESSAGE_LEVEL lowest, Observer observer) {
     const std::lock_guard lock(Record().mutex);
@@ -60,8 +69,11 @@ std::uint64_t VxLogger::Subscribe(LOG_MESSAGE_LEVEL lowest, Observer observer) {
     return impl_->last;
 }
 void VxLogger::Unsubscribe(std::uint64_t subscription) noexcept {
-    const std::lock_guard lock(Record().mutex);
+    Recorded& record = Record();
+    std::unique_lock lock(record.mutex);
     impl_->observers.erase(subscription);
+    record.delivered.wait(
+        lock, [&] { return record.delivering.size() == record.delivering.count(std::this_thread::get_id()); });
 }
 std::uint64_t VxLogger::Lost() const noexcept {
     const std::lock_guard lock(Record().mutex);
