@@ -43,8 +43,6 @@ private:
 // Every wait may end without a cause.
 class Condition {
 public:
-    static constexpr unsigned kForever = tandor::kForever;
-
     Condition() = default;
     Condition(const Condition&) = delete;
     Condition& operator=(const Condition&) = delete;

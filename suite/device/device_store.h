@@ -63,11 +63,11 @@ private:
     void Tell(Use use, const std::string& trouble);
 
     const std::filesystem::path file_;
-    DamagedFile damaged_{file_};
     Report report_;
     std::chrono::milliseconds patience_;
     std::atomic<bool> retired_{false};
-    std::timed_mutex mutex_;
+    std::timed_mutex mutex_;  // of what follows
+    DamagedFile damaged_{file_};
     std::unique_ptr<Tables> tables_;
     std::string told_;
     Use told_of_ = Use::kRead;

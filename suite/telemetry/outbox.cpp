@@ -205,9 +205,9 @@ private:
     }
 
     const std::filesystem::path file_;
-    DamagedFile damaged_{file_};
     const std::string utf8_;
     std::timed_mutex mutex_;  // of what follows; the journal stays once it is there
+    DamagedFile damaged_{file_};
     std::unique_ptr<OutboxJournal> journal_;
     std::unique_ptr<OutboxTables> tables_;
     std::string set_aside_;  // what is to be told of it
