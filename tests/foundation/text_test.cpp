@@ -48,6 +48,8 @@ TEST(Base64, EncodesTheStandardVectorsAndDecodesWhatItEncoded) {
 TEST(Base64, StopsWhereTheInputDoes) {
     const std::pair<std::string, std::string> cases[] = {
         {"Z", ""},  // no whole group
+        {"Zm", ""},
+        {"Zm9", ""},
         {"Zm9vZ", "foo"},
         {"Zm9vYm", "foo"},                     // a cut group
         {std::string("Zm9v\0m9v", 8), "foo"},  // NUL begins a group

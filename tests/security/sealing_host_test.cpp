@@ -96,7 +96,8 @@ TEST(RandomText, IsDrawnOrRefused) {
     unsigned char buffer[8] = {};
     EXPECT_TRUE(util.GenerateRandom(buffer, 0));
     EXPECT_FALSE(util.GenerateRandom(buffer, -1));
-    EXPECT_EQ(log.Take(), Lines{failed});
+    EXPECT_FALSE(util.GenerateRandom(static_cast<unsigned char*>(nullptr), 8));
+    EXPECT_EQ(log.Take(), (Lines{failed, L"4 gen random failed, errCode -1073741811(CryptRandom::Gen)", failed}));
 
     const DelayedImportPatch broken(L"TandorUtil.dll", L"bcrypt.dll", "BCryptGenRandom", NoRandom);
     const std::wstring status = L"4 gen random failed, errCode -1073741823(CryptRandom::Gen)";
